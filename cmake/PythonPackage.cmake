@@ -1,0 +1,35 @@
+# The importable package: build/python/zembra, and PREFIX/lib/python3/dist-packages
+# once installed. Its extension module finds libzembra relative to itself.
+set(package_dir "${PROJECT_BINARY_DIR}/python/zembra")
+set(package_install_dir lib/python3/dist-packages/zembra)
+
+file(GLOB module_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/python/*.cpp")
+if(module_sources)
+Python3_add_library(_zembra MODULE WITH_SOABI ${module_sources})
+set_target_properties(_zembra PROPERTIES
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON
+  LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
+  INSTALL_RPATH "$ORIGIN/../../../..")
+target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
+add_dependencies(_zembra h5gate)  # loaded at run time
+install(TARGETS _zembra LIBRARY DESTINATION ${package_install_dir})
+endif()
+
+file(GLOB_RECURSE package_files CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/python/zembra"
+     "${PROJECT_SOURCE_DIR}/python/zembra/*")
+list(FILTER package_files EXCLUDE REGEX "__pycache__|\\.cpp$|\\.hpp$|/\\.|~$")
+set(package_copies)
+foreach(file IN LISTS package_files)
+  add_custom_command(
+    OUTPUT "${package_dir}/${file}"
+    COMMAND "${CMAKE_COMMAND}" -E copy "${PROJECT_SOURCE_DIR}/python/zembra/${file}"
+            "${package_dir}/${file}"
+    DEPENDS "${PROJECT_SOURCE_DIR}/python/zembra/${file}"
+    VERBATIM)
+  list(APPEND package_copies "${package_dir}/${file}")
+  cmake_path(GET file PARENT_PATH folder)
+  install(FILES "${PROJECT_SOURCE_DIR}/python/zembra/${file}"
+          DESTINATION "${package_install_dir}/${folder}")
+endforeach()
+add_custom_target(zembra_package ALL DEPENDS ${package_copies})
