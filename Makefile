@@ -1,0 +1,72 @@
+# A thin front: the work is done by CMake (CMakePresets.json), CTest and pytest.
+#
+#   make demo        build, then run the example scripts
+#   make test        build, then run the unit tests and the Python tests
+#   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make bench       build and run the benchmarks
+#   make lint        check formatting, run the static checks;  make format  formats
+#   make install     into PREFIX (default /usr/local)
+#
+# CMAKE_ARGS goes to CMake's configuration: make build CMAKE_ARGS=-DHDF5_ROOT=/opt/hdf5
+
+PREFIX ?= /usr/local
+CMAKE_ARGS ?=
+PYTHON := /usr/bin/python3
+PYTEST := $(PYTHON) -m pytest tests/scripts
+
+.PHONY: setup build demo test bench sanitize lint format install clean
+
+setup:
+	@tools/setup.sh
+
+build: setup
+	cmake --preset release $(CMAKE_ARGS)
+	cmake --build --preset release
+
+demo: build
+	@mkdir -p build/demo
+	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
+
+test: build
+	ctest --preset release
+	PYTHONPATH=build/python $(PYTEST)
+
+bench: setup
+	cmake --preset release -DH5GATE_BENCH=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/call_bench
+	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+
+# An allocation that is too large is to fail as it does elsewhere, not to be a report.
+sanitize: export ASAN_OPTIONS := allocator_may_return_null=1
+sanitize: export UBSAN_OPTIONS := print_stacktrace=1
+# Python itself is not instrumented: the sanitizers have to be there before it
+# starts, and libstdc++ with them, or they would not find what throws exceptions.
+# It keeps memory until the process ends, which is not for us to report: leaks are
+# looked for in the unit tests. Its own allocator would hide overruns: malloc instead.
+# Reports must not vanish in a captured stream that dies with the process.
+sanitize: setup
+	cmake --preset sanitize $(CMAKE_ARGS)
+	cmake --build --preset sanitize
+	ctest --preset sanitize
+	PYTHONPATH=build-sanitize/python PYTHONMALLOC=malloc \
+	  ASAN_OPTIONS="$$ASAN_OPTIONS:detect_leaks=0" \
+	  LD_PRELOAD="$$(for library in asan ubsan stdc++; do \
+	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
+	  $(PYTEST) --capture=sys
+
+lint:
+	@tools/setup.sh lint
+	cmake --preset release $(CMAKE_ARGS)
+	tools/lint.sh build
+
+format:
+	@tools/setup.sh lint
+	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
+
+install: build
+	cmake --install build --prefix $(PREFIX)
+
+clean:
+	rm -rf build build-debug build-sanitize
