@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "convert/identifier.hpp"
+#include "convert/identifier_codec.hpp"
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
 #include "runtime/array.hpp"
@@ -49,7 +49,7 @@ File makeFile() {
   return file;
 }
 
-zembra::Value identifier(hid_t id) { return zembra::makeDouble(convert::toScript(id)); }
+zembra::Value identifier(hid_t id) { return zembra::makeDouble(h5gate::identifierToHost(id)); }
 
 /// A gateway call with its arguments made beforehand.
 class PreparedCall {
