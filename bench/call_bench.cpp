@@ -36,7 +36,7 @@ void require(bool condition, const char* what) {
 /// A file in memory with one contiguous dataset of doubles: no disk in the numbers.
 File makeFile() {
   const hdf5::PropertyList inMemory(H5Pcreate(H5P_FILE_ACCESS));
-  H5Pset_fapl_core(inMemory.get(), kReadBytes, 0);
+  H5Pset_fapl_core(inMemory.get(), kReadBytes, false);
   File file(H5Fcreate("call_bench.h5", H5F_ACC_TRUNC, H5P_DEFAULT, inMemory.get()));
   const hdf5::Space space(H5Screate_simple(1, &kReadElements, nullptr));
   const Dataset dataset(
