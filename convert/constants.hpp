@@ -1,0 +1,20 @@
+// Named constants: HDF5's macros and enumerators, which scripts cannot see.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace h5gate {
+
+/// As scripts see it: signed, identifiers as the numbers that stand for them.
+std::optional<std::int64_t> findConstant(std::string_view name);
+
+/// The same; an absent name raises `constantNotFound`.
+std::int64_t constantValue(std::string_view name);
+
+/// All names, byte by byte ascending.
+std::span<const std::string_view> constantNames();
+
+}  // namespace h5gate
