@@ -32,4 +32,16 @@ foreach(file IN LISTS package_files)
   install(FILES "${PROJECT_SOURCE_DIR}/python/zembra/${file}"
           DESTINATION "${package_install_dir}/${folder}")
 endforeach()
+
+# The type stubs of zembra.h5 are made from the reference.
+set(stub_maker "${PROJECT_SOURCE_DIR}/tools/make_stubs.py")
+set(reference_folder "${PROJECT_SOURCE_DIR}/python/zembra")
+add_custom_command(
+  OUTPUT "${package_dir}/h5.pyi"
+  COMMAND "${Python3_EXECUTABLE}" -B "${stub_maker}" "${reference_folder}" "${package_dir}/h5.pyi"
+  DEPENDS "${stub_maker}" "${reference_folder}/reference.txt" "${reference_folder}/_reference.py"
+  VERBATIM)
+list(APPEND package_copies "${package_dir}/h5.pyi")
+install(FILES "${package_dir}/h5.pyi" DESTINATION "${package_install_dir}")
+
 add_custom_target(zembra_package ALL DEPENDS ${package_copies})

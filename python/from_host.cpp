@@ -1,0 +1,237 @@
+#include "python/from_host.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <string_view>
+
+#include "python/errors.hpp"
+#include "python/numpy.hpp"
+#include "python/package.hpp"
+#include "python/text.hpp"
+
+namespace zembra::python {
+namespace {
+
+/// Below this, copying costs less than an object that shares.
+constexpr std::size_t kFewBytes = 512;
+
+// --- Shapes -------------------------------------------------------------------
+
+struct Extent {
+  int rank = 0;
+  std::array<npy_intp, NPY_MAXDIMS> dimensions{};
+  bool firstFastest = false;  // the order of the elements in memory
+
+  void append(std::size_t dimension) {
+    if (rank == NPY_MAXDIMS) {
+      throw Unconvertible(PyExc_ValueError, "The result has more dimensions than NumPy can have.");
+    }
+    dimensions[static_cast<std::size_t>(rank++)] = static_cast<npy_intp>(dimension);
+  }
+};
+
+std::size_t dimension(const zbArray* array, std::size_t index) {
+  return index < array->rank ? array->shape()[index] : 1;
+}
+
+/// Host dimensions `first` up to the natural rank, slowest-varying first: the
+/// shape that HDF5 knows.
+Extent naturalExtent(const zbArray* array, std::size_t first = 0) {
+  Extent extent;
+  for (std::size_t i = static_cast<std::size_t>(array->naturalRank); i > first; --i) {
+    extent.append(dimension(array, i - 1));
+  }
+  return extent;
+}
+
+/// Vectors and empty arrays are one-dimensional, scalars have no dimensions; a
+/// matrix keeps its rows and columns.
+Extent plainExtent(const zbArray* array) {
+  Extent extent;
+  const std::size_t* const shape = array->shape();
+  if (array->elements == 1) return extent;
+  if (array->rank == 2 && (shape[0] == 1 || shape[1] == 1 || shape[0] + shape[1] == 0)) {
+    extent.append(array->elements);
+    return extent;
+  }
+  for (std::size_t i = 0; i < array->rank; ++i) extent.append(shape[i]);
+  extent.firstFastest = true;
+  return extent;
+}
+
+Extent extentOf(const zbArray* array) {
+  return array->naturalRank >= 0 ? naturalExtent(array) : plainExtent(array);
+}
+
+// --- NumPy arrays -------------------------------------------------------------
+
+int typeNumber(zbClass type) {
+  switch (type) {
+    case zbClass::Logical:
+      return NPY_BOOL;
+    case zbClass::Single:
+      return NPY_FLOAT32;
+    case zbClass::Int8:
+      return NPY_INT8;
+    case zbClass::UInt8:
+      return NPY_UINT8;
+    case zbClass::Int16:
+      return NPY_INT16;
+    case zbClass::UInt16:
+      return NPY_UINT16;
+    case zbClass::Int32:
+      return NPY_INT32;
+    case zbClass::UInt32:
+      return NPY_UINT32;
+    case zbClass::Int64:
+      return NPY_INT64;
+    case zbClass::UInt64:
+      return NPY_UINT64;
+    default:
+      return NPY_FLOAT64;
+  }
+}
+
+PyArrayObject* asArray(const py::object& object) {
+  return reinterpret_cast<PyArrayObject*>(object.ptr());
+}
+
+/// `itemSize` counts for strings only.
+py::object newArray(const Extent& extent, int type, std::size_t itemSize, void* data, int flags) {
+  if (itemSize > std::numeric_limits<int>::max()) {
+    throw Unconvertible(PyExc_ValueError, "The result has longer strings than NumPy can have.");
+  }
+  return steal(PyArray_New(&PyArray_Type, extent.rank, extent.dimensions.data(), type, nullptr,
+                           data, static_cast<int>(itemSize), flags, nullptr));
+}
+
+/// The host array's data as a NumPy array of that extent.
+py::object onData(const Value& value, const Extent& extent, int type, std::size_t itemSize) {
+  zbArray* const array = value.get();
+  const std::size_t bytes = array->elements * elementSize(array->type);
+  if (bytes <= kFewBytes) {
+    py::object copy =
+        newArray(extent, type, itemSize, nullptr, extent.firstFastest ? NPY_ARRAY_F_CONTIGUOUS : 0);
+    if (bytes > 0) std::memcpy(PyArray_DATA(asArray(copy)), array->data, bytes);
+    return copy;
+  }
+  py::object view = newArray(extent, type, itemSize, array->data,
+                             extent.firstFastest ? NPY_ARRAY_FARRAY : NPY_ARRAY_CARRAY);
+  Value owner = value;
+  py::object capsule = steal(PyCapsule_New(owner.get(), nullptr, [](PyObject* self) {
+    zbDestroyArray(static_cast<zbArray*>(PyCapsule_GetPointer(self, nullptr)));
+  }));
+  static_cast<void>(owner.release());  // the capsule's from here on
+  if (PyArray_SetBaseObject(asArray(view), capsule.release().ptr()) != 0) {
+    throw py::error_already_set();
+  }
+  return view;
+}
+
+py::object fromNumbers(const Value& value) {
+  const zbArray* const array = value.get();
+  if (array->elements == 1 && array->naturalRank <= 0) {
+    if (array->type == zbClass::Double) return py::float_(zbGetScalar(array));
+    if (array->type == zbClass::Logical) return py::bool_(zbGetScalar(array) != 0);
+  }
+  return onData(value, extentOf(array), typeNumber(array->type), 0);
+}
+
+// --- Text ---------------------------------------------------------------------
+
+py::object fromText(const Value& value) {
+  const zbArray* const array = value.get();
+  const std::size_t* const shape = array->shape();
+  const bool row = array->rank == 2 && (shape[0] <= 1 || shape[1] == 1);
+  const bool several = array->naturalRank >= 0 ? array->naturalRank > 1 : !row;
+  if (several) {
+    Extent extent;
+    const std::size_t rank =
+        array->naturalRank >= 0 ? static_cast<std::size_t>(array->naturalRank) : array->rank;
+    for (std::size_t i = rank; i > 1; --i) extent.append(dimension(array, i - 1));
+    return onData(value, extent, NPY_STRING, std::max<std::size_t>(shape[0], 1));
+  }
+  std::string_view bytes(static_cast<const char*>(array->data), array->elements);
+  if (array->naturalRank >= 0) {  // a fixed string, padded in the file
+    bytes = bytes.substr(0, bytes.find_last_not_of('\0') + 1);
+  }
+  return toStr(bytes);
+}
+
+// --- Containers ---------------------------------------------------------------
+
+py::object element(const zbArray* array, std::size_t index) {
+  zbArray* const value = array->composite->values[index];
+  return fromHost(value == nullptr ? makeEmpty() : share(value));
+}
+
+py::object fromCell(const zbArray* array) {
+  const Extent extent = extentOf(array);
+  if (extent.rank < 2) {
+    py::list list(array->elements);
+    for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i);
+    return list;
+  }
+  const py::object objects =
+      newArray(extent, NPY_OBJECT, 0, nullptr, extent.firstFastest ? NPY_ARRAY_F_CONTIGUOUS : 0);
+  char* place = PyArray_BYTES(asArray(objects));
+  for (std::size_t i = 0; i < array->elements; ++i, place += sizeof(PyObject*)) {
+    if (PyArray_SETITEM(asArray(objects), place, element(array, i).ptr()) != 0) {
+      throw py::error_already_set();
+    }
+  }
+  return objects;
+}
+
+py::dict fieldsOf(const zbArray* array, std::size_t index) {
+  py::dict fields;
+  const auto& names = array->composite->names;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    fields[toStr(names[i])] = element(array, index * names.size() + i);
+  }
+  return fields;
+}
+
+py::object fromStruct(const zbArray* array) {
+  if (array->elements == 0) return py::dict();
+  if (array->elements == 1) return fieldsOf(array, 0);
+  py::list list(array->elements);
+  for (std::size_t i = 0; i < array->elements; ++i) list[i] = fieldsOf(array, i);
+  return list;
+}
+
+py::object fromObject(const zbArray* array) {
+  if (const zbArray* identifier = zbGetProperty(array, 0, "identifier");
+      identifier != nullptr && array->composite->className == "H5ZB.id") {
+    return PackageClasses::get().id(zbGetScalar(identifier));
+  }
+  return fieldsOf(array, 0);
+}
+
+}  // namespace
+
+py::object fromHost(const Value& value) {
+  const zbArray* const array = value.get();
+  if (void* origin = array->origin.get()) return borrow(static_cast<PyObject*>(origin));
+  switch (array->type) {
+    case zbClass::Char:
+      return fromText(value);
+    case zbClass::Cell:
+      return fromCell(array);
+    case zbClass::Struct:
+      return fromStruct(array);
+    case zbClass::Object:
+      return fromObject(array);
+    case zbClass::Function:
+    case zbClass::Foreign:
+    case zbClass::Unknown:
+      throw Unconvertible(PyExc_TypeError, "A " + describe(array) + " has no Python form.");
+    default:
+      return fromNumbers(value);
+  }
+}
+
+}  // namespace zembra::python

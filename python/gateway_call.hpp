@@ -1,0 +1,30 @@
+// One call of the gateway from Python, shared by `zembra.call` and the functions
+// of `zembra.h5`. The interpreter's lock is held throughout: HDF5 and the arrays
+// belong to one thread at a time, and callbacks run Python code.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "python/python.hpp"
+#include "runtime/array.hpp"
+
+namespace zembra::python {
+
+/// How many results are asked for unless `nout=` says otherwise.
+inline constexpr int kDefaultResults = 5;
+
+/// The value of `nout=`, the one keyword there is; throws what Python shall raise.
+/// `names` and `values` are those of a vectorcall, `names` may be null.
+int resultsAskedFor(PyObject* names, PyObject* const* values);
+
+/// Calls the function that the array `name` names; null and a Python exception
+/// when it fails. `label` is the function in messages.
+PyObject* callGateway(const zbArray* name, std::string_view label,
+                      std::span<PyObject* const> arguments, int nOut) noexcept;
+
+/// zembra.call(name, *arguments, nout=5), with METH_FASTCALL's arguments.
+PyObject* callByName(PyObject* module, PyObject* const* values, Py_ssize_t count,
+                     PyObject* names) noexcept;
+
+}  // namespace zembra::python

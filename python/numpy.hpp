@@ -1,0 +1,12 @@
+// NumPy's C interface, imported once by module.cpp for all files of the module.
+#pragma once
+
+#include <Python.h>
+
+#define NPY_NO_DEPRECATED_API NPY_1_7_API_VERSION
+#define PY_ARRAY_UNIQUE_SYMBOL zembra_numpy_api
+#ifndef ZEMBRA_IMPORTS_NUMPY
+#define NO_IMPORT_ARRAY
+#endif
+#include <numpy/arrayobject.h>
+#include <numpy/arrayscalars.h>

@@ -1,0 +1,18 @@
+// Python values -> host arrays.
+#pragma once
+
+#include "python/python.hpp"
+#include "runtime/array.hpp"
+
+namespace zembra::python {
+
+/// The host's form of a Python value. Every array remembers the object that it was
+/// made from, so that what comes back unchanged is that very object; the data of
+/// NumPy arrays and text are used where they lie. Throws Unconvertible for the few
+/// values that have no form, and whatever Python raises on the way.
+Value toHost(PyObject* object);
+
+/// A value that only travels: carried as it is, never looked at.
+Value carry(PyObject* object);
+
+}  // namespace zembra::python

@@ -1,0 +1,45 @@
+"""`python3 -m zembra [script.py ...]`: a script or a prompt with everything imported."""
+
+import code
+import runpy
+import sys
+from typing import Any, Dict
+
+import numpy as np
+
+import zembra
+from zembra import h5
+
+
+def _names() -> Dict[str, Any]:
+    return {"zembra": zembra, "h5": h5, "np": np}
+
+
+def _run(arguments: "list[str]") -> None:
+    """The script as Python itself would run it, with our names there already."""
+    sys.argv[:] = arguments
+    runpy.run_path(arguments[0], init_globals=_names(), run_name="__main__")
+
+
+def _prompt() -> None:
+    names = {"__name__": "__console__", **_names()}
+    try:
+        import readline
+        import rlcompleter
+
+        readline.set_completer(rlcompleter.Completer(names).complete)
+        readline.parse_and_bind("tab: complete")
+    except ImportError:
+        pass  # a Python without readline has no completion; all else works
+    major, minor, release = (int(number) for number in h5.H5get_libversion())
+    banner = (
+        f"Zembra with HDF5 {major}.{minor}.{release}. Here are zembra, h5 and np;"
+        " help(h5.H5Dread) explains a function."
+    )
+    code.interact(banner=banner, local=names, exitmsg="")
+
+
+if len(sys.argv) > 1:
+    _run(sys.argv[1:])
+else:
+    _prompt()

@@ -1,0 +1,79 @@
+"""Compound data as structured arrays."""
+
+from typing import Any, Dict, Optional, Sequence, Tuple, Union
+
+import numpy as np
+
+Shape = Tuple[int, ...]
+
+
+def records(
+    data: Dict[str, Any], shape: Optional[Union[int, Sequence[int]]] = None
+) -> np.ndarray:
+    """The structured array of a compound dataset that was read as a dict.
+
+    Fields become members in their order, nested dicts nested members, lists and
+    object arrays members of dtype object. The shape of the dataset is what the
+    shapes of all fields begin with; where they share more than that (a single
+    member that is itself an array, say), `shape` tells.
+    """
+    columns = {name: _column(value) for name, value in data.items()}
+    if shape is None:
+        extent = _common_start([found for value in columns.values() for found in _shapes(value)])
+    else:
+        extent = (shape,) if isinstance(shape, (int, np.integer)) else tuple(shape)
+    for name, value in columns.items():
+        for found in _shapes(value):
+            if found[: len(extent)] != extent:
+                raise ValueError(
+                    f"field {name!r} has the shape {found}, which does not begin with {extent}"
+                )
+    result = np.empty(extent, _dtype(columns, extent))
+    _fill(result, columns)
+    return result
+
+
+def _column(value: Any) -> Any:
+    """A field as an array, a nested structure as a dict of them."""
+    if isinstance(value, dict):
+        return {name: _column(inner) for name, inner in value.items()}
+    if isinstance(value, list):
+        column = np.empty(len(value), object)
+        column[:] = value
+        return column
+    if isinstance(value, str):  # the fixed string of a scalar dataset
+        return np.array(value.encode("utf-8", "surrogateescape"))
+    return np.asarray(value)
+
+
+def _shapes(column: Any) -> "list[Shape]":
+    if isinstance(column, dict):
+        return [shape for inner in column.values() for shape in _shapes(inner)]
+    return [column.shape]
+
+
+def _common_start(shapes: "list[Shape]") -> Shape:
+    start = []
+    for lengths in zip(*shapes):
+        if len(set(lengths)) > 1:
+            break
+        start.append(lengths[0])
+    return tuple(start)
+
+
+def _dtype(columns: Dict[str, Any], extent: Shape) -> np.dtype:
+    members: list = []
+    for name, column in columns.items():
+        if isinstance(column, dict):
+            members.append((name, _dtype(column, extent)))
+        else:
+            members.append((name, column.dtype, column.shape[len(extent) :]))
+    return np.dtype(members)
+
+
+def _fill(result: np.ndarray, columns: Dict[str, Any]) -> None:
+    for name, column in columns.items():
+        if isinstance(column, dict):
+            _fill(result[name], column)
+        else:
+            result[name] = column

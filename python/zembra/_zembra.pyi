@@ -1,0 +1,9 @@
+from typing import Any, Dict, Tuple
+
+class Function:
+    def __init__(self, name: str) -> None: ...
+    def __call__(self, *arguments: Any, nout: int = 5) -> Any: ...
+
+identifier_types: Dict[int, Tuple[str, str]]
+
+def call(name: Any = ..., /, *arguments: Any, nout: int = 5) -> Any: ...

@@ -1,0 +1,24 @@
+"""The HDF5 functions of the gateway, by their own names.
+
+Identifiers are numbers (or zembra.Id), enumerations and constants go by name,
+indices count from zero and dimensions run from the slowest to the fastest. A call
+gives None, its one result, or a tuple of results; `nout=` limits how many are
+asked for, 5 unless it says otherwise. Failures raise zembra.Error.
+
+A callback is called with what the function hands it. It returns a status (0 goes
+on, a positive number stops, a negative one fails the call), or a status and the
+new user data as a tuple where user data travel along.
+
+HDF5 runs with the interpreter's lock held: calls from several threads take turns.
+"""
+
+from ._zembra import Function as _Function
+from ._zembra import call as _call
+
+__all__ = _call("H5ZBget_function_names")
+
+globals().update({name: _Function(name) for name in __all__})
+
+
+def __dir__():
+    return __all__
