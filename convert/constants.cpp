@@ -284,7 +284,10 @@ constexpr auto kNumbers = std::to_array<Constant>({
 // --- Identifiers --------------------------------------------------------------------
 
 // What HDF5's macros give, which open the library first.
-#define ALIAS(Name, Macro) {Name, 0, [] { return static_cast<hid_t>(Macro); }}
+#define ALIAS(Name, Macro)                            \
+  Constant {                                          \
+    Name, 0, [] { return static_cast<hid_t>(Macro); } \
+  }
 #define SAME(Macro) ALIAS(#Macro, Macro)
 
 // clang-format off
@@ -362,8 +365,9 @@ constexpr auto kIdentifiers = std::to_array<Constant>({
 template <std::size_t N>
 constexpr std::array<Constant, N> asConstants(const std::array<EnumName, N>& names) {
   std::array<Constant, N> constants{};
-  std::ranges::transform(names, constants.begin(),
-                         [](const EnumName& entry) { return Constant{entry.name, entry.value}; });
+  std::ranges::transform(names, constants.begin(), [](const EnumName& entry) {
+    return Constant{entry.name, entry.value};
+  });
   return constants;
 }
 
@@ -380,13 +384,13 @@ constexpr auto enumerators() {
   return merged(asConstants(kEnumNames<Enumeration>)...);
 }
 
-constexpr auto kConstants = merged(
-    enumerators<H5E_direction_t, H5D_layout_t, H5D_alloc_time_t, H5D_fill_time_t,
-                H5F_close_degree_t, H5F_libver_t, H5F_scope_t, H5FD_mem_t, H5L_type_t,
-                H5R_type_t, H5S_class_t, H5S_seloper_t, H5T_class_t, H5T_order_t, H5T_sign_t,
-                H5T_norm_t, H5T_cset_t, H5T_str_t, H5T_pad_t, H5T_direction_t, FilterId,
-                H5Z_EDC_t, H5Z_SO_scale_type_t>(),
-    kNumbers, kIdentifiers);
+constexpr auto kConstants =
+    merged(enumerators<H5E_direction_t, H5D_layout_t, H5D_alloc_time_t, H5D_fill_time_t,
+                       H5F_close_degree_t, H5F_libver_t, H5F_scope_t, H5FD_mem_t, H5L_type_t,
+                       H5R_type_t, H5S_class_t, H5S_seloper_t, H5T_class_t, H5T_order_t, H5T_sign_t,
+                       H5T_norm_t, H5T_cset_t, H5T_str_t, H5T_pad_t, H5T_direction_t, FilterId,
+                       H5Z_EDC_t, H5Z_SO_scale_type_t>(),
+           kNumbers, kIdentifiers);
 static_assert(kConstants.size() == 471);
 static_assert(ascendsByName(kConstants));
 

@@ -1,0 +1,60 @@
+// Identifiers between HDF5 and scripts. Scripts see HDF5 1.8's numbers on every
+// release: type << 24 | serial, which a double holds exactly. From 1.10 on HDF5
+// keeps type << 56 | serial, which it does not; serials that outgrow 24 bits (after
+// 16.7 million identifiers of one type) move to 2^52 + type * 2^45 + serial.
+#pragma once
+
+#include <cstdint>
+
+#include "convert/numbers.hpp"
+#include "hdf5/compat.hpp"
+
+namespace h5gate {
+
+namespace codec {
+
+inline constexpr int kTypeShift = 56;          // 1.10 and later
+inline constexpr int kShortTypeShift = 24;     // 1.8, and what scripts see
+inline constexpr int kLongTypeShift = 45;      // what scripts see of large serials
+inline constexpr std::int64_t kLongBase = std::int64_t{1} << 52;
+inline constexpr std::int64_t kLongEnd = kLongBase + (std::int64_t{128} << kLongTypeShift);
+
+constexpr std::int64_t low(std::int64_t value, int bits) {
+  return value & ((std::int64_t{1} << bits) - 1);
+}
+
+constexpr std::int64_t encode(std::int64_t id) {
+  if (id <= 0) return id;
+  const std::int64_t type = id >> kTypeShift;
+  const std::int64_t serial = low(id, kTypeShift);
+  return serial >> kShortTypeShift == 0 ? (type << kShortTypeShift) | serial
+                                        : kLongBase + (type << kLongTypeShift) + serial;
+}
+
+constexpr std::int64_t decode(std::int64_t number) {
+  if (number >= kLongBase) {
+    const std::int64_t rest = number - kLongBase;
+    return ((rest >> kLongTypeShift) << kTypeShift) | low(rest, kLongTypeShift);
+  }
+  if (number <= 0) return number;
+  return ((number >> kShortTypeShift) << kTypeShift) | low(number, kShortTypeShift);
+}
+
+}  // namespace codec
+
+inline double identifierToHost(hid_t id) {
+  if constexpr (!hdf5::kWideIdentifiers) return static_cast<double>(id);
+  return static_cast<double>(codec::encode(id));
+}
+
+/// The inverse; every double that no identifier maps to is truncated toward zero to
+/// 32 bits first, out of range to -2147483648, which HDF5 rejects.
+inline hid_t identifierFromHost(double number) {
+  if constexpr (!hdf5::kWideIdentifiers) return static_cast<hid_t>(truncateToInt32(number));
+  const bool large = number >= static_cast<double>(codec::kLongBase) &&
+                     number < static_cast<double>(codec::kLongEnd);
+  return static_cast<hid_t>(codec::decode(large ? static_cast<std::int64_t>(number)
+                                                : truncateToInt32(number)));
+}
+
+}  // namespace h5gate

@@ -1,0 +1,24 @@
+// The one exported symbol: name -> table -> handler.
+#include "convert/text.hpp"
+#include "gateway/function_table.hpp"
+#include "hdf5/compat.hpp"
+#include "host/call.hpp"
+
+#define H5GATE_EXPORT __attribute__((visibility("default")))
+
+extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, const zbArray** ins) {
+  using namespace h5gate;
+  requireArgCount(nIn >= 1);
+  if (zbGetClass(ins[0]) != zbClass::Char) raise<msg::firstArgNotChar>();
+
+  // On every call: HDF5 neither ends itself behind the host's back nor prints its
+  // error stack; failures reach the script as raised errors only. Neither call
+  // touches the stack of the call before.
+  H5dont_atexit();
+  H5Eset_auto1(nullptr, nullptr);
+
+  const std::string name = getStringArg(ins[0]);
+  const GatewayHandler handler = findHandler(name);
+  if (handler == nullptr) raise<msg::invalidOperation>(name);
+  handler(nOut, outs, nIn - 1, ins + 1);
+}

@@ -1,0 +1,145 @@
+#include "runtime/call.hpp"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "hdf5/compat.hpp"
+#include "host/hdf5_dataset.hpp"
+#include "runtime/host_error.hpp"
+#include "runtime/pending_cause.hpp"
+
+namespace zembra {
+namespace {
+
+thread_local std::exception_ptr pendingCause;
+
+/// One line, without NULs: "basic" report of what a host function threw.
+std::string report(const std::exception_ptr& exception) {
+  std::string text;
+  try {
+    std::rethrow_exception(exception);
+  } catch (const std::exception& error) {
+    text = error.what();
+  } catch (...) {
+    text = "A host function failed with an exception that says nothing about itself.";
+  }
+  std::replace(text.begin(), text.end(), '\0', ' ');
+  return text;
+}
+
+/// Results go to the running call. A slot that gets none keeps what its owner put
+/// there, or else holds an empty array.
+void fillSlots(int nOut, zbArray** outs, std::vector<Value> results) {
+  results.resize(static_cast<std::size_t>(std::max(nOut, 0)));
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (!results[i] && outs[i] != nullptr) continue;
+    const Value value = results[i] ? results[i] : makeEmpty();
+    zbDestroyArray(outs[i]);
+    outs[i] = value.get();
+    // User data that comes back may be on the call's list already; once is enough.
+    if (outs[i]->scope == nullptr) enroll(Value(value).release());
+  }
+}
+
+std::vector<Value> feval(int nOut, std::span<zbArray* const> ins) {
+  if (ins.empty() || ins[0] == nullptr || ins[0]->type != zbClass::Function) {
+    raiseHostError("notFunction", "The callback is " +
+                                      (ins.empty() ? "missing" : describe(ins[0])) +
+                                      "; a function handle is needed.");
+  }
+  return ins[0]->composite->target->call(nOut, ins.subspan(1));
+}
+
+/// What went wrong, or null.
+std::exception_ptr run(int nOut, zbArray** outs, int nIn, zbArray** ins,
+                       std::string_view function) noexcept {
+  try {
+    const std::span<zbArray* const> inputs(ins, static_cast<std::size_t>(std::max(nIn, 0)));
+    if (function == "feval") {
+      fillSlots(nOut, outs, feval(nOut, inputs));
+      pendingCause = nullptr;
+      return nullptr;
+    }
+    if (function == "getReport" && !inputs.empty() && inputs[0]->composite &&
+        inputs[0]->composite->exception) {
+      fillSlots(nOut, outs, {makeText(report(inputs[0]->composite->exception))});
+      return nullptr;
+    }
+    raiseHostError("noSuchFunction",
+                   "The host has no function " + std::string(function) + " for this.");
+  } catch (...) {
+    return std::current_exception();
+  }
+}
+
+std::exception_ptr runAndRemember(int nOut, zbArray** outs, int nIn, zbArray** ins,
+                                  std::string_view function) noexcept {
+  std::exception_ptr failure = run(nOut, outs, nIn, ins, function);
+  if (failure && function == "feval") pendingCause = failure;
+  return failure;
+}
+
+std::string besideThisLibrary(const char* name) {
+  Dl_info info{};
+  if (dladdr(reinterpret_cast<const void*>(&loadGateway), &info) == 0) return name;
+  const std::string_view path = info.dli_fname;
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? name : std::string(path.substr(0, slash + 1)) + name;
+}
+
+zbExtensionFunction* openGateway() {
+  void* library = dlopen(besideThisLibrary("libh5gate.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) library = dlopen("libh5gate.so", RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw std::runtime_error(dlerror());
+  auto* function = reinterpret_cast<zbExtensionFunction*>(dlsym(library, "zebFunction"));
+  if (function == nullptr) throw std::runtime_error(dlerror());
+  // The gateway switches HDF5's own exit handler off, and another user of HDF5 in
+  // the process may have done so before the library was opened.
+  std::atexit([] { H5close(); });
+  return function;
+}
+
+}  // namespace
+
+void setPendingCause(std::exception_ptr cause) { pendingCause = std::move(cause); }
+std::exception_ptr takePendingCause() { return std::exchange(pendingCause, nullptr); }
+
+std::vector<Value> callExtension(zbExtensionFunction* function, int nOut,
+                                 std::span<const zbArray* const> ins) {
+  const CallScope scope;
+  std::vector<zbArray*> outs(static_cast<std::size_t>(std::max(nOut, kResultSlots)));
+  std::vector<const zbArray*> inputs(ins.begin(), ins.end());
+  function(nOut, outs.data(), static_cast<int>(inputs.size()), inputs.data());
+  std::vector<Value> results;
+  for (zbArray* out : outs) {
+    if (out == nullptr) break;
+    results.push_back(CallScope::take(out));
+  }
+  return results;
+}
+
+zbExtensionFunction* loadGateway() {
+  static zbExtensionFunction* const function = openGateway();
+  return function;
+}
+
+}  // namespace zembra
+
+int zebCallZembra(int nOut, zbArray** outs, int nIn, zbArray** ins, const char* function) {
+  return zembra::runAndRemember(nOut, outs, nIn, ins, function) ? 1 : 0;
+}
+
+zbArray* zebCallZembraWithTrap(int nOut, zbArray** outs, int nIn, zbArray** ins,
+                               const char* function) {
+  std::exception_ptr failure = zembra::runAndRemember(nOut, outs, nIn, ins, function);
+  if (!failure) return nullptr;
+  zembra::Value exception = zembra::makeObject("zembra.Exception", {});
+  exception.get()->composite->exception = std::move(failure);
+  zembra::enroll(exception.get());
+  return exception.release();
+}

@@ -1,0 +1,34 @@
+// The arrays that one extension call creates, kept as a list through the arrays
+// themselves. Whatever is not taken over when the scope ends is reclaimed; scopes
+// nest as calls do.
+#pragma once
+
+#include "runtime/array.hpp"
+
+namespace zembra {
+
+class CallScope {
+ public:
+  CallScope();
+  ~CallScope();
+  CallScope(const CallScope&) = delete;
+  CallScope& operator=(const CallScope&) = delete;
+
+  /// Makes the caller an owner of a result: an array that the call created leaves
+  /// the scope; an argument that comes back as a result gains a reference.
+  static Value take(zbArray* result);
+
+ private:
+  friend void enroll(zbArray* array);
+  friend void dismiss(zbArray* array);
+
+  CallScope* outer_;
+  zbArray* first_ = nullptr;
+};
+
+/// Hands a reference to the innermost scope; without one it stays the creator's.
+void enroll(zbArray* array);
+/// Takes an array out of its scope, if it is in one: the reference is the caller's again.
+void dismiss(zbArray* array);
+
+}  // namespace zembra

@@ -1,0 +1,70 @@
+// Host errors and warnings.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace zembra {
+
+using Parameter = std::variant<std::string, std::int64_t>;
+
+/// One record of HDF5's error stack.
+struct ErrorRecord {
+  std::string function;
+  std::string file;
+  unsigned line = 0;
+  std::string description;
+  std::string major;
+  std::string minor;
+};
+
+/// The one exception type that the host raises.
+class HostError : public std::exception {
+ public:
+  struct Content {
+    std::string identifier;  // "Zembra:h5gate:constantNotFound", "Zembra:host:...", ...
+    std::string key;         // its last part
+    std::vector<Parameter> parameters;
+    std::string text;
+    bool libraryFailure = false;     // HDF5's own failure
+    std::vector<ErrorRecord> stack;  // innermost first
+    std::exception_ptr cause;        // what a host function threw, where that is the reason
+  };
+  explicit HostError(Content content) : content_(std::make_shared<const Content>(std::move(content))) {}
+  [[nodiscard]] const char* what() const noexcept override { return content_->text.c_str(); }
+  [[nodiscard]] const Content* operator->() const { return content_.get(); }
+
+ private:
+  std::shared_ptr<const Content> content_;  // copying must not throw
+};
+
+/// Raises `Zembra:host:<key>`.
+[[noreturn]] void raiseHostError(std::string_view key, std::string text,
+                                 std::vector<Parameter> parameters = {});
+
+struct Warning {
+  std::string identifier;
+  std::string text;
+  std::exception_ptr cause;
+};
+/// Who receives warnings; standard error until set. May throw: the exception
+/// ends the call that warned.
+void setWarningHandler(std::function<void(const Warning&)> handler);
+
+/// Every message that the catalogue knows (component, key, text): for tests and documents.
+struct CatalogueEntry {
+  std::string_view component;
+  std::string_view key;
+  std::size_t parameters;
+  std::string_view text;
+};
+const std::vector<CatalogueEntry>& catalogue();
+
+}  // namespace zembra

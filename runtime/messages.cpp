@@ -1,0 +1,97 @@
+// The message catalogue: texts of the keys, and the raising of host errors and warnings.
+#include "host/messages.hpp"
+
+#include <cstdio>
+
+#include "runtime/host_error.hpp"
+#include "runtime/pending_cause.hpp"
+
+namespace zembra {
+namespace {
+
+// The number of parameters is the number of kinds listed beside the key.
+template <class... Kinds>
+struct Count {
+  static constexpr std::size_t value = sizeof...(Kinds);
+};
+
+std::string fill(std::string_view pattern, const std::vector<Parameter>& parameters) {
+  std::string text;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    const bool placeholder = pattern[i] == '%' && i + 1 < pattern.size() &&
+                             pattern[i + 1] >= '1' && pattern[i + 1] <= '9';
+    const auto index = placeholder ? static_cast<std::size_t>(pattern[i + 1] - '1') : 0;
+    if (!placeholder || index >= parameters.size()) {
+      text += pattern[i];
+      continue;
+    }
+    const Parameter& parameter = parameters[index];
+    if (const auto* words = std::get_if<std::string>(&parameter)) {
+      text += *words;
+    } else {
+      text += std::to_string(std::get<std::int64_t>(parameter));
+    }
+    ++i;
+  }
+  return text;
+}
+
+HostError::Content contentOf(const resource_core::BaseMsgID& message) {
+  HostError::Content content;
+  content.key = message.key();
+  content.identifier = "Zembra:" + std::string(message.component()) + ":" + content.key;
+  content.parameters = message.parameters();
+  for (const CatalogueEntry& entry : catalogue()) {
+    if (entry.key == message.key() && entry.component == message.component()) {
+      content.text = fill(entry.text, content.parameters);
+    }
+  }
+  content.cause = takePendingCause();
+  return content;
+}
+
+std::function<void(const Warning&)>& warningHandler() {
+  static std::function<void(const Warning&)> handler = [](const Warning& warning) {
+    std::fprintf(stderr, "Warning: %s\n", warning.text.c_str());
+  };
+  return handler;
+}
+
+}  // namespace
+
+const std::vector<CatalogueEntry>& catalogue() {
+  using String = std::string;
+  using Integer = std::int64_t;
+  static const std::vector<CatalogueEntry> entries = {
+#define ZB_COUNT(...) Count<__VA_ARGS__>::value
+#define ZB_MESSAGE(Component, Key, Kinds, Text) {#Component, #Key, ZB_COUNT Kinds, Text},
+#include "host/message_keys.def"
+#undef ZB_MESSAGE
+#undef ZB_COUNT
+  };
+  return entries;
+}
+
+void raiseHostError(std::string_view key, std::string text, std::vector<Parameter> parameters) {
+  HostError::Content content;
+  content.key = key;
+  content.identifier = "Zembra:host:" + content.key;
+  content.parameters = std::move(parameters);
+  content.text = std::move(text);
+  throw HostError(std::move(content));
+}
+
+void setWarningHandler(std::function<void(const Warning&)> handler) {
+  warningHandler() = std::move(handler);
+}
+
+}  // namespace zembra
+
+void zbErrMsgId(const resource_core::BaseMsgID& message) {
+  throw zembra::HostError(zembra::contentOf(message));
+}
+
+void zbWarningMsgId(const resource_core::BaseMsgID& message) {
+  const auto content = zembra::contentOf(message);
+  zembra::warningHandler()({content.identifier, content.text, content.cause});
+}
