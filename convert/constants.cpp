@@ -283,14 +283,11 @@ constexpr auto kNumbers = std::to_array<Constant>({
 
 // --- Identifiers --------------------------------------------------------------------
 
+// clang-format off
 // What HDF5's macros give, which open the library first.
-#define ALIAS(Name, Macro)                            \
-  Constant {                                          \
-    Name, 0, [] { return static_cast<hid_t>(Macro); } \
-  }
+#define ALIAS(Name, Macro) {Name, 0, [] { return static_cast<hid_t>(Macro); }}
 #define SAME(Macro) ALIAS(#Macro, Macro)
 
-// clang-format off
 constexpr auto kIdentifiers = std::to_array<Constant>({
     // File drivers
     SAME(H5FD_SEC2), SAME(H5FD_STDIO), SAME(H5FD_CORE), SAME(H5FD_LOG),
@@ -355,10 +352,10 @@ constexpr auto kIdentifiers = std::to_array<Constant>({
     SAME(H5T_NATIVE_INT_LEAST64), SAME(H5T_NATIVE_UINT_LEAST64),
     SAME(H5T_NATIVE_INT_FAST64), SAME(H5T_NATIVE_UINT_FAST64),
 });
-// clang-format on
 
 #undef SAME
 #undef ALIAS
+// clang-format on
 
 // --- The table ------------------------------------------------------------------------------
 

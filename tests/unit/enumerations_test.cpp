@@ -43,7 +43,9 @@ Enumeration enumeration(std::string subject, std::vector<Enumerator> names) {
 }
 
 // Values are HDF5's own, but for those that later releases moved.
+// clang-format off
 #define E(Name) {#Name, static_cast<int>(Name)}
+// clang-format on
 const std::vector<Enumeration>& enumerations() {
   static const std::vector<Enumeration> all = {
       enumeration<H5_index_t>("index type", {E(H5_INDEX_NAME), E(H5_INDEX_CRT_ORDER)}),
@@ -54,55 +56,50 @@ const std::vector<Enumeration>& enumerations() {
                                      E(H5D_ALLOC_TIME_LATE), E(H5D_ALLOC_TIME_INCR)}),
       enumeration<H5D_fill_time_t>(
           "fill time", {E(H5D_FILL_TIME_ALLOC), E(H5D_FILL_TIME_NEVER), E(H5D_FILL_TIME_IFSET)}),
-      enumeration<H5D_layout_t>("layout",
-                                {E(H5D_COMPACT), E(H5D_CONTIGUOUS), E(H5D_CHUNKED)}),
+      enumeration<H5D_layout_t>("layout", {E(H5D_COMPACT), E(H5D_CONTIGUOUS), E(H5D_CHUNKED)}),
       enumeration<H5E_direction_t>("error walk direction",
                                    {E(H5E_WALK_UPWARD), E(H5E_WALK_DOWNWARD)}),
-      enumeration<H5F_close_degree_t>("file close degree",
-                                      {E(H5F_CLOSE_DEFAULT), E(H5F_CLOSE_WEAK),
-                                       E(H5F_CLOSE_SEMI), E(H5F_CLOSE_STRONG)}),
+      enumeration<H5F_close_degree_t>(
+          "file close degree",
+          {E(H5F_CLOSE_DEFAULT), E(H5F_CLOSE_WEAK), E(H5F_CLOSE_SEMI), E(H5F_CLOSE_STRONG)}),
       enumeration<H5F_libver_t>(
           "library version bound",
           {{"H5F_LIBVER_EARLIEST", 0}, {"H5F_LIBVER_LATEST", 1}, {"H5F_LIBVER_18", 1}}),
       enumeration<H5F_scope_t>("flush scope", {E(H5F_SCOPE_LOCAL), E(H5F_SCOPE_GLOBAL)}),
-      enumeration<H5FD_mem_t>("file memory type",
-                              {E(H5FD_MEM_DEFAULT), E(H5FD_MEM_SUPER), E(H5FD_MEM_BTREE),
-                               E(H5FD_MEM_DRAW), E(H5FD_MEM_GHEAP), E(H5FD_MEM_LHEAP),
-                               E(H5FD_MEM_OHDR)}),
+      enumeration<H5FD_mem_t>(
+          "file memory type",
+          {E(H5FD_MEM_DEFAULT), E(H5FD_MEM_SUPER), E(H5FD_MEM_BTREE), E(H5FD_MEM_DRAW),
+           E(H5FD_MEM_GHEAP), E(H5FD_MEM_LHEAP), E(H5FD_MEM_OHDR)}),
       enumeration<H5G_link_t>("group link type", {E(H5G_LINK_HARD), E(H5G_LINK_SOFT)}),
       enumeration<H5R_type_t>("reference type", {E(H5R_OBJECT), E(H5R_DATASET_REGION)}),
-      enumeration<H5S_class_t>("dataspace class",
-                               {E(H5S_SCALAR), E(H5S_SIMPLE), E(H5S_NULL)}),
+      enumeration<H5S_class_t>("dataspace class", {E(H5S_SCALAR), E(H5S_SIMPLE), E(H5S_NULL)}),
       enumeration<H5S_seloper_t>(
           "selection operator",
           {E(H5S_SELECT_SET), E(H5S_SELECT_OR), E(H5S_SELECT_AND), E(H5S_SELECT_XOR),
-           E(H5S_SELECT_NOTB), E(H5S_SELECT_NOTA), E(H5S_SELECT_APPEND),
-           E(H5S_SELECT_PREPEND)}),
+           E(H5S_SELECT_NOTB), E(H5S_SELECT_NOTA), E(H5S_SELECT_APPEND), E(H5S_SELECT_PREPEND)}),
       enumeration<H5T_class_t>(
           "datatype class",
-          {E(H5T_INTEGER), E(H5T_FLOAT), E(H5T_TIME), E(H5T_STRING), E(H5T_BITFIELD),
-           E(H5T_OPAQUE), E(H5T_COMPOUND), E(H5T_REFERENCE), E(H5T_ENUM), E(H5T_VLEN),
-           E(H5T_ARRAY)}),
-      enumeration<H5T_order_t>("byte order", {E(H5T_ORDER_LE), E(H5T_ORDER_BE),
-                                              E(H5T_ORDER_VAX), E(H5T_ORDER_NONE)}),
+          {E(H5T_INTEGER), E(H5T_FLOAT), E(H5T_TIME), E(H5T_STRING), E(H5T_BITFIELD), E(H5T_OPAQUE),
+           E(H5T_COMPOUND), E(H5T_REFERENCE), E(H5T_ENUM), E(H5T_VLEN), E(H5T_ARRAY)}),
+      enumeration<H5T_order_t>(
+          "byte order", {E(H5T_ORDER_LE), E(H5T_ORDER_BE), E(H5T_ORDER_VAX), E(H5T_ORDER_NONE)}),
       enumeration<H5T_sign_t>("sign", {E(H5T_SGN_NONE), E(H5T_SGN_2)}),
-      enumeration<H5T_norm_t>("mantissa normalisation", {E(H5T_NORM_IMPLIED),
-                                                         E(H5T_NORM_MSBSET), E(H5T_NORM_NONE)}),
+      enumeration<H5T_norm_t>("mantissa normalisation",
+                              {E(H5T_NORM_IMPLIED), E(H5T_NORM_MSBSET), E(H5T_NORM_NONE)}),
       enumeration<H5T_cset_t>("character set", {E(H5T_CSET_ASCII), E(H5T_CSET_UTF8)}),
-      enumeration<H5T_str_t>("string padding", {E(H5T_STR_NULLTERM), E(H5T_STR_NULLPAD),
-                                                E(H5T_STR_SPACEPAD)}),
+      enumeration<H5T_str_t>("string padding",
+                             {E(H5T_STR_NULLTERM), E(H5T_STR_NULLPAD), E(H5T_STR_SPACEPAD)}),
       enumeration<H5T_pad_t>("bit padding",
                              {E(H5T_PAD_ZERO), E(H5T_PAD_ONE), E(H5T_PAD_BACKGROUND)}),
       enumeration<H5T_direction_t>("native type direction",
                                    {E(H5T_DIR_DEFAULT), E(H5T_DIR_ASCEND), E(H5T_DIR_DESCEND)}),
       enumeration<H5Z_EDC_t>("error detection", {E(H5Z_ENABLE_EDC), E(H5Z_DISABLE_EDC)}),
       enumeration<h5gate::FilterId>(
-          "filter", {E(H5Z_FILTER_DEFLATE), E(H5Z_FILTER_SHUFFLE), E(H5Z_FILTER_FLETCHER32),
-                     E(H5Z_FILTER_SZIP), E(H5Z_FILTER_NBIT), E(H5Z_FILTER_SCALEOFFSET),
-                     E(H5Z_FILTER_ALL)}),
+          "filter",
+          {E(H5Z_FILTER_DEFLATE), E(H5Z_FILTER_SHUFFLE), E(H5Z_FILTER_FLETCHER32),
+           E(H5Z_FILTER_SZIP), E(H5Z_FILTER_NBIT), E(H5Z_FILTER_SCALEOFFSET), E(H5Z_FILTER_ALL)}),
       enumeration<H5Z_SO_scale_type_t>(
-          "scale-offset type",
-          {E(H5Z_SO_FLOAT_DSCALE), E(H5Z_SO_FLOAT_ESCALE), E(H5Z_SO_INT)}),
+          "scale-offset type", {E(H5Z_SO_FLOAT_DSCALE), E(H5Z_SO_FLOAT_ESCALE), E(H5Z_SO_INT)}),
   };
   return all;
 }
@@ -136,17 +133,16 @@ Value numeric(zbClass type, std::vector<Element> elements) {
 /// Each test runs for every enumeration.
 class Enumerated : public testing::TestWithParam<Enumeration> {};
 
-INSTANTIATE_TEST_SUITE_P(
-    All, Enumerated, testing::ValuesIn(enumerations()), [](const auto& test) {
-      std::string name = test.param.subject;
-      std::ranges::replace_if(name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-      return name;
-    });
+INSTANTIATE_TEST_SUITE_P(All, Enumerated, testing::ValuesIn(enumerations()), [](const auto& test) {
+  std::string name = test.param.subject;
+  std::ranges::replace_if(
+      name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return name;
+});
 
 TEST_P(Enumerated, TakesEveryNameForItsValue) {
   for (const Enumerator& enumerator : GetParam().names) {
-    EXPECT_EQ(GetParam()(zembra::makeText(enumerator.name)), enumerator.value)
-        << enumerator.name;
+    EXPECT_EQ(GetParam()(zembra::makeText(enumerator.name)), enumerator.value) << enumerator.name;
   }
 }
 
@@ -301,8 +297,8 @@ TEST(Enumerations, CountNamesRatherThanValues) {
 }
 
 TEST(Enumerations, GiveFiltersAsTheNumbersThatHdf5Takes) {
-  static_assert(std::is_same_v<decltype(h5gate::getEnumArg<h5gate::FilterId>(nullptr)),
-                               H5Z_filter_t>);
+  static_assert(
+      std::is_same_v<decltype(h5gate::getEnumArg<h5gate::FilterId>(nullptr)), H5Z_filter_t>);
   const Value all = zembra::makeText("H5Z_FILTER_ALL");
   EXPECT_EQ(h5gate::getEnumArg<h5gate::FilterId>(all.get()), 0);
 }

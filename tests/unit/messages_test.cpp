@@ -111,8 +111,7 @@ const std::map<std::string_view, std::string_view> kParameters = {
 };
 
 const std::vector<zembra::Parameter> kWords = {std::string("first word"), std::string("second")};
-const std::vector<zembra::Parameter> kNumbers = {std::int64_t{-9007199254740993},
-                                                 std::int64_t{42}};
+const std::vector<zembra::Parameter> kNumbers = {std::int64_t{-9007199254740993}, std::int64_t{42}};
 
 template <class Kind>
 const Kind& sample(std::size_t place) {
@@ -125,11 +124,11 @@ struct Signature {
   static std::string letters() {
     return (std::string() + ... + (std::is_same_v<Kinds, std::int64_t> ? "I" : "S"));
   }
-  static std::tuple<Kinds...> values() {
-    return []<std::size_t... Place>(std::index_sequence<Place...>) {
-      return std::tuple<Kinds...>(sample<Kinds>(Place)...);
-    }(std::index_sequence_for<Kinds...>{});
+  template <std::size_t... Place>
+  static std::tuple<Kinds...> values(std::index_sequence<Place...>) {
+    return std::tuple<Kinds...>(sample<Kinds>(Place)...);
   }
+  static std::tuple<Kinds...> values() { return values(std::index_sequence_for<Kinds...>{}); }
   static std::vector<zembra::Parameter> samples() {
     return std::apply(
         [](const Kinds&... value) {
@@ -161,7 +160,7 @@ const std::vector<Entry>& entries() {
   using Integer = Zembra::fmtio::Integer;
   static const std::vector<Entry> all = {
 #define SIGNATURE(...) Signature<__VA_ARGS__>
-#define ZB_MESSAGE(Component, Key, Kinds, Text)                       \
+#define ZB_MESSAGE(Component, Key, Kinds, Text)                              \
   {#Component, #Key, SIGNATURE Kinds::letters(), SIGNATURE Kinds::samples(), \
    SIGNATURE Kinds::raised<Zembra::fmtio::Component::Key>()},
 #include "host/message_keys.def"
