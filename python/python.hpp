@@ -20,6 +20,10 @@ inline py::object borrow(PyObject* object) { return py::reinterpret_borrow<py::o
 /// interpreter has ended there is nothing left to give back to.
 inline void releaseObject(void* object) {
   if (Py_IsInitialized() == 0) return;
+  if (PyGILState_Check() == 1) {  // nearly always
+    Py_DECREF(static_cast<PyObject*>(object));
+    return;
+  }
   const PyGILState_STATE state = PyGILState_Ensure();
   Py_DECREF(static_cast<PyObject*>(object));
   PyGILState_Release(state);

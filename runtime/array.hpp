@@ -108,7 +108,9 @@ class Value {
     std::swap(array_, other.array_);
     return *this;
   }
-  ~Value() { drop(array_); }
+  ~Value() {
+    if (array_ != nullptr) drop(array_);
+  }
   [[nodiscard]] zbArray* get() const { return array_; }
   [[nodiscard]] zbArray* release() { return std::exchange(array_, nullptr); }
   explicit operator bool() const { return array_ != nullptr; }
