@@ -4,7 +4,6 @@ set(package_dir "${PROJECT_BINARY_DIR}/python/zembra")
 set(package_install_dir lib/python3/dist-packages/zembra)
 
 file(GLOB module_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/python/*.cpp")
-if(module_sources)
 Python3_add_library(_zembra MODULE WITH_SOABI ${module_sources})
 set_target_properties(_zembra PROPERTIES
   CXX_VISIBILITY_PRESET hidden
@@ -14,7 +13,6 @@ set_target_properties(_zembra PROPERTIES
 target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
 add_dependencies(_zembra h5gate)  # loaded at run time
 install(TARGETS _zembra LIBRARY DESTINATION ${package_install_dir})
-endif()
 
 file(GLOB_RECURSE package_files CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/python/zembra"
      "${PROJECT_SOURCE_DIR}/python/zembra/*")
