@@ -51,8 +51,8 @@ double exactDouble(PyObject* integer) {
     PyErr_Clear();
     throw Unconvertible(PyExc_OverflowError, "an integer beyond the range of a double");
   }
-  constexpr double kExactUpTo = 9007199254740992.0;  // 2^53
-  if (std::abs(value) > kExactUpTo) {
+  constexpr double kAllExactBelow = 9007199254740992.0;  // 2^53
+  if (std::abs(value) >= kAllExactBelow) {
     const py::object back = steal(PyLong_FromDouble(value));
     if (!back.equal(borrow(integer))) {
       throw Unconvertible(PyExc_OverflowError, "the integer " + std::string(py::str(integer)) +

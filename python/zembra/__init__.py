@@ -27,3 +27,8 @@ __all__ = [
     "h5",
     "records",
 ]
+
+# Tracebacks and help() name things as scripts do.
+for _name in ("Error", "ErrorRecord", "GatewayWarning", "Id", "LibraryError", "records"):
+    globals()[_name].__module__ = __name__
+del _name

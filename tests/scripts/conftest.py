@@ -1,0 +1,114 @@
+"""Fixtures of all script tests, and the check that none of them leaves an
+identifier open."""
+
+import ctypes
+import gc
+import os
+from pathlib import Path
+
+import pytest
+
+import zembra  # loads the libraries
+
+
+def _loaded_library():
+    """The HDF5 library that the gateway runs on, which is in the process already."""
+    for line in Path("/proc/self/maps").read_text().splitlines():
+        path = line.split(maxsplit=5)[-1]
+        name = os.path.basename(path)
+        if name.startswith("libhdf5") and "_hl" not in name and ".so" in name:
+            return ctypes.CDLL(path)
+    raise RuntimeError("libhdf5 is not loaded")
+
+
+class OpenIds:
+    """Counts HDF5's open identifiers by asking the library itself.
+
+    HDF5 counts its file-bound objects. For the rest there is only H5Iis_valid: a
+    fresh identifier tells the highest serial number, and what was not seen valid
+    up to there since the last count cannot become so.
+    """
+
+    _FILE_BOUND = {"file": 0x01, "dataset": 0x02, "group": 0x04, "datatype": 0x08, "attribute": 0x10}
+
+    def __init__(self):
+        self._hdf5 = _loaded_library()
+        version = [ctypes.c_uint() for _ in range(3)]
+        self._hdf5.H5get_libversion(*map(ctypes.byref, version))
+        wide = tuple(number.value for number in version) >= (1, 10, 0)
+        self._hid = ctypes.c_int64 if wide else ctypes.c_int
+        self._serial_bits = 56 if wide else 24
+        self._alive = {}
+        self._seen = {}
+
+    def _call(self, name, *arguments):
+        function = getattr(self._hdf5, name)
+        function.restype = self._hid
+        return function(*map(self._hid, arguments))
+
+    def _global(self, name):
+        return self._hid.in_dll(self._hdf5, name).value
+
+    def _scan(self, kind, fresh, close):
+        """Looks at all identifiers of the fresh one's type."""
+        self._call(close, fresh)
+        base = fresh >> self._serial_bits << self._serial_bits
+        newest = fresh - base
+        valid = self._hdf5.H5Iis_valid
+        valid.argtypes = [self._hid]
+        candidates = self._alive.get(kind, set()) | set(range(self._seen.get(kind, 0), newest))
+        self._alive[kind] = {serial for serial in candidates if valid(base + serial) > 0}
+        self._seen[kind] = newest
+
+    def __call__(self):
+        everywhere = 0x1F  # H5F_OBJ_ALL also stands for all files
+        counts = {}
+        self._hdf5.H5Fget_obj_count.restype = ctypes.c_ssize_t
+        self._hdf5.H5Fget_obj_count.argtypes = [self._hid, ctypes.c_uint]
+        for kind, flag in self._FILE_BOUND.items():
+            counts[kind] = self._hdf5.H5Fget_obj_count(everywhere, flag)
+        plist = self._call("H5Pcreate", self._global("H5P_CLS_DATASET_CREATE_ID_g"))
+        self._scan("property list class", self._call("H5Pget_class", plist), "H5Pclose_class")
+        self._scan("property list", plist, "H5Pclose")
+        self._scan("dataspace", self._call("H5Screate", 0), "H5Sclose")
+        self._scan("memory datatype", self._call("H5Tcopy", self._global("H5T_NATIVE_INT_g")), "H5Tclose")
+        self._scan("error stack", self._call("H5Ecreate_stack"), "H5Eclose_stack")
+        counts.update((kind, len(alive)) for kind, alive in self._alive.items())
+        return counts
+
+
+_open_ids = OpenIds()
+
+
+@pytest.fixture
+def open_ids():
+    """Counts open identifiers by kind."""
+    return _open_ids
+
+
+@pytest.fixture(autouse=True)
+def no_identifier_leaks():
+    before = _open_ids()
+    yield
+    after = _open_ids()
+    if after != before:
+        gc.collect()  # h5py closes what it has no name for any more
+        after = _open_ids()
+    leaked = {kind: after[kind] - before[kind] for kind in after if after[kind] != before[kind]}
+    assert not leaked, f"identifiers left open: {leaked}"
+
+
+@pytest.fixture
+def path(tmp_path):
+    """Where a test may make a file."""
+    return str(tmp_path / "test.h5")
+
+
+@pytest.fixture(scope="session")
+def shared_data():
+    """The folder of sample files."""
+    root = Path(__file__).resolve().parents[2]
+    folder = Path(os.environ.get("H5GATE_SHARED_DATA", root.parent / "shared" / "data"))
+    if not any(folder.glob("*.h5")):
+        pytest.skip(f"no sample files in {folder}; H5GATE_SHARED_DATA names another folder")
+    return folder

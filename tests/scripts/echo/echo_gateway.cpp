@@ -1,0 +1,97 @@
+// A gateway that only looks at what it is given and gives it back: with it in the
+// place of the real one, the tests see what Python values become on the host and
+// what host arrays become in Python.
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/call.hpp"
+#include "runtime/array.hpp"
+
+namespace {
+
+std::string describe(const zbArray* array) {
+  std::string text = zembra::describe(array);
+  if (array->naturalRank >= 0) text += " rank " + std::to_string(array->naturalRank);
+  if (zbIsComplex(array)) text += " complex";
+  if (zbIsSparse(array)) text += " sparse";
+  if (!array->composite || array->composite->values.empty()) return text;
+  text += " {";
+  const auto& [names, values, className, target, exception] = *array->composite;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (i > 0) text += ", ";
+    if (!names.empty()) text += names[i % names.size()] + ": ";
+    text += describe(values[i]);
+  }
+  return text + "}";
+}
+
+zbArray* functionNames() {
+  const char* const names[] = {"address", "bytes", "call",     "copy",   "describe", "fail",
+                               "fields",  "matrix", "report", "same", "unset"};
+  const std::size_t shape[] = {std::size(names), 1};
+  zbArray* cell = zbCreateCellArray(2, shape);
+  for (std::size_t i = 0; i < std::size(names); ++i) zbSetCell(cell, i, zbCreateString(names[i]));
+  return cell;
+}
+
+void fail(const std::string& how) {
+  if (how == "memory") throw std::bad_alloc();
+  if (how == "library") throw std::runtime_error("out of order");
+  throw 42;
+}
+
+/// The exception object's basic report.
+zbArray* report(zbArray* exception) {
+  zbArray* ins[] = {exception, zbCreateString("basic")};
+  zbArray* text = nullptr;
+  return zebCallZembra(1, &text, 2, ins, "getReport") == 0 ? text : zbCreateString("no report");
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void zebFunction(int nOut, zbArray** outs,
+                                                                  int nIn, const zbArray** ins) {
+  const std::string name(static_cast<const char*>(zbGetData(ins[0])), zbGetNumberOfElements(ins[0]));
+  zbArray** const arguments = const_cast<zbArray**>(ins) + 1;
+  const int count = nIn - 1;
+  if (name == "H5ZBget_function_names") {
+    outs[0] = functionNames();
+  } else if (name == "describe") {
+    outs[0] = zbCreateString(describe(arguments[0]).c_str());
+  } else if (name == "bytes") {  // the data as they lie
+    const std::size_t size =
+        zbGetNumberOfElements(arguments[0]) * zbGetElementSize(arguments[0]);
+    const std::size_t shape[] = {1, size};
+    outs[0] = zbCreateNumericArray(2, shape, zbClass::UInt8);
+    if (size > 0) std::memcpy(zbGetWritableData(outs[0]), zbGetData(arguments[0]), size);
+  } else if (name == "address") {
+    outs[0] = zbCreateDoubleScalar(static_cast<double>(
+        reinterpret_cast<std::uintptr_t>(zbGetData(arguments[0]))));
+  } else if (name == "copy") {
+    for (int i = 0; i < count; ++i) outs[i] = zbDuplicateArray(arguments[i]);
+  } else if (name == "matrix") {  // column-major, of no natural rank
+    outs[0] = zbDuplicateArray(arguments[0]);
+    zbSetDimensions(outs[0], zbGetNumberOfDimensions(outs[0]), zbGetDimensions(outs[0]));
+  } else if (name == "same") {
+    for (int i = 0; i < count; ++i) outs[i] = arguments[i];
+  } else if (name == "unset") {  // a cell whose elements nobody set, a gap among the results
+    const std::size_t shape[] = {1, 2};
+    outs[0] = zbCreateCellArray(2, shape);
+    outs[2] = zbCreateDoubleScalar(2);
+  } else if (name == "fields") {  // a structure of several elements
+    const char* const names[] = {"a", "b"};
+    outs[0] = zbCreateStructArray(static_cast<std::size_t>(zbGetScalar(arguments[0])), 2, names);
+  } else if (name == "call") {
+    if (zebCallZembra(nOut, outs, count, arguments, "feval") != 0) fail("library");
+  } else if (name == "report") {
+    zbArray* results[2] = {};
+    zbArray* exception = zebCallZembraWithTrap(2, results, count, arguments, "feval");
+    outs[0] = exception != nullptr ? report(exception) : zbCreateString("");
+  } else if (name == "fail") {
+    fail(std::string(static_cast<const char*>(zbGetData(arguments[0])),
+                     zbGetNumberOfElements(arguments[0])));
+  }
+}
