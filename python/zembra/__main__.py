@@ -1,6 +1,7 @@
 """`python3 -m zembra [script.py ...]`: a script or a prompt with everything imported."""
 
 import code
+import os
 import runpy
 import sys
 from typing import Any, Dict
@@ -18,6 +19,7 @@ def _names() -> Dict[str, Any]:
 def _run(arguments: "list[str]") -> None:
     """The script as Python itself would run it, with our names there already."""
     sys.argv[:] = arguments
+    sys.path[0] = os.path.dirname(os.path.abspath(arguments[0]))
     runpy.run_path(arguments[0], init_globals=_names(), run_name="__main__")
 
 

@@ -27,18 +27,17 @@ class Id:
         """Closes it; nothing happens when it is closed already."""
         kind = self._kind()
         if kind is not None:
-            from . import h5
+            from ._zembra import call
 
-            getattr(h5, kind[1])(self)
+            call(kind[1], self)
 
     def _kind(self) -> Optional[Tuple[str, str]]:
         """What it stands for, and the function that closes that; None when closed."""
-        from . import h5
-        from ._zembra import identifier_types
+        from ._zembra import call, identifier_types
 
-        if not h5.H5Iis_valid(self):
+        if not call("H5Iis_valid", self):
             return None
-        return identifier_types.get(int(h5.H5Iget_type(self)))
+        return identifier_types.get(int(call("H5Iget_type", self)))
 
     def __enter__(self) -> "Id":
         return self

@@ -10,7 +10,8 @@ import numpy as np
 import pytest
 
 import zembra
-from zembra.h5 import address, call, copy, describe, fail, fields, matrix, report, same, unset
+from zembra.h5 import address, call, complain, copy, describe, fail, fields, matrix, report
+from zembra.h5 import same, unset, warn
 from zembra.h5 import bytes as bytes_of
 
 
@@ -364,6 +365,52 @@ def test_what_a_callback_raises_is_reported_in_one_line():
     assert report(raising(Silent())) == "Silent"
     assert report(lambda: 0) == ""
     assert "what the callback returned: an array of" in report(lambda: np.longdouble(1))
+
+
+class Stop(Exception):
+    pass
+
+
+def stop():
+    raise Stop("enough")
+
+
+def test_an_error_knows_what_the_callback_raised():
+    with pytest.raises(zembra.Error) as raised:
+        complain(stop)
+    error = raised.value
+    assert not isinstance(error, zembra.LibraryError)
+    assert error.key == "linkIterationFailure"
+    assert error.identifier == "Zembra:h5gate:linkIterationFailure"
+    assert error.parameters == ["Stop: enough"] and error.stack == []
+    assert "Stop: enough" in str(error)
+    assert type(error.__cause__) is Stop
+    assert error.__cause__.__traceback__.tb_frame.f_code is stop.__code__
+    with pytest.raises(zembra.Error) as raised:
+        complain(lambda: 0)
+    assert raised.value.__cause__ is None
+
+
+def test_warnings_go_through_pythons():
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
+        assert warn(stop) == -1
+    (warning,) = caught
+    assert warning.category is zembra.GatewayWarning
+    assert "Stop: enough" in str(warning.message)
+    assert warning.message.identifier == "Zembra:h5gate:H5Aiterator2_Callback_failure"
+    assert type(warning.message.__cause__) is Stop
+    assert warning.filename == __file__
+
+
+def test_a_warning_may_be_an_error():
+    with warnings.catch_warnings():
+        warnings.simplefilter("error", zembra.GatewayWarning)
+        with pytest.raises(zembra.GatewayWarning, match="Stop: enough"):
+            warn(stop)
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", zembra.GatewayWarning)
+        assert warn(stop) == -1
 
 
 def test_other_exceptions_from_the_gateway():

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/call.hpp"
+#include "host/messages.hpp"
 #include "runtime/array.hpp"
 
 namespace {
@@ -29,8 +30,9 @@ std::string describe(const zbArray* array) {
 }
 
 zbArray* functionNames() {
-  const char* const names[] = {"address", "bytes", "call",     "copy",   "describe", "fail",
-                               "fields",  "matrix", "report", "same", "unset"};
+  const char* const names[] = {"address",  "bytes", "call",   "complain", "copy",
+                               "describe", "fail",  "fields", "matrix",   "report",
+                               "same",     "unset", "warn"};
   const std::size_t shape[] = {std::size(names), 1};
   zbArray* cell = zbCreateCellArray(2, shape);
   for (std::size_t i = 0; i < std::size(names); ++i) zbSetCell(cell, i, zbCreateString(names[i]));
@@ -43,18 +45,23 @@ void fail(const std::string& how) {
   throw 42;
 }
 
-/// The exception object's basic report.
-zbArray* report(zbArray* exception) {
+/// The basic report of what the function handle throws, empty when nothing.
+std::string report(int count, zbArray** arguments) {
+  zbArray* results[2] = {};
+  zbArray* exception = zebCallZembraWithTrap(2, results, count, arguments, "feval");
+  if (exception == nullptr) return "";
   zbArray* ins[] = {exception, zbCreateString("basic")};
   zbArray* text = nullptr;
-  return zebCallZembra(1, &text, 2, ins, "getReport") == 0 ? text : zbCreateString("no report");
+  if (zebCallZembra(1, &text, 2, ins, "getReport") != 0) return "no report";
+  return {static_cast<const char*>(zbGetData(text)), zbGetNumberOfElements(text)};
 }
 
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) void zebFunction(int nOut, zbArray** outs,
-                                                                  int nIn, const zbArray** ins) {
-  const std::string name(static_cast<const char*>(zbGetData(ins[0])), zbGetNumberOfElements(ins[0]));
+                                                                   int nIn, const zbArray** ins) {
+  const std::string name(static_cast<const char*>(zbGetData(ins[0])),
+                         zbGetNumberOfElements(ins[0]));
   zbArray** const arguments = const_cast<zbArray**>(ins) + 1;
   const int count = nIn - 1;
   if (name == "H5ZBget_function_names") {
@@ -62,14 +69,13 @@ extern "C" __attribute__((visibility("default"))) void zebFunction(int nOut, zbA
   } else if (name == "describe") {
     outs[0] = zbCreateString(describe(arguments[0]).c_str());
   } else if (name == "bytes") {  // the data as they lie
-    const std::size_t size =
-        zbGetNumberOfElements(arguments[0]) * zbGetElementSize(arguments[0]);
+    const std::size_t size = zbGetNumberOfElements(arguments[0]) * zbGetElementSize(arguments[0]);
     const std::size_t shape[] = {1, size};
     outs[0] = zbCreateNumericArray(2, shape, zbClass::UInt8);
     if (size > 0) std::memcpy(zbGetWritableData(outs[0]), zbGetData(arguments[0]), size);
   } else if (name == "address") {
-    outs[0] = zbCreateDoubleScalar(static_cast<double>(
-        reinterpret_cast<std::uintptr_t>(zbGetData(arguments[0]))));
+    outs[0] = zbCreateDoubleScalar(
+        static_cast<double>(reinterpret_cast<std::uintptr_t>(zbGetData(arguments[0]))));
   } else if (name == "copy") {
     for (int i = 0; i < count; ++i) outs[i] = zbDuplicateArray(arguments[i]);
   } else if (name == "matrix") {  // column-major, of no natural rank
@@ -87,9 +93,12 @@ extern "C" __attribute__((visibility("default"))) void zebFunction(int nOut, zbA
   } else if (name == "call") {
     if (zebCallZembra(nOut, outs, count, arguments, "feval") != 0) fail("library");
   } else if (name == "report") {
-    zbArray* results[2] = {};
-    zbArray* exception = zebCallZembraWithTrap(2, results, count, arguments, "feval");
-    outs[0] = exception != nullptr ? report(exception) : zbCreateString("");
+    outs[0] = zbCreateString(report(count, arguments).c_str());
+  } else if (name == "complain") {
+    zbErrMsgId(Zembra::fmtio::h5gate::linkIterationFailure(report(count, arguments)));
+  } else if (name == "warn") {
+    zbWarningMsgId(Zembra::fmtio::h5gate::H5Aiterator2_Callback_failure(report(count, arguments)));
+    outs[0] = zbCreateDoubleScalar(-1);
   } else if (name == "fail") {
     fail(std::string(static_cast<const char*>(zbGetData(arguments[0])),
                      zbGetNumberOfElements(arguments[0])));
