@@ -401,7 +401,7 @@ constexpr auto kNames = [] {
 // opened again leaves the table with those of its first opening.
 const auto kValues = [] {
   H5check();
-  std::array<std::int64_t, kConstants.size()> values;
+  std::array<std::int64_t, kConstants.size()> values{};
   std::ranges::transform(kConstants, values.begin(), [](const Constant& constant) {
     return constant.identifier == nullptr
                ? constant.number

@@ -217,8 +217,9 @@ class Census {
   template <class Make, class Close>
   std::size_t count(Make make, Close close) {
     const hid_t fresh = make();
+    if (looked_ == 0) looked_ = fresh;  // what was there before the first count is HDF5's own
     for (hid_t id = looked_; id < fresh; ++id) {
-      if (looked_ != 0 && H5Iis_valid(id) > 0) open_.insert(id);
+      if (H5Iis_valid(id) > 0) open_.insert(id);
     }
     close(fresh);
     looked_ = fresh + 1;
@@ -227,7 +228,7 @@ class Census {
   }
 
  private:
-  hid_t looked_ = 0;  // what was there before the first count is not of interest
+  hid_t looked_ = 0;
   std::set<hid_t> open_;
 };
 

@@ -14,7 +14,7 @@
 #include "convert/identifier_codec.hpp"
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
-#include "runtime/host_error.hpp"
+#include "tests/unit/call.hpp"
 
 namespace {
 
@@ -423,17 +423,43 @@ TEST(Constants, AreFoundLetterByLetter) {
   EXPECT_EQ(findConstant(std::string_view("H5P_DEFAULT\0", 12)), std::nullopt);
 }
 
-TEST(Constants, ComplainOfAnUnknownNameAsGiven) {
-  for (const std::string name : {"", "h5p_default", "H5P_DEFAULT "}) {
-    EXPECT_EQ(findConstant(name), std::nullopt);
-    try {
-      constantValue(name);
-      ADD_FAILURE() << "found '" << name << "'";
-    } catch (const zembra::HostError& error) {
-      EXPECT_EQ(error->key, "constantNotFound");
-      EXPECT_EQ(error->parameters, std::vector<zembra::Parameter>{name});
-    }
+TEST(Constants, AreGivenToScriptsAsDoubles) {
+  for (const std::string_view name : constantNames()) {
+    const auto results = h5test::call("H5ZBget_constant_value", std::string(name));
+    ASSERT_EQ(results.size(), 1U) << name;
+    EXPECT_EQ(h5test::classOf(results[0]), zbClass::Double) << name;
+    EXPECT_EQ(h5test::shapeOf(results[0]), (h5test::Shape{1, 1})) << name;
+    EXPECT_EQ(h5test::numberOf(results[0]), static_cast<double>(constantValue(name))) << name;
   }
+}
+
+TEST(Constants, AreListedForScriptsInAColumnOfNames) {
+  const auto names = h5test::result("H5ZBget_constant_names");
+  EXPECT_EQ(h5test::classOf(names), zbClass::Cell);
+  ASSERT_EQ(h5test::shapeOf(names), (h5test::Shape{471, 1}));
+  for (std::size_t i = 0; i < constantNames().size(); ++i) {
+    EXPECT_EQ(h5test::textOf(h5test::element(names, i)), constantNames()[i]);
+  }
+}
+
+TEST(Constants, ComplainOfAnUnknownNameAsGiven) {
+  for (const std::string name : {"", "h5p_default", "H5P_DEFAULT ", "H5_INDEX_NAME"}) {
+    h5test::expectRaises("constantNotFound", {name}, "H5ZBget_constant_value", name);
+  }
+}
+
+TEST(Constants, AreAskedForByText) {
+  const std::vector<h5test::Parameter> description = {std::string("constant name")};
+  h5test::expectRaises("notString", description, "H5ZBget_constant_value", 0);
+  h5test::expectRaises("notString", description, "H5ZBget_constant_value", h5test::empty());
+  for (const h5test::Value& stranger : h5test::strangers()) {
+    h5test::expectRaises("notString", description, "H5ZBget_constant_value", stranger);
+  }
+}
+
+TEST(Constants, AreAskedForWithTheRightNumberOfInputs) {
+  h5test::expectWrongCounts("H5ZBget_constant_value", {0, 2});
+  h5test::expectWrongCounts("H5ZBget_constant_names", {1});
 }
 
 // In a process of its own: closing the library would change identifiers for all tests.

@@ -8,12 +8,13 @@
 #include <cmath>
 #include <limits>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "runtime/array.hpp"
-#include "runtime/call.hpp"
 #include "runtime/host_error.hpp"
+#include "tests/unit/call.hpp"
 
 namespace {
 
@@ -125,11 +126,6 @@ std::string outOfBounds(std::int64_t number, const Enumeration& enumeration) {
          std::to_string(enumeration.count()) + ")";
 }
 
-template <class Element>
-Value numeric(zbClass type, std::vector<Element> elements) {
-  return zembra::makeNumeric(type, {1, elements.size()}, elements.data());
-}
-
 /// Each test runs for every enumeration.
 class Enumerated : public testing::TestWithParam<Enumeration> {};
 
@@ -211,29 +207,28 @@ TEST_P(Enumerated, TakesEveryNumericClassAndTruth) {
   const Enumeration& subject = GetParam();
   EXPECT_EQ(subject(zembra::makeLogical(true)), 1);
   EXPECT_EQ(subject(zembra::makeLogical(false)), 0);
-  EXPECT_EQ(subject(numeric<float>(zbClass::Single, {1.5F})), 1);
-  EXPECT_EQ(subject(numeric<std::int8_t>(zbClass::Int8, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::uint8_t>(zbClass::UInt8, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::int16_t>(zbClass::Int16, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::uint16_t>(zbClass::UInt16, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::int32_t>(zbClass::Int32, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::uint32_t>(zbClass::UInt32, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::int64_t>(zbClass::Int64, {1})), 1);
-  EXPECT_EQ(subject(numeric<std::uint64_t>(zbClass::UInt64, {1})), 1);
-  EXPECT_EQ(complaint(subject, numeric<std::int8_t>(zbClass::Int8, {-1})),
-            outOfBounds(-1, subject));
-  EXPECT_EQ(complaint(subject, numeric<std::uint64_t>(zbClass::UInt64, {1ULL << 63})),
+  EXPECT_EQ(subject(h5test::numeric(zbClass::Single, {1.5})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::Int8, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::UInt8, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::Int16, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::UInt16, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::Int32, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::UInt32, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::Int64, {1})), 1);
+  EXPECT_EQ(subject(h5test::numeric(zbClass::UInt64, {1})), 1);
+  EXPECT_EQ(complaint(subject, h5test::numeric(zbClass::Int8, {-1})), outOfBounds(-1, subject));
+  EXPECT_EQ(complaint(subject, h5test::numeric(zbClass::UInt64, {9223372036854775808.0})),
             outOfBounds(-2147483648, subject));
 }
 
 TEST_P(Enumerated, TakesOneElementOnly) {
   const std::vector<Value> values = {
       zembra::makeEmpty(),
-      numeric<double>(zbClass::Double, {}),
-      numeric<double>(zbClass::Double, {0.0, 1.0}),
-      numeric<std::int32_t>(zbClass::Int32, {0, 1}),
-      numeric<std::uint8_t>(zbClass::Logical, {}),
-      numeric<std::uint8_t>(zbClass::Logical, {1, 1}),
+      h5test::numeric(zbClass::Double, {}),
+      h5test::numeric(zbClass::Double, {0.0, 1.0}),
+      h5test::numeric(zbClass::Int32, {0, 1}),
+      h5test::numeric(zbClass::Logical, {}),
+      h5test::numeric(zbClass::Logical, {1, 1}),
   };
   for (const Value& value : values) {
     EXPECT_EQ(complaint(GetParam(), value), "badEnumInputType()");
@@ -242,7 +237,7 @@ TEST_P(Enumerated, TakesOneElementOnly) {
 
 TEST_P(Enumerated, TakesNeitherSparseNorComplexNumbers) {
   for (const auto& make : {+[] { return zembra::makeDouble(1); },
-                           +[] { return numeric<float>(zbClass::Single, {1.0F}); },
+                           +[] { return h5test::numeric(zbClass::Single, {1}); },
                            +[] { return zembra::makeLogical(true); }}) {
     const Value sparse = make();
     sparse.get()->sparse = true;
@@ -253,19 +248,12 @@ TEST_P(Enumerated, TakesNeitherSparseNorComplexNumbers) {
   EXPECT_EQ(complaint(GetParam(), complex), "badEnumInputType()");
 }
 
-class Silent : public zembra::Callable {
-  std::vector<Value> call(int, std::span<zbArray* const>) override { return {}; }
-};
-
 TEST_P(Enumerated, TakesNothingElse) {
-  const std::vector<Value> values = {
-      zembra::makeCell({1, 1}, {zembra::makeDouble(1)}),
-      zembra::makeStruct({{"value", zembra::makeDouble(1)}}),
-      zembra::makeObject("H5ZB.id", {{"identifier", zembra::makeDouble(1)}}),
-      zembra::makeFunction(std::make_shared<Silent>()),
-      zembra::makeForeign(zembra::Origin()),
-  };
-  for (const Value& value : values) {
+  for (const Value& value :
+       {zembra::makeCell({1, 1}, {zembra::makeDouble(1)}),
+        zembra::makeStruct({{"value", zembra::makeDouble(1)}}), h5test::identifier(1),
+        h5test::function([](int, std::span<zbArray* const>) { return h5test::Results(); }),
+        zembra::makeForeign(zembra::Origin())}) {
     EXPECT_EQ(complaint(GetParam(), value), "badEnumInputType()");
   }
 }
@@ -301,6 +289,37 @@ TEST(Enumerations, GiveFiltersAsTheNumbersThatHdf5Takes) {
       std::is_same_v<decltype(h5gate::getEnumArg<h5gate::FilterId>(nullptr)), H5Z_filter_t>);
   const Value all = zembra::makeText("H5Z_FILTER_ALL");
   EXPECT_EQ(h5gate::getEnumArg<h5gate::FilterId>(all.get()), 0);
+}
+
+TEST(Enumerations, ReachHdf5ByNameAndByNumber) {
+  for (const auto& [name, number] :
+       {std::pair("H5S_SCALAR", 0), {"H5S_SIMPLE", 1}, {"H5S_NULL", 2}}) {
+    for (const h5test::Argument& type : {h5test::Argument(name), h5test::Argument(number)}) {
+      const double space = h5test::callNumber("H5Screate", type.array);
+      EXPECT_EQ(h5test::callNumber("H5Sget_simple_extent_type", space), number) << name;
+      h5test::call("H5Sclose", space);
+    }
+  }
+}
+
+TEST(Enumerations, ComplainThroughTheGateway) {
+  using h5test::expectRaises;
+  expectRaises("unmatchedStringNoParam", {std::string("h5s_simple")}, "H5Screate", "h5s_simple");
+  expectRaises("badEnumNumericInput", {std::int64_t{-1}, std::int64_t{3}}, "H5Screate", -1);
+  expectRaises("badEnumNumericInput", {std::int64_t{3}, std::int64_t{3}}, "H5Screate", 3);
+  expectRaises("badEnumInputType", {}, "H5Screate", h5test::row({0, 1}));
+  expectRaises("badEnumInputType", {}, "H5Screate", h5test::cell({zembra::makeDouble(1)}));
+}
+
+TEST(Enumerations, TakeFiltersByNameAndByNumberBelowSeven) {
+  using h5test::callNumber;
+  EXPECT_EQ(callNumber("H5Zfilter_avail", "H5Z_FILTER_SHUFFLE"), 1);
+  EXPECT_EQ(callNumber("H5Zfilter_avail", "H5Z_FILTER_DEFLATE"),
+            callNumber("H5Zfilter_avail", H5Z_FILTER_DEFLATE));
+  h5test::expectRaises("badEnumNumericInput", {std::int64_t{7}, std::int64_t{7}}, "H5Zfilter_avail",
+                       7);
+  h5test::expectRaises("badEnumNumericInput", {std::int64_t{256}, std::int64_t{7}},
+                       "H5Zfilter_avail", H5Z_FILTER_RESERVED);
 }
 
 }  // namespace
