@@ -21,6 +21,9 @@ class KeepErrorStack {
   KeepErrorStack(const KeepErrorStack&) = delete;
   KeepErrorStack& operator=(const KeepErrorStack&) = delete;
 
+  /// The stack set aside: other calls do not touch it.
+  [[nodiscard]] hid_t id() const { return stack_; }
+
  private:
   hid_t stack_;
 };

@@ -1,0 +1,183 @@
+// Calls from HDF5 back into host functions.
+//
+// An adapter has the signature of one HDF5 callback type: it turns the C arguments
+// into host arrays, calls the host function through "feval" and turns its answer
+// into HDF5's status: 0 continues, positive stops, negative fails. It runs inside
+// an HDF5 frame, which an exception must never cross: what it would raise is parked
+// in the wrapper's CallbackContext and raised again once HDF5 has returned. Calls
+// nest; nothing is kept outside the contexts.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "convert/identifiers.hpp"
+#include "convert/numbers.hpp"
+#include "convert/text.hpp"
+#include "gateway/failure.hpp"
+#include "host/call.hpp"
+
+namespace h5gate {
+
+inline constexpr const char* kNoCallbackRan = "Failed before callback function could be called";
+
+/// One iteration: lives on its wrapper's stack, reaches the adapter as op_data.
+class CallbackContext {
+ public:
+  /// The host function and the user data are taken as they are, whatever they are.
+  explicit CallbackContext(const zbArray* hostFunction, const zbArray* data = nullptr,
+                           std::string initialReport = kNoCallbackRan)
+      : function(const_cast<zbArray*>(hostFunction)),
+        userData(const_cast<zbArray*>(data)),
+        report(std::move(initialReport)) {}
+
+  zbArray* function;
+  zbArray* userData;       // what the last successful callback returned
+  std::string report;      // of the callback that failed
+  std::int64_t calls = 0;  // successful ones
+  std::exception_ptr parked;
+
+  /// What HDF5 answered, unless an adapter had something to raise.
+  template <class Status>
+  Status returned(Status status) const {
+    if (parked) std::rethrow_exception(parked);
+    return status;
+  }
+
+  /// A negative answer raises `Message` with the report; HDF5's own stack is not told.
+  template <class Message, class Status>
+  Status succeeded(Status status) const {
+    if (returned(status) < 0) raise<Message>(report);
+    return status;
+  }
+};
+
+// --- How a C argument becomes a host array -----------------------------------------
+
+struct IdInput {
+  using Argument = hid_t;
+  static zbArray* make(hid_t id) { return makeHidResult(id); }
+};
+struct NameInput {
+  using Argument = const char*;
+  static zbArray* make(const char* name) { return zbCreateString(name); }
+};
+template <class Number>
+struct NumberInput {
+  using Argument = Number;
+  static zbArray* make(Number number) { return zbCreateDoubleScalar(static_cast<double>(number)); }
+};
+template <class Record, zbArray* (*Make)(const Record&)>
+struct RecordInput {
+  using Argument = const Record*;
+  static zbArray* make(const Record* record) { return Make(*record); }
+};
+/// A record that host functions do not see: they can ask for it.
+template <class Record>
+struct NotPassed {
+  using Argument = const Record*;
+};
+
+/// The host function's inputs in order; those made for the call are destroyed with it.
+template <class... Inputs>
+class HostInputs {
+ public:
+  HostInputs(const CallbackContext& context, typename Inputs::Argument... arguments) {
+    append(context.function);
+    first_ = count_;
+    (appendMade<Inputs>(arguments), ...);
+    end_ = count_;
+  }
+  ~HostInputs() {
+    for (int i = first_; i < end_; ++i) zbDestroyArray(arrays_[static_cast<std::size_t>(i)]);
+  }
+  HostInputs(const HostInputs&) = delete;
+  HostInputs& operator=(const HostInputs&) = delete;
+
+  void append(zbArray* array) { arrays_[static_cast<std::size_t>(count_++)] = array; }
+  [[nodiscard]] int count() const { return count_; }
+  [[nodiscard]] zbArray** arrays() { return arrays_.data(); }
+
+ private:
+  template <class Input>
+  void appendMade([[maybe_unused]] typename Input::Argument argument) {
+    if constexpr (requires { Input::make(argument); }) append(Input::make(argument));
+  }
+
+  std::array<zbArray*, sizeof...(Inputs) + 2> arrays_{};
+  int count_ = 0;
+  int first_ = 0;
+  int end_ = 0;
+};
+
+// --- Adapters ---------------------------------------------------------------------------
+
+/// The status that a host function answered: toward zero; what is no number fails.
+inline herr_t takeStatus(zbArray* status) {
+  const herr_t value = truncateToInt32(zbGetScalar(status));
+  zbDestroyArray(status);
+  return value;
+}
+
+/// Nothing that `body` throws gets into HDF5.
+template <class Body>
+herr_t insideLibrary(CallbackContext& context, Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    context.parked = std::current_exception();
+    return -1;
+  }
+}
+
+/// status = f(inputs...); a host function that fails raises `Message`.
+template <class Message, class... Inputs>
+herr_t plainAdapter(typename Inputs::Argument... arguments, void* data) {
+  auto& context = *static_cast<CallbackContext*>(data);
+  return insideLibrary(context, [&] {
+    HostInputs<Inputs...> inputs(context, arguments...);
+    // Continues when the function answers nothing at all.
+    zbArray* status = zbCreateDoubleScalar(0);
+    if (zebCallZembra(1, &status, inputs.count(), inputs.arrays(), "feval") != 0) {
+      raise<Message>();
+    }
+    return takeStatus(status);
+  });
+}
+
+/// What a trapped adapter does with the report of a host function that failed.
+using ReportFailure = void (*)(CallbackContext& context, std::string report);
+
+inline void keepReport(CallbackContext& context, std::string report) {
+  context.report = std::move(report);
+}
+
+/// The host's one-line report of an exception; false when even that fails.
+bool getReport(zbArray* exception, std::string& report);
+
+/// [status, userData] = f(inputs..., userData); a host function that fails is
+/// reported and fails the iteration.
+template <ReportFailure Report, class... Inputs>
+herr_t trappedAdapter(typename Inputs::Argument... arguments, void* data) {
+  auto& context = *static_cast<CallbackContext*>(data);
+  return insideLibrary(context, [&] {
+    HostInputs<Inputs...> inputs(context, arguments...);
+    inputs.append(context.userData);
+    std::array<zbArray*, 2> answers{};
+    zbArray* exception =
+        zebCallZembraWithTrap(2, answers.data(), inputs.count(), inputs.arrays(), "feval");
+    if (exception == nullptr) {
+      context.userData = answers[1];
+      ++context.calls;
+      return takeStatus(answers[0]);
+    }
+    std::string report;
+    if (getReport(exception, report)) Report(context, std::move(report));
+    return -1;
+  });
+}
+
+}  // namespace h5gate
