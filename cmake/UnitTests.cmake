@@ -10,6 +10,7 @@ target_link_libraries(h5gate_tests PRIVATE
 add_dependencies(h5gate_tests h5gate)  # whose exports a test inspects
 
 gtest_discover_tests(h5gate_tests
+  NO_PRETTY_VALUES
   DISCOVERY_MODE PRE_TEST
   DISCOVERY_TIMEOUT 60
   WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests"
