@@ -29,7 +29,9 @@ class OpenIds:
     up to there since the last count cannot become so.
     """
 
-    _FILE_BOUND = {"file": 0x01, "dataset": 0x02, "group": 0x04, "datatype": 0x08, "attribute": 0x10}
+    _FILE_BOUND = {
+        "file": 0x01, "dataset": 0x02, "group": 0x04, "datatype": 0x08, "attribute": 0x10,
+    }
 
     def __init__(self):
         self._hdf5 = _loaded_library()
@@ -71,7 +73,8 @@ class OpenIds:
         self._scan("property list class", self._call("H5Pget_class", plist), "H5Pclose_class")
         self._scan("property list", plist, "H5Pclose")
         self._scan("dataspace", self._call("H5Screate", 0), "H5Sclose")
-        self._scan("memory datatype", self._call("H5Tcopy", self._global("H5T_NATIVE_INT_g")), "H5Tclose")
+        datatype = self._call("H5Tcopy", self._global("H5T_NATIVE_INT_g"))
+        self._scan("memory datatype", datatype, "H5Tclose")
         self._scan("error stack", self._call("H5Ecreate_stack"), "H5Eclose_stack")
         counts.update((kind, len(alive)) for kind, alive in self._alive.items())
         return counts

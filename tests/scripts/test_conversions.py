@@ -39,8 +39,8 @@ def echo_libraries(tmp_path_factory):
 def test_through_the_echo(echo_libraries, tmp_path):
     environment = dict(os.environ, LD_LIBRARY_PATH=str(echo_libraries))
     run = subprocess.run(
-        [sys.executable, "-m", "pytest", "-q", "-p", "no:cacheprovider", "--basetemp", tmp_path / "t",
-         HERE / "echo/checks.py"],
+        [sys.executable, "-m", "pytest", "-q", "-p", "no:cacheprovider",
+         "--basetemp", tmp_path / "t", HERE / "echo/checks.py"],
         env=environment, capture_output=True, text=True,
     )
     assert run.returncode == 0, run.stdout + run.stderr

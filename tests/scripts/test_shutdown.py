@@ -12,7 +12,8 @@ from zembra import h5
 file = h5.H5Fcreate({path!r}, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")
 space = h5.H5Screate_simple(1, [1000], [])
 dataset = h5.H5Dcreate(file, "d", "H5T_IEEE_F64LE", space, "H5P_DEFAULT")
-h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", [float(i) for i in range(1000)])
+values = list(range(1000))
+h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", values)
 """
 PEER = """
 import h5py, numpy
@@ -33,8 +34,11 @@ def check(path):
         assert np.array_equal(file["d"][()], np.arange(1000.0))
 
 
-@pytest.mark.parametrize("ending, status", [("", 0), ("import sys; sys.exit(3)\n", 3), ("raise ValueError\n", 1)],
-                         ids=["at the end", "by exit", "by an exception"])
+@pytest.mark.parametrize(
+    "ending, status",
+    [("", 0), ("import sys; sys.exit(3)\n", 3), ("raise ValueError\n", 1)],
+    ids=["at the end", "by exit", "by an exception"],
+)
 @pytest.mark.parametrize(
     "script, peer",
     [(WRITE, False), ("import h5py\n" + WRITE, False), (PEER + WRITE + USE_PEER, True),
@@ -61,7 +65,7 @@ def test_a_file_left_open_by_a_thread(path):
     check(path)
 
 
-def test_a_file_flushed_by_a_callback_of_the_interpreters_end(path):
+def test_the_interpreters_own_end(path):
     """What runs when the interpreter ends still finds the library open."""
     script = "import atexit\n" + WRITE + "atexit.register(lambda: print(h5.H5Iis_valid(file)))\n"
     done = end(script, path)

@@ -54,7 +54,10 @@ TO_HOST = [
     (["a", 1], "cell 1-by-2 {char 1-by-1, double 1-by-1}"),
     ([[1, 2], []], "cell 1-by-2 {double 1-by-2, double 0-by-0}"),
     ({}, "struct 1-by-1"),
-    ({"a": 1, "b": {"c": "x"}}, "struct 1-by-1 {a: double 1-by-1, b: struct 1-by-1 {c: char 1-by-1}}"),
+    (
+        {"a": 1, "b": {"c": "x"}},
+        "struct 1-by-1 {a: double 1-by-1, b: struct 1-by-1 {c: char 1-by-1}}",
+    ),
     ({1: 2}, "foreign 1-by-1"),
     (len, "function_handle 1-by-1"),
     (WithCall(), "function_handle 1-by-1"),
@@ -318,9 +321,9 @@ def test_references_are_given_back():
 def test_memory_is_given_back():
     block = np.zeros(1 << 17)
     before = _resident()
-    for _ in range(400):
+    for _ in range(1500):
         copy(block)
-    assert _resident() - before < 64 << 20
+    assert _resident() - before < 512 << 20  # far below what 1500 blocks take
 
 
 def _resident():
