@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -36,16 +37,19 @@ class PythonCallable : public Callable {
   }
 
  private:
+  /// A status, or a status and the user data to go on with. A function that is asked
+  /// for a status alone may return nothing: the iteration goes on.
   static std::vector<Value> results(int outputs, PyObject* answer) {
-    if (outputs < 2 || !(PyTuple_Check(answer) || PyList_Check(answer)) ||
-        PySequence_Fast_GET_SIZE(answer) == 0) {
+    if (outputs == 1) {
+      if (answer == Py_None) return {};
       return {toHost(answer)};
     }
-    std::vector<Value> values{toHost(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr())};
-    for (Py_ssize_t i = 1; i < PySequence_Fast_GET_SIZE(answer) && i < outputs; ++i) {
-      values.push_back(carry(PySequence_Fast_GET_ITEM(answer, i)));
+    if (!(PyTuple_Check(answer) || PyList_Check(answer)) || PySequence_Fast_GET_SIZE(answer) != 2) {
+      throw Unconvertible(PyExc_TypeError, "a pair (status, user_data) is needed, not " +
+                                               std::string(py::repr(answer)));
     }
-    return values;
+    return {toHost(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr()),
+            carry(PySequence_Fast_GET_ITEM(answer, 1))};
   }
 
   std::shared_ptr<void> callable_;

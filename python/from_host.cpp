@@ -23,7 +23,6 @@ constexpr std::size_t kFewBytes = 512;
 struct Extent {
   int rank = 0;
   std::array<npy_intp, NPY_MAXDIMS> dimensions{};
-  bool firstFastest = false;  // the order of the elements in memory
 
   void append(std::size_t dimension) {
     if (rank == NPY_MAXDIMS) {
@@ -37,33 +36,26 @@ std::size_t dimension(const zbArray* array, std::size_t index) {
   return index < array->rank ? array->shape()[index] : 1;
 }
 
-/// Host dimensions `first` up to the natural rank, slowest-varying first: the
-/// shape that HDF5 knows.
-Extent naturalExtent(const zbArray* array, std::size_t first = 0) {
+/// The host names the fastest-varying dimension first, HDF5 and NumPy last: host
+/// dimensions `first` to `end`, the other way round.
+Extent reversed(const zbArray* array, std::size_t first, std::size_t end) {
   Extent extent;
-  for (std::size_t i = static_cast<std::size_t>(array->naturalRank); i > first; --i) {
-    extent.append(dimension(array, i - 1));
-  }
+  for (std::size_t i = end; i > first; --i) extent.append(dimension(array, i - 1));
   return extent;
 }
 
-/// Vectors and empty arrays are one-dimensional, scalars have no dimensions; a
-/// matrix keeps its rows and columns.
-Extent plainExtent(const zbArray* array) {
-  Extent extent;
-  const std::size_t* const shape = array->shape();
-  if (array->elements == 1) return extent;
-  if (array->rank == 2 && (shape[0] == 1 || shape[1] == 1 || shape[0] + shape[1] == 0)) {
-    extent.append(array->elements);
-    return extent;
-  }
-  for (std::size_t i = 0; i < array->rank; ++i) extent.append(shape[i]);
-  extent.firstFastest = true;
-  return extent;
-}
-
+/// The shape that HDF5 knows; where there is none, vectors and empty arrays are
+/// one-dimensional and a matrix turns as data do: one row a point, one row a block.
 Extent extentOf(const zbArray* array) {
-  return array->naturalRank >= 0 ? naturalExtent(array) : plainExtent(array);
+  if (array->naturalRank >= 0) {
+    return reversed(array, 0, static_cast<std::size_t>(array->naturalRank));
+  }
+  const std::size_t* const shape = array->shape();
+  const bool vector = array->rank == 2 && (shape[0] == 1 || shape[1] == 1 || array->elements == 0);
+  if (!vector) return reversed(array, 0, array->rank);
+  Extent extent;
+  extent.append(array->elements);
+  return extent;
 }
 
 // --- NumPy arrays -------------------------------------------------------------
@@ -113,16 +105,14 @@ py::object onData(const Value& value, const Extent& extent, int type, std::size_
   zbArray* const array = value.get();
   const std::size_t bytes = array->elements * elementSize(array->type);
   if (bytes <= kFewBytes) {
-    py::object copy =
-        newArray(extent, type, itemSize, nullptr, extent.firstFastest ? NPY_ARRAY_F_CONTIGUOUS : 0);
+    py::object copy = newArray(extent, type, itemSize, nullptr, 0);
     if (bytes > 0) std::memcpy(PyArray_DATA(asArray(copy)), array->data, bytes);
     return copy;
   }
-  py::object view = newArray(extent, type, itemSize, array->data,
-                             extent.firstFastest ? NPY_ARRAY_FARRAY : NPY_ARRAY_CARRAY);
+  py::object view = newArray(extent, type, itemSize, array->data, NPY_ARRAY_CARRAY);
   Value owner = value;
   py::object capsule = steal(PyCapsule_New(owner.get(), nullptr, [](PyObject* self) {
-    zbDestroyArray(static_cast<zbArray*>(PyCapsule_GetPointer(self, nullptr)));
+    drop(static_cast<zbArray*>(PyCapsule_GetPointer(self, nullptr)));
   }));
   static_cast<void>(owner.release());  // the capsule's from here on
   if (PyArray_SetBaseObject(asArray(view), capsule.release().ptr()) != 0) {
@@ -133,7 +123,7 @@ py::object onData(const Value& value, const Extent& extent, int type, std::size_
 
 py::object fromNumbers(const Value& value) {
   const zbArray* const array = value.get();
-  if (array->elements == 1 && array->naturalRank <= 0) {
+  if (array->elements == 1 && array->naturalRank == 0) {
     if (array->type == zbClass::Double) return py::float_(zbGetScalar(array));
     if (array->type == zbClass::Logical) return py::bool_(zbGetScalar(array) != 0);
   }
@@ -148,11 +138,9 @@ py::object fromText(const Value& value) {
   const bool row = array->rank == 2 && (shape[0] <= 1 || shape[1] == 1);
   const bool several = array->naturalRank >= 0 ? array->naturalRank > 1 : !row;
   if (several) {
-    Extent extent;
     const std::size_t rank =
         array->naturalRank >= 0 ? static_cast<std::size_t>(array->naturalRank) : array->rank;
-    for (std::size_t i = rank; i > 1; --i) extent.append(dimension(array, i - 1));
-    return onData(value, extent, NPY_STRING, std::max<std::size_t>(shape[0], 1));
+    return onData(value, reversed(array, 1, rank), NPY_STRING, std::max<std::size_t>(shape[0], 1));
   }
   std::string_view bytes(static_cast<const char*>(array->data), array->elements);
   if (array->naturalRank >= 0) {  // a fixed string, padded in the file
@@ -175,8 +163,7 @@ py::object fromCell(const zbArray* array) {
     for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i);
     return list;
   }
-  const py::object objects =
-      newArray(extent, NPY_OBJECT, 0, nullptr, extent.firstFastest ? NPY_ARRAY_F_CONTIGUOUS : 0);
+  const py::object objects = newArray(extent, NPY_OBJECT, 0, nullptr, 0);
   char* place = PyArray_BYTES(asArray(objects));
   for (std::size_t i = 0; i < array->elements; ++i, place += sizeof(PyObject*)) {
     if (PyArray_SETITEM(asArray(objects), place, element(array, i).ptr()) != 0) {
