@@ -1,0 +1,116 @@
+"""HDF5 datatypes and dataspaces in words: what the examples that inspect files share."""
+
+from zembra import h5
+
+# h5.H5Tget_class gives numbers; their names are HDF5's own constants.
+CLASSES = {
+    h5.H5ZBget_constant_value(name): name
+    for name in ("H5T_INTEGER", "H5T_FLOAT", "H5T_TIME", "H5T_STRING", "H5T_BITFIELD",
+                 "H5T_OPAQUE", "H5T_COMPOUND", "H5T_REFERENCE", "H5T_ENUM", "H5T_VLEN",
+                 "H5T_ARRAY")
+}
+
+
+def closing(close, identifier, describe):
+    """What `describe` says of an identifier that is then closed."""
+    try:
+        return describe(identifier)
+    finally:
+        close(identifier)
+
+
+def _bits(datatype):
+    return f"{8 * h5.H5Tget_size(datatype):.0f}-bit"
+
+
+def _order(datatype):
+    big = h5.H5ZBget_constant_value("H5T_ORDER_BE")
+    return " big-endian" if h5.H5Tget_order(datatype) == big else ""
+
+
+def _integer(datatype):
+    unsigned = h5.H5Tget_sign(datatype) == h5.H5ZBget_constant_value("H5T_SGN_NONE")
+    return f"{_bits(datatype)}{_order(datatype)} {'unsigned ' if unsigned else ''}integer"
+
+
+def _string(datatype):
+    if h5.H5Tis_variable_str(datatype):
+        return "text of any length"
+    return f"text of {h5.H5Tget_size(datatype):.0f} bytes"
+
+
+def _base(datatype):
+    return closing(h5.H5Tclose, h5.H5Tget_super(datatype), describe_type)
+
+
+def _compound(datatype):
+    members = []
+    for index in range(int(h5.H5Tget_nmembers(datatype))):
+        member = closing(h5.H5Tclose, h5.H5Tget_member_type(datatype, index), describe_type)
+        members.append(f"{h5.H5Tget_member_name(datatype, index)}: {member}")
+    return "record {" + "; ".join(members) + "}"
+
+
+def _enumeration(datatype):
+    names = [h5.H5Tget_member_name(datatype, index)
+             for index in range(int(h5.H5Tget_nmembers(datatype)))]
+    return f"one of {', '.join(names)} ({_base(datatype)})"
+
+
+def _reference(datatype):
+    to_objects = h5.H5Tequal(datatype, "H5T_STD_REF_OBJ")
+    return "reference to an object" if to_objects else "reference to a region"
+
+
+DESCRIPTIONS = {
+    "H5T_INTEGER": _integer,
+    "H5T_FLOAT": lambda datatype: f"{_bits(datatype)}{_order(datatype)} float",
+    "H5T_TIME": lambda datatype: f"{_bits(datatype)} time",
+    "H5T_STRING": _string,
+    "H5T_BITFIELD": lambda datatype: f"{_bits(datatype)} bit field",
+    "H5T_OPAQUE": lambda datatype: f"{h5.H5Tget_size(datatype):.0f} opaque bytes"
+                                   f" '{h5.H5Tget_tag(datatype)}'",
+    "H5T_COMPOUND": _compound,
+    "H5T_REFERENCE": _reference,
+    "H5T_ENUM": _enumeration,
+    "H5T_VLEN": lambda datatype: f"list of {_base(datatype)}",
+    "H5T_ARRAY": lambda datatype: f"{by(h5.H5Tget_array_dims(datatype))} of {_base(datatype)}",
+}
+
+
+def describe_type(datatype):
+    """One phrase, such as "64-bit float" or "record {code: text of 4 bytes}"."""
+    return DESCRIPTIONS[CLASSES[h5.H5Tget_class(datatype)]](datatype)
+
+
+def by(dimensions):
+    """Dimensions as "240 x 4"; -1 as "unlimited"."""
+    return " x ".join("unlimited" if size == -1 else f"{size:.0f}" for size in dimensions)
+
+
+def describe_space(space):
+    """One phrase, such as "240 x 4 (unlimited x 4 at most)", "single value" or "no data"."""
+    if h5.H5Sget_simple_extent_type(space) == h5.H5ZBget_constant_value("H5S_NULL"):
+        return "no data"
+    rank, dimensions, maximum = h5.H5Sget_simple_extent_dims(space)
+    if rank == 0:
+        return "single value"
+    growing = list(dimensions) != list(maximum)
+    return by(dimensions) + (f" ({by(maximum)} at most)" if growing else "")
+
+
+def describe_layout(dataset):
+    """One phrase, such as "contiguous" or "chunks of 24 x 4, deflate"."""
+    return closing(h5.H5Pclose, h5.H5Dget_create_plist(dataset), _layout)
+
+
+def _layout(creation):
+    layouts = {h5.H5ZBget_constant_value(f"H5D_{name}"): name.lower()
+               for name in ("COMPACT", "CONTIGUOUS", "CHUNKED")}
+    layout = layouts.get(h5.H5Pget_layout(creation), "virtual")
+    if layout != "chunked":
+        return layout
+    _, dimensions = h5.H5Pget_chunk(creation)
+    filters = [h5.H5Pget_filter(creation, index)[3]
+               for index in range(int(h5.H5Pget_nfilters(creation)))]
+    return ", ".join([f"chunks of {by(dimensions)}", *filters])

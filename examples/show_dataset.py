@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""Says what a dataset of an HDF5 file is and prints its first values.
+
+    show_dataset.py FILE DATASET
+"""
+
+import sys
+
+import numpy as np
+
+from describing import closing, describe_layout, describe_space, describe_type
+from zembra import LibraryError, h5
+
+SHOWN = 10  # values, counted along the last dimension
+
+
+def read_first(dataset):
+    """The values at the beginning: only they are read, however large the dataset is."""
+    file_space = h5.H5Dget_space(dataset)
+    memory_space = "H5S_ALL"
+    rank, dimensions, _ = h5.H5Sget_simple_extent_dims(file_space)
+    if rank > 0:
+        count = [min(size, SHOWN if axis >= rank - 2 else 1)
+                 for axis, size in enumerate(dimensions)]
+        if min(count) > 0:
+            h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [0] * len(count), [], count, [])
+        else:
+            h5.H5Sselect_none(file_space)
+        memory_space = h5.H5Screate_simple(rank, count, [])
+    try:
+        return h5.H5Dread(dataset, "H5ZB_DEFAULT", memory_space, file_space, "H5P_DEFAULT")
+    finally:
+        if memory_space != "H5S_ALL":
+            h5.H5Sclose(memory_space)
+        h5.H5Sclose(file_space)
+
+
+def lines(values):
+    """Values as lines of text; a table gets a line a record."""
+    if isinstance(values, dict):
+        columns = [list(np.ravel(np.asarray(column, dtype=object)))
+                   if not isinstance(column, np.ndarray) else list(column)
+                   for column in values.values() if not isinstance(column, (dict, float, str))]
+        if len(columns) != len(values):  # a single record, or one with records inside
+            return [f"{name}: {value}" for name, value in values.items()]
+        return ["  ".join(values)] + ["  ".join(map(str, record)) for record in zip(*columns)]
+    if isinstance(values, list):
+        return [str(value) for value in values]
+    return str(values).splitlines()
+
+
+def show(path, name):
+    file = h5.H5Fopen(path, "H5F_ACC_RDONLY", "H5P_DEFAULT")
+    dataset = h5.H5Dopen(file, name)
+    print(f"{name} in {path}")
+    print("  type    ", closing(h5.H5Tclose, h5.H5Dget_type(dataset), describe_type))
+    print("  shape   ", closing(h5.H5Sclose, h5.H5Dget_space(dataset), describe_space))
+    print("  storage ", describe_layout(dataset))
+    print("  begins  ")
+    for line in lines(read_first(dataset)):
+        print("    " + line)
+    h5.H5Dclose(dataset)
+    h5.H5Fclose(file)
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    try:
+        show(sys.argv[1], sys.argv[2])
+    except LibraryError as error:
+        sys.exit(f"{sys.argv[0]}: {error}")
+
+
+if __name__ == "__main__":
+    main()
