@@ -1,0 +1,194 @@
+// The entry point: names, the list of names, and what a failure leaves behind.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "gateway/function_table.hpp"
+#include "hdf5/compat.hpp"
+#include "host/call.hpp"
+#include "tests/unit/call.hpp"
+#include "tests/unit/function_names.hpp"
+
+namespace {
+
+using namespace h5test;
+
+/// What a call with exactly these inputs raises, the function's name included.
+std::string complaint(const std::vector<Value>& inputs) {
+  std::vector<const zbArray*> ins;
+  for (const Value& input : inputs) ins.push_back(input.get());
+  try {
+    zembra::callExtension(zebFunction, 1, ins);
+    return "nothing";
+  } catch (const zembra::HostError& error) {
+    return error->identifier;
+  }
+}
+
+TEST(Entry, WantsAFunctionName) { EXPECT_EQ(complaint({}), "Zembra:validate:wrongNumberOfInputs"); }
+
+TEST(Entry, WantsTextForAFunctionName) {
+  std::vector<Value> inputs = strangers();
+  inputs.insert(inputs.end(), {number(1), empty(), identifier(1), numeric(zbClass::UInt8, {72})});
+  for (const Value& input : inputs) {
+    EXPECT_EQ(complaint({input}), "Zembra:h5gate:firstArgNotChar");
+    EXPECT_EQ(complaint({input, text("H5open")}), "Zembra:h5gate:firstArgNotChar");
+  }
+}
+
+TEST(Entry, KnowsNamesLetterByLetter) {
+  for (const std::string name :
+       {"", " ", "h5open", "H5OPEN", "H5open ", " H5open", "H5open\n", "H5ope", "H5openn", "open",
+        "h5fclose", "H5Fclose ", "H5Fopen1", "H5_open", "zebFunction", "H5ZB_DEFAULT"}) {
+    expectRaises("invalidOperation", {name}, name);
+    expectRaises("invalidOperation", {name}, name, 1, 2);
+  }
+}
+
+TEST(Entry, TakesNoNameWithANulInside) {
+  const std::string name("H5open\0x", 8);
+  EXPECT_EQ(complaint({text(name)}), "Zembra:host:embeddedNull");
+  EXPECT_EQ(complaint({text(name.substr(0, 7))}), "Zembra:host:embeddedNull");
+}
+
+TEST(Entry, CountsInputsBeforeItReadsThem) {
+  for (const char* name : {"H5Fopen", "H5Dread", "H5Sclose", "H5Screate_simple", "H5Iget_type"}) {
+    expectWrongCounts(name, {0});
+  }
+}
+
+TEST(Entry, StoresResultsThatNobodyAskedFor) {
+  for (const int wanted : {0, 1, 2, 3, 5, 20}) {
+    EXPECT_EQ(callWith(wanted, "H5get_libversion", {}).size(), 3U) << wanted;
+  }
+  EXPECT_TRUE(call("H5open").empty());
+}
+
+// --- The list of names --------------------------------------------------------------
+
+std::vector<std::string> listedNames() {
+  const Value names = result("H5ZBget_function_names");
+  EXPECT_EQ(classOf(names), zbClass::Cell);
+  std::vector<std::string> list(zbGetNumberOfElements(names.get()));
+  EXPECT_EQ(shapeOf(names), (Shape{list.size(), 1}));
+  for (std::size_t i = 0; i < list.size(); ++i) list[i] = textOf(element(names, i));
+  return list;
+}
+
+TEST(FunctionNames, AreThoseOfTheTableInByteOrder) {
+  const auto names = listedNames();
+  const auto table = h5gate::functionTable();
+  ASSERT_EQ(names.size(), table.size());
+  EXPECT_TRUE(std::ranges::is_sorted(names));
+  EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
+  EXPECT_TRUE(std::ranges::equal(names, table, {}, {}, &h5gate::Row::name));
+}
+
+TEST(FunctionNames, AreAllKnownAndAllReachAHandlerOfTheirOwn) {
+  std::set<h5gate::GatewayHandler> handlers;
+  for (const std::string& name : listedNames()) {
+    EXPECT_NE(findFunctionName(name), nullptr) << name;
+    ASSERT_NE(h5gate::findHandler(name), nullptr) << name;
+    EXPECT_TRUE(handlers.insert(h5gate::findHandler(name)).second) << name;
+  }
+}
+
+TEST(FunctionNames, PutCapitalsFirst) {
+  const auto names = listedNames();
+  EXPECT_EQ(names.back(), "H5set_free_list_limits");
+  const auto place = [&](const char* name) { return std::ranges::find(names, name); };
+  EXPECT_LT(place("H5Dclose"), place("H5ZBget_constant_names"));
+  EXPECT_LT(place("H5ZBget_mem_datatype"), place("H5Zfilter_avail"));
+  EXPECT_LT(place("H5Zget_filter_info"), place("H5close"));
+}
+
+TEST(FunctionNames, AreGivenAfreshOnEachCall) {
+  const Value first = result("H5ZBget_function_names");
+  EXPECT_NE(first.get(), result("H5ZBget_function_names").get());
+}
+
+// --- Failures -----------------------------------------------------------------------
+
+TEST(Failure, PrintsNothing) {
+  H5Eset_auto2(H5E_DEFAULT, reinterpret_cast<H5E_auto2_t>(H5Eprint2), stderr);
+  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
+  expectLibraryError("H5Sclose", -1);
+  expectLibraryError("H5Fopen", temporaryPath("absent.h5"), "H5F_ACC_RDONLY", "H5P_DEFAULT");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+/// HDF5's error stack as it stands, outermost function last.
+std::vector<std::string> functionsOnTheStack() {
+  std::vector<std::string> functions;
+  H5Ewalk2(
+      H5E_DEFAULT, H5E_WALK_UPWARD,
+      [](unsigned, const H5E_error2_t* record, void* list) {
+        static_cast<std::vector<std::string>*>(list)->emplace_back(record->func_name);
+        return herr_t{0};
+      },
+      &functions);
+  return functions;
+}
+
+TEST(Failure, LeavesHdf5ErrorStackForALaterCall) {
+  const auto error = failureOf("H5Sclose", {-1});
+  ASSERT_TRUE(error);
+  const auto functions = functionsOnTheStack();
+  ASSERT_FALSE(functions.empty());
+  EXPECT_EQ(functions.back(), "H5Sclose");
+  EXPECT_TRUE(
+      std::ranges::equal(functions, (*error)->stack, {}, {}, &zembra::ErrorRecord::function));
+  call("H5ZBget_function_names");
+  expectRaises("invalidOperation", {std::string("h5open")}, "h5open");
+  expectWrongCounts("H5Sclose", {0});
+  EXPECT_EQ(functionsOnTheStack(), functions);
+}
+
+TEST(Failure, SaysFirstWhatWentWrongAndWhichCallFailed) {
+  const auto error = failureOf("H5Sclose", {-1});
+  ASSERT_TRUE(error);
+  EXPECT_EQ((*error)->identifier, "Zembra:HDF5:libraryError");
+  EXPECT_EQ(std::string(error->what()).rfind("H5Sclose: ", 0), 0U) << error->what();
+}
+
+// --- The library ----------------------------------------------------------------------
+
+/// libh5gate.so as the build names it, or else beside the host's library.
+std::string libraryPath() {
+  if (const char* path = std::getenv("H5GATE_LIBRARY")) return path;
+  Dl_info host{};
+  dladdr(reinterpret_cast<const void*>(&zbGetClass), &host);
+  const std::string path = host.dli_fname;
+  return path.substr(0, path.rfind('/') + 1) + "libh5gate.so";
+}
+
+std::string outputOf(const std::string& command) {
+  const std::unique_ptr<FILE, decltype(&pclose)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string output;
+  std::array<char, 256> part{};
+  while (pipe && std::fgets(part.data(), part.size(), pipe.get()) != nullptr) {
+    output += part.data();
+  }
+  return output;
+}
+
+TEST(Exports, AreTheEntryPointAlone) {
+  if (outputOf("command -v nm").empty()) GTEST_SKIP() << "nm is not installed";
+  std::istringstream lines(outputOf("nm -D --defined-only '" + libraryPath() + "'"));
+  std::vector<std::string> symbols;
+  for (std::string address, kind, name; lines >> address >> kind >> name;) symbols.push_back(name);
+  EXPECT_EQ(symbols, std::vector<std::string>{"zebFunction"});
+}
+
+}  // namespace
