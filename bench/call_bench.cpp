@@ -2,12 +2,13 @@
 // timed doing the same work on the same objects, and the ratios are printed last.
 
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -154,33 +155,43 @@ void gatewayRead(benchmark::State& state, hid_t file) {
 /// The usual console output, and afterwards the pairs side by side.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
+  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
+
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      const double nanoseconds =
-          run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9;
-      const auto [best, first] = best_.emplace(run.benchmark_name(), nanoseconds);
-      if (!first) best->second = std::min(best->second, nanoseconds);
+      const std::string name = run.benchmark_name();
+      const std::size_t slash = name.find('/');
+      Pair& pair = pairOf(name.substr(0, slash));
+      double& best = name.compare(slash + 1, 4, "bare") == 0 ? pair.bare : pair.gateway;
+      best = std::min(best, run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9);
     }
   }
 
   void Finalize() override {
     std::printf("\n%-16s %14s %14s %14s %8s\n", "", "bare ns", "gateway ns", "difference ns",
                 "ratio");
-    for (const auto& [name, bare] : best_) {
-      const std::size_t suffix = name.rfind("/bare");
-      if (suffix == std::string::npos) continue;
-      const std::string subject = name.substr(0, suffix);
-      const auto gateway = best_.find(subject + "/gateway");
-      if (gateway == best_.end()) continue;
-      std::printf("%-16s %14.1f %14.1f %14.1f %8.2f\n", subject.c_str(), bare, gateway->second,
-                  gateway->second - bare, gateway->second / bare);
+    for (const Pair& pair : pairs_) {
+      std::printf("%-16s %14.1f %14.1f %14.1f %8.2f\n", pair.subject.c_str(), pair.bare,
+                  pair.gateway, pair.gateway - pair.bare, pair.gateway / pair.bare);
     }
   }
 
  private:
-  std::map<std::string, double> best_;
+  struct Pair {
+    std::string subject;
+    double bare = std::numeric_limits<double>::infinity();
+    double gateway = std::numeric_limits<double>::infinity();
+  };
+
+  Pair& pairOf(const std::string& subject) {
+    const auto found = std::find_if(pairs_.begin(), pairs_.end(),
+                                    [&](const Pair& pair) { return pair.subject == subject; });
+    return found != pairs_.end() ? *found : pairs_.emplace_back(Pair{subject});
+  }
+
+  std::vector<Pair> pairs_;
 };
 
 }  // namespace
