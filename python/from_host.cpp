@@ -62,28 +62,17 @@ Extent extentOf(const zbArray* array) {
 
 int typeNumber(zbClass type) {
   switch (type) {
-    case zbClass::Logical:
-      return NPY_BOOL;
-    case zbClass::Single:
-      return NPY_FLOAT32;
-    case zbClass::Int8:
-      return NPY_INT8;
-    case zbClass::UInt8:
-      return NPY_UINT8;
-    case zbClass::Int16:
-      return NPY_INT16;
-    case zbClass::UInt16:
-      return NPY_UINT16;
-    case zbClass::Int32:
-      return NPY_INT32;
-    case zbClass::UInt32:
-      return NPY_UINT32;
-    case zbClass::Int64:
-      return NPY_INT64;
-    case zbClass::UInt64:
-      return NPY_UINT64;
-    default:
-      return NPY_FLOAT64;
+    case zbClass::Logical: return NPY_BOOL;
+    case zbClass::Single: return NPY_FLOAT32;
+    case zbClass::Int8: return NPY_INT8;
+    case zbClass::UInt8: return NPY_UINT8;
+    case zbClass::Int16: return NPY_INT16;
+    case zbClass::UInt16: return NPY_UINT16;
+    case zbClass::Int32: return NPY_INT32;
+    case zbClass::UInt32: return NPY_UINT32;
+    case zbClass::Int64: return NPY_INT64;
+    case zbClass::UInt64: return NPY_UINT64;
+    default: return NPY_FLOAT64;
   }
 }
 
@@ -204,20 +193,15 @@ py::object fromHost(const Value& value) {
   const zbArray* const array = value.get();
   if (void* origin = array->origin.get()) return borrow(static_cast<PyObject*>(origin));
   switch (array->type) {
-    case zbClass::Char:
-      return fromText(value);
-    case zbClass::Cell:
-      return fromCell(array);
-    case zbClass::Struct:
-      return fromStruct(array);
-    case zbClass::Object:
-      return fromObject(array);
+    case zbClass::Char: return fromText(value);
+    case zbClass::Cell: return fromCell(array);
+    case zbClass::Struct: return fromStruct(array);
+    case zbClass::Object: return fromObject(array);
     case zbClass::Function:
     case zbClass::Foreign:
     case zbClass::Unknown:
       throw Unconvertible(PyExc_TypeError, "A " + describe(array) + " has no Python form.");
-    default:
-      return fromNumbers(value);
+    default: return fromNumbers(value);
   }
 }
 

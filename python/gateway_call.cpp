@@ -14,46 +14,43 @@
 namespace zembra::python {
 namespace {
 
-/// The arguments of one call, the function's name first; on the stack unless they
-/// are unusually many.
+Value convert(PyObject* object, std::string_view label, std::size_t position) {
+  try {
+    return toHost(object);
+  } catch (const Unconvertible& error) {
+    throw Unconvertible(error.type(), std::string(label) + ": argument " +
+                                          std::to_string(position) + ": " + error.what());
+  }
+}
+
+/// The arguments of one call, the function's name first. They stand on the stack
+/// unless they are unusually many, and only those that are there cost anything.
 class Arguments {
  public:
-  Arguments(const zbArray* name, std::string_view label, std::span<PyObject* const> objects)
-      : count_(objects.size() + (name != nullptr ? 1 : 0)) {
-    if (count_ > kFew) {
-      manyValues_.resize(count_);
-      manyArrays_.resize(count_);
-    }
-    std::size_t at = 0;
-    if (name != nullptr) arrays()[at++] = name;
-    for (std::size_t i = 0; i < objects.size(); ++i, ++at) {
-      values()[at] = convert(label, i + 1, objects[i]);
-      arrays()[at] = values()[at].get();
-    }
+  explicit Arguments(std::size_t capacity) : many_(capacity > kFew ? capacity : 0) {}
+  ~Arguments() {
+    for (std::size_t i = borrowed_; i < count_; ++i) drop(const_cast<zbArray*>(arrays()[i]));
   }
+  Arguments(const Arguments&) = delete;
+  Arguments& operator=(const Arguments&) = delete;
+
+  /// An array that outlives the call; comes before all others.
+  void borrow(const zbArray* array) {
+    arrays()[count_++] = array;
+    borrowed_ = count_;
+  }
+  void append(Value value) { arrays()[count_++] = value.release(); }
 
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
-  const zbArray** arrays() { return count_ > kFew ? manyArrays_.data() : fewArrays_.data(); }
+  const zbArray** arrays() { return many_.empty() ? few_.data() : many_.data(); }
 
  private:
   static constexpr std::size_t kFew = 16;
 
-  Value* values() { return count_ > kFew ? manyValues_.data() : fewValues_.data(); }
-
-  static Value convert(std::string_view label, std::size_t position, PyObject* object) {
-    try {
-      return toHost(object);
-    } catch (const Unconvertible& error) {
-      throw Unconvertible(error.type(), std::string(label) + ": argument " +
-                                            std::to_string(position) + ": " + error.what());
-    }
-  }
-
-  std::size_t count_;
-  std::array<Value, kFew> fewValues_;
-  std::array<const zbArray*, kFew> fewArrays_;
-  std::vector<Value> manyValues_;
-  std::vector<const zbArray*> manyArrays_;
+  std::size_t borrowed_ = 0;
+  std::size_t count_ = 0;
+  std::array<const zbArray*, kFew> few_;  // filled up to count_
+  std::vector<const zbArray*> many_;
 };
 
 /// None, the one result, or a tuple.
@@ -69,7 +66,11 @@ py::object toPython(std::span<zbArray* const> results) {
 
 py::object call(const zbArray* name, std::string_view label, std::span<PyObject* const> objects,
                 int nOut) {
-  Arguments arguments(name, label, objects);
+  Arguments arguments(objects.size() + 1);
+  if (name != nullptr) arguments.borrow(name);
+  for (std::size_t i = 0; i < objects.size(); ++i) {
+    arguments.append(convert(objects[i], label, i + 1));
+  }
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
   loadGateway()(nOut, outs.data(), arguments.count(), arguments.arrays());

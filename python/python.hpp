@@ -1,5 +1,5 @@
-// Owning Python objects from C++: pybind11's handles, and the one way in which
-// host arrays and exceptions let go of an object.
+// Owning Python objects from C++: pybind11's handles, and how host arrays and
+// exceptions let go of an object.
 #pragma once
 
 #include <pybind11/pybind11.h>
@@ -16,14 +16,17 @@ inline py::object steal(PyObject* object) {
 
 inline py::object borrow(PyObject* object) { return py::reinterpret_borrow<py::object>(object); }
 
-/// Gives a reference up, whichever thread is the last to hold it. After the
-/// interpreter has ended there is nothing left to give back to.
+/// Gives up the reference of a host array. Arrays live and die in calls and in
+/// NumPy arrays, with the interpreter's lock held; the few that are left when the
+/// interpreter has ended have nothing to give back to.
+inline void releaseInCall(void* object) {
+  if (Py_IsInitialized() != 0) Py_DECREF(static_cast<PyObject*>(object));
+}
+
+/// Gives a reference up, whichever thread is the last to hold it: an
+/// exception is remembered until its thread ends, outside the lock.
 inline void releaseObject(void* object) {
   if (Py_IsInitialized() == 0) return;
-  if (PyGILState_Check() == 1) {  // nearly always
-    Py_DECREF(static_cast<PyObject*>(object));
-    return;
-  }
   const PyGILState_STATE state = PyGILState_Ensure();
   Py_DECREF(static_cast<PyObject*>(object));
   PyGILState_Release(state);

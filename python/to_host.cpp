@@ -26,7 +26,7 @@ namespace {
 
 Origin originOf(PyObject* object) {
   Py_INCREF(object);
-  return {object, releaseObject};
+  return {object, releaseInCall};
 }
 
 /// Python's own recursion limit guards against lists that contain themselves.
@@ -76,9 +76,10 @@ double identifierOf(PyObject* id) {
 
 /// What counts as a number inside a list.
 std::optional<double> numberIn(PyObject* item) {
-  if (PyFloat_Check(item)) return PyFloat_AS_DOUBLE(item);
-  if (PyBool_Check(item)) return std::nullopt;
+  if (PyFloat_CheckExact(item)) return PyFloat_AS_DOUBLE(item);
+  if (PyBool_Check(item) || PyUnicode_Check(item)) return std::nullopt;
   if (PyLong_Check(item)) return exactDouble(item);
+  if (PyFloat_Check(item)) return PyFloat_AS_DOUBLE(item);
   if (PyArray_IsScalar(item, Integer) && !PyArray_IsScalar(item, Timedelta)) {
     return exactDouble(steal(PyNumber_Index(item)).ptr());
   }
@@ -98,7 +99,7 @@ Value rowOn(std::string_view bytes, std::shared_ptr<void> owner) {
                      std::move(owner));
 }
 
-std::shared_ptr<void> ownerOf(py::object object) { return {object.release().ptr(), releaseObject}; }
+std::shared_ptr<void> ownerOf(py::object object) { return {object.release().ptr(), releaseInCall}; }
 
 Value fromStr(PyObject* text) {
   const Utf8 encoded = utf8(borrow(text));
@@ -178,23 +179,17 @@ std::optional<Value> structFrom(PyObject* dict) {
 
 zbClass bySize(npy_intp size, zbClass one, zbClass two, zbClass four, zbClass eight) {
   switch (size) {
-    case 1:
-      return one;
-    case 2:
-      return two;
-    case 4:
-      return four;
-    case 8:
-      return eight;
-    default:
-      return zbClass::Unknown;
+    case 1: return one;
+    case 2: return two;
+    case 4: return four;
+    case 8: return eight;
+    default: return zbClass::Unknown;
   }
 }
 
 zbClass classOf(const PyArray_Descr* type) {
   switch (type->kind) {
-    case 'b':
-      return zbClass::Logical;
+    case 'b': return zbClass::Logical;
     case 'i':
       return bySize(type->elsize, zbClass::Int8, zbClass::Int16, zbClass::Int32, zbClass::Int64);
     case 'u':
@@ -203,8 +198,7 @@ zbClass classOf(const PyArray_Descr* type) {
     case 'f':
       return bySize(type->elsize, zbClass::Unknown, zbClass::Unknown, zbClass::Single,
                     zbClass::Double);
-    default:
-      return zbClass::Unknown;
+    default: return zbClass::Unknown;
   }
 }
 
@@ -294,13 +288,10 @@ Value fromArray(PyArrayObject* array) {
     case NPY_HALF:
       return fromNumbers(zbClass::Single, inMemoryOrder(array, PyArray_DescrFromType(NPY_FLOAT)));
     case NPY_CFLOAT:
-    case NPY_CDOUBLE:
-      return fromComplex(array);
-    case NPY_STRING:
-      return fromByteStrings(zbClass::Char, array);
+    case NPY_CDOUBLE: return fromComplex(array);
+    case NPY_STRING: return fromByteStrings(zbClass::Char, array);
     case NPY_UNICODE:
-    case NPY_OBJECT:
-      return fromElements(array);
+    case NPY_OBJECT: return fromElements(array);
     case NPY_VOID:
       return PyDataType_HASFIELDS(type) ? fromRecords(array)
                                         : fromByteStrings(zbClass::UInt8, array);
@@ -353,14 +344,16 @@ Value convertRare(PyObject* object) {
   return makeForeign({});
 }
 
+/// Cheap questions and frequent answers first.
 Value convert(PyObject* object) {
-  if (PyFloat_Check(object)) return makeDouble(PyFloat_AS_DOUBLE(object));
+  if (PyFloat_CheckExact(object)) return makeDouble(PyFloat_AS_DOUBLE(object));
   if (PyUnicode_Check(object)) return fromStr(object);
   if (PyBool_Check(object)) return makeLogical(object == Py_True);
   if (PyLong_Check(object)) return makeDouble(exactDouble(object));
-  if (PyArray_Check(object)) return fromArray(reinterpret_cast<PyArrayObject*>(object));
-  if (object == Py_None) return makeEmpty();
   if (PyList_Check(object) || PyTuple_Check(object)) return fromSequence(object);
+  if (object == Py_None) return makeEmpty();
+  if (PyArray_Check(object)) return fromArray(reinterpret_cast<PyArrayObject*>(object));
+  if (PyFloat_Check(object)) return makeDouble(PyFloat_AS_DOUBLE(object));
   if (isId(object)) {
     std::vector<std::pair<std::string, Value>> properties;
     properties.emplace_back("identifier", makeDouble(identifierOf(object)));

@@ -19,9 +19,10 @@ constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kHugePage = std::size_t{2} << 20;
 constexpr std::size_t kHugeBlock = std::size_t{4} << 20;
 
-constexpr const char* kClassNames[] = {
-    "unknown", "cell",   "struct", "logical", "char",  "double", "single", "int8",     "uint8",
-    "int16",   "uint16", "int32",  "uint32",  "int64", "uint64", "function_handle", "object", "foreign"};
+constexpr const char* kClassNames[] = {"unknown",         "cell",   "struct", "logical", "char",
+                                       "double",          "single", "int8",   "uint8",   "int16",
+                                       "uint16",          "int32",  "uint32", "int64",   "uint64",
+                                       "function_handle", "object", "foreign"};
 
 Composite& composite(zbArray* array) {
   if (!array->composite) array->composite = std::make_unique<Composite>();
@@ -32,8 +33,7 @@ Composite& composite(zbArray* array) {
 std::size_t slot(const Composite& content, std::size_t element, std::string_view name) {
   const auto found = std::find(content.names.begin(), content.names.end(), name);
   if (found == content.names.end()) return content.values.size();
-  return element * content.names.size() +
-         static_cast<std::size_t>(found - content.names.begin());
+  return element * content.names.size() + static_cast<std::size_t>(found - content.names.begin());
 }
 
 void replace(zbArray*& place, zbArray* value) {
@@ -87,14 +87,14 @@ std::shared_ptr<void> allocateBlock(std::size_t bytes) {
   const bool huge = bytes >= kHugeBlock;
   const std::size_t alignment = huge ? kHugePage : kAlignment;
   if (bytes > std::numeric_limits<std::size_t>::max() - alignment) {
-    raiseHostError("outOfMemory", "An array of " + std::to_string(bytes) +
-                                      " bytes does not fit in memory.");
+    raiseHostError("outOfMemory",
+                   "An array of " + std::to_string(bytes) + " bytes does not fit in memory.");
   }
   const std::size_t rounded = (std::max<std::size_t>(bytes, 1) + alignment - 1) & ~(alignment - 1);
   void* memory = std::aligned_alloc(alignment, rounded);
   if (memory == nullptr) {
-    raiseHostError("outOfMemory", "An array of " + std::to_string(bytes) +
-                                      " bytes does not fit in memory.");
+    raiseHostError("outOfMemory",
+                   "An array of " + std::to_string(bytes) + " bytes does not fit in memory.");
   }
 #ifdef MADV_HUGEPAGE
   if (huge) madvise(memory, rounded, MADV_HUGEPAGE);  // a wish; failure changes nothing
@@ -102,7 +102,8 @@ std::shared_ptr<void> allocateBlock(std::size_t bytes) {
   return {memory, std::free};
 }
 
-Value makeOnBlock(zbClass type, const Shape& shape, void* data, std::shared_ptr<void> owner) {
+Value makeOnBlock(zbClass type, std::span<const std::size_t> shape, void* data,
+                  std::shared_ptr<void> owner) {
   Value array(newArray(type));
   setShape(array.get(), shape.size(), shape.data());
   array.get()->data = array.get()->elements == 0 ? nullptr : data;
@@ -110,7 +111,7 @@ Value makeOnBlock(zbClass type, const Shape& shape, void* data, std::shared_ptr<
   return array;
 }
 
-Value makeNumeric(zbClass type, const Shape& shape, const void* data) {
+Value makeNumeric(zbClass type, std::span<const std::size_t> shape, const void* data) {
   Value array(newArray(type));
   setShape(array.get(), shape.size(), shape.data());
   allocateData(array.get());
@@ -146,7 +147,7 @@ Value makeRow(std::span<const double> values) {
   return makeNumeric(zbClass::Double, {1, values.size()}, values.data());
 }
 
-Value makeCell(const Shape& shape, std::vector<Value> values) {
+Value makeCell(std::span<const std::size_t> shape, std::vector<Value> values) {
   Value array(newArray(zbClass::Cell));
   setShape(array.get(), shape.size(), shape.data());
   Composite& content = composite(array.get());
@@ -255,8 +256,8 @@ std::size_t zbGetElementSize(const zbArray* array) { return zembra::elementSize(
 
 char* zbArrayToString(const zbArray* array) {
   if (array->type != zbClass::Char) {
-    zembra::raiseHostError("notText", "A " + zembra::describe(array) +
-                                          " array stands where text is needed.");
+    zembra::raiseHostError("notText",
+                           "A " + zembra::describe(array) + " array stands where text is needed.");
   }
   const std::size_t size = array->elements;
   if (size > 0 && std::memchr(array->data, 0, size) != nullptr) {

@@ -70,9 +70,9 @@ struct zbArray {
   std::unique_ptr<std::size_t[]> longShape;  // in place of shortShape from rank 3 on
   std::size_t elements = 0;
 
-  void* data = nullptr;                       // numeric, logical, char
+  void* data = nullptr;                            // numeric, logical, char
   alignas(16) std::array<std::byte, 16> scalar{};  // where data points for scalars
-  std::shared_ptr<void> owner;                // of data that is not the scalar
+  std::shared_ptr<void> owner;                     // of data that is not the scalar
   std::unique_ptr<zembra::Composite> composite;
   zembra::Origin origin;
 
@@ -139,17 +139,32 @@ Value makeLogical(bool value);
 Value makeText(std::string_view bytes);  // 1-by-n, 0-by-0 when empty
 Value makeEmpty();                       // 0-by-0 double
 Value makeRow(std::span<const double> values);
-Value makeNumeric(zbClass type, const Shape& shape, const void* data);
-Value makeCell(const Shape& shape, std::vector<Value> values);
+Value makeNumeric(zbClass type, std::span<const std::size_t> shape, const void* data);
+Value makeCell(std::span<const std::size_t> shape, std::vector<Value> values);
 /// 1-by-1 structure.
 Value makeStruct(std::vector<std::pair<std::string, Value>> fields);
 /// 1-by-1 object of the named class.
-Value makeObject(std::string_view className,
-                 std::vector<std::pair<std::string, Value>> properties);
+Value makeObject(std::string_view className, std::vector<std::pair<std::string, Value>> properties);
 Value makeFunction(std::shared_ptr<Callable> target);
 /// A value of no host class that merely travels through.
 Value makeForeign(Origin origin);
 /// An array on memory that `owner` keeps alive; no copy.
-Value makeOnBlock(zbClass type, const Shape& shape, void* data, std::shared_ptr<void> owner);
+Value makeOnBlock(zbClass type, std::span<const std::size_t> shape, void* data,
+                  std::shared_ptr<void> owner);
+
+// The same for a shape that is written out: makeNumeric(type, {1, n}, data).
+template <std::size_t rank>
+Value makeNumeric(zbClass type, const std::size_t (&shape)[rank], const void* data) {
+  return makeNumeric(type, std::span<const std::size_t>(shape), data);
+}
+template <std::size_t rank>
+Value makeCell(const std::size_t (&shape)[rank], std::vector<Value> values) {
+  return makeCell(std::span<const std::size_t>(shape), std::move(values));
+}
+template <std::size_t rank>
+Value makeOnBlock(zbClass type, const std::size_t (&shape)[rank], void* data,
+                  std::shared_ptr<void> owner) {
+  return makeOnBlock(type, std::span<const std::size_t>(shape), data, std::move(owner));
+}
 
 }  // namespace zembra

@@ -5,9 +5,10 @@ indices count from zero and dimensions run from the slowest to the fastest. A ca
 gives None, its one result, or a tuple of results; `nout=` limits how many are
 asked for, 5 unless it says otherwise. Failures raise zembra.Error.
 
-A callback is called with what the function hands it. It returns a status (0 goes
-on, a positive number stops, a negative one fails the call), or a status and the
-new user data as a tuple where user data travel along.
+A callback is called with what the function hands it, and returns a status: 0 goes
+on, a positive number stops, a negative one fails the call; None is as good as 0.
+Where user data travel along it returns a pair, the status and the user data to go
+on with.
 
 HDF5 runs with the interpreter's lock held: calls from several threads take turns.
 """
