@@ -8,9 +8,12 @@
 // nest; nothing is kept outside the contexts.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <exception>
+#include <initializer_list>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -55,6 +58,14 @@ class CallbackContext {
   }
 };
 
+/// The results of an iteration: the first always, the others as far as asked for.
+inline void storeRequested(int nOut, zbArray** outs, std::initializer_list<zbArray*> results) {
+  int stored = 0;
+  for (zbArray* result : results) {
+    if (stored == 0 || stored < nOut) outs[stored++] = result;
+  }
+}
+
 // --- How a C argument becomes a host array -----------------------------------------
 
 struct IdInput {
@@ -81,25 +92,32 @@ struct NotPassed {
   using Argument = const Record*;
 };
 
-/// The host function's inputs in order; those made for the call are destroyed with it.
+/// The host function's inputs in order; those made for the call are destroyed with it,
+/// but for one that has come back as user data.
 template <class... Inputs>
 class HostInputs {
  public:
-  HostInputs(const CallbackContext& context, typename Inputs::Argument... arguments) {
+  HostInputs(const CallbackContext& context, typename Inputs::Argument... arguments)
+      : context_(context) {
     append(context.function);
     first_ = count_;
     (appendMade<Inputs>(arguments), ...);
     end_ = count_;
   }
   ~HostInputs() {
-    for (int i = first_; i < end_; ++i) zbDestroyArray(arrays_[static_cast<std::size_t>(i)]);
+    for (zbArray* array : made()) {
+      if (array != context_.userData) zbDestroyArray(array);
+    }
   }
   HostInputs(const HostInputs&) = delete;
   HostInputs& operator=(const HostInputs&) = delete;
 
-  void append(zbArray* array) { arrays_[static_cast<std::size_t>(count_++)] = array; }
-  [[nodiscard]] int count() const { return count_; }
+  void append(zbArray* array) { arrays_[count_++] = array; }
+  [[nodiscard]] int count() const { return static_cast<int>(count_); }
   [[nodiscard]] zbArray** arrays() { return arrays_.data(); }
+  [[nodiscard]] std::span<zbArray* const> made() const {
+    return std::span(arrays_).subspan(first_, end_ - first_);
+  }
 
  private:
   template <class Input>
@@ -107,20 +125,17 @@ class HostInputs {
     if constexpr (requires { Input::make(argument); }) append(Input::make(argument));
   }
 
+  const CallbackContext& context_;
   std::array<zbArray*, sizeof...(Inputs) + 2> arrays_{};
-  int count_ = 0;
-  int first_ = 0;
-  int end_ = 0;
+  std::size_t count_ = 0;
+  std::size_t first_ = 0;
+  std::size_t end_ = 0;
 };
 
 // --- Adapters ---------------------------------------------------------------------------
 
 /// The status that a host function answered: toward zero; what is no number fails.
-inline herr_t takeStatus(zbArray* status) {
-  const herr_t value = truncateToInt32(zbGetScalar(status));
-  zbDestroyArray(status);
-  return value;
-}
+inline herr_t statusOf(const zbArray* answer) { return truncateToInt32(zbGetScalar(answer)); }
 
 /// Nothing that `body` throws gets into HDF5.
 template <class Body>
@@ -144,7 +159,10 @@ herr_t plainAdapter(typename Inputs::Argument... arguments, void* data) {
     if (zebCallZembra(1, &status, inputs.count(), inputs.arrays(), "feval") != 0) {
       raise<Message>();
     }
-    return takeStatus(status);
+    const herr_t value = statusOf(status);
+    // One of the inputs may be the answer.
+    if (std::ranges::count(inputs.made(), status) == 0) zbDestroyArray(status);
+    return value;
   });
 }
 
@@ -172,7 +190,8 @@ herr_t trappedAdapter(typename Inputs::Argument... arguments, void* data) {
     if (exception == nullptr) {
       context.userData = answers[1];
       ++context.calls;
-      return takeStatus(answers[0]);
+      // Left to the host: one array may be both answers, or user data of before.
+      return statusOf(answers[0]);
     }
     std::string report;
     if (getReport(exception, report)) Report(context, std::move(report));

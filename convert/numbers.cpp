@@ -52,6 +52,12 @@ std::int32_t truncateToInt32(double value) {
                                            : std::numeric_limits<std::int32_t>::min();
 }
 
+std::int64_t truncateToInt64(double value) {
+  constexpr double kEnd = 9223372036854775808.0;
+  return value >= -kEnd && value < kEnd ? static_cast<std::int64_t>(value)
+                                        : std::numeric_limits<std::int64_t>::min();
+}
+
 hsize_t castToSize(double value) { return cast<hsize_t, msg::numericCastError>(value); }
 std::int32_t castToInt(double value) { return cast<std::int32_t, msg::numericCastError>(value); }
 std::uint32_t castToUInt(double value) { return cast<std::uint32_t, msg::numericCastError>(value); }
@@ -74,6 +80,15 @@ std::uint32_t getUIntArg(const zbArray* array) {
 
 hsize_t getSizeArg(const zbArray* array) {
   return cast<hsize_t, msg::scalarValueInputOutOfRange>(zbGetScalar(array));
+}
+
+std::vector<std::uint32_t> getUIntsArg(const zbArray* array) {
+  std::vector<std::uint32_t> values(zbGetNumberOfElements(array));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] =
+        cast<std::uint32_t, msg::scalarValueInputOutOfRange>(elementAsDouble(array, i));
+  }
+  return values;
 }
 
 hsize_t getStrictSizeArg(const zbArray* array, const char* description) {

@@ -1,7 +1,9 @@
 // Numeric arguments and results: range-checked scalars and vectors in, doubles out.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <vector>
 
 #include "hdf5/compat.hpp"
@@ -37,6 +39,8 @@ using Offsets = Vector<hssize_t>;
 
 /// Without complaint: out of range gives -2147483648.
 std::int32_t truncateToInt32(double value);
+/// The same in 64 bits.
+std::int64_t truncateToInt64(double value);
 
 /// Out of range raises `numericCastError`.
 hsize_t castToSize(double value);
@@ -52,6 +56,9 @@ std::uint64_t wrapToSize(double value);
 std::int32_t getIntArg(const zbArray* array);
 std::uint32_t getUIntArg(const zbArray* array);
 hsize_t getSizeArg(const zbArray* array);
+
+/// Each element of an array of any class as getUIntArg takes a scalar.
+std::vector<std::uint32_t> getUIntsArg(const zbArray* array);
 
 /// A double of exactly one element, or `notDoublePrecision` with the description;
 /// then as getSizeArg.
@@ -84,6 +91,15 @@ inline zbArray* makeSizeResult(std::uint64_t value) {
 
 /// 1-by-n, n-by-1 or rows-by-columns doubles from counts, in order.
 zbArray* makeSizes(std::size_t rows, std::size_t columns, const hsize_t* values);
+/// n-by-1 doubles, each made by `toDouble` from a value.
+template <class Values, class ToDouble>
+zbArray* makeColumn(const Values& values, ToDouble toDouble) {
+  const std::size_t shape[] = {std::size(values), 1};
+  zbArray* array = zbCreateUninitNumericArray(2, shape, zbClass::Double);
+  std::transform(std::begin(values), std::end(values),
+                 static_cast<double*>(zbGetWritableData(array)), toDouble);
+  return array;
+}
 /// A 1-by-n row in which H5S_UNLIMITED is -1.
 zbArray* makeMaxDims(std::size_t count, const hsize_t* values);
 /// An empty 0-by-0 double.

@@ -16,6 +16,11 @@ struct Field {
   zbArray* (*get)(const Record& record);
 };
 
+/// The getter of a member that is a number.
+template <auto Member>
+constexpr auto numberOf =
+    [](const auto& record) { return zbCreateDoubleScalar(static_cast<double>(record.*Member)); };
+
 /// An entry has a name and a getter; a Field has nothing else.
 template <class Entry, std::size_t N, class Record>
 zbArray* makeRecord(const Entry (&fields)[N], const Record& record) {

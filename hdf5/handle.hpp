@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <utility>
 
 #include "hdf5/compat.hpp"
@@ -79,5 +80,10 @@ inline void freeText(void* text) {
   std::free(text);
 #endif
 }
+
+struct FreeText {
+  void operator()(char* text) const { freeText(text); }
+};
+using AllocatedText = std::unique_ptr<char, FreeText>;
 
 }  // namespace hdf5

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string>
 
 #include "convert/text.hpp"
@@ -10,8 +9,6 @@
 
 namespace h5gate {
 namespace {
-
-using Hdf5Text = std::unique_ptr<char, decltype(&hdf5::freeText)>;
 
 void checkMemClass(hid_t fileType, hid_t memoryType);
 
@@ -31,7 +28,7 @@ void checkString(hid_t fileType, hid_t memoryType) {
 }
 
 std::string tagOf(hid_t type) {
-  const Hdf5Text tag(H5Tget_tag(type), hdf5::freeText);
+  const hdf5::AllocatedText tag(H5Tget_tag(type));
   return tag ? tag.get() : "";
 }
 
@@ -45,7 +42,7 @@ void checkCompound(hid_t fileType, hid_t memoryType) {
   const int members = H5Tget_nmembers(memoryType);
   if (members < 1) raise<msg::badMemoryDatatypeCardinality>();
   for (unsigned i = 0; i < static_cast<unsigned>(members); ++i) {
-    const Hdf5Text name(H5Tget_member_name(memoryType, i), hdf5::freeText);
+    const hdf5::AllocatedText name(H5Tget_member_name(memoryType, i));
     if (!name) KVH5libraryError();
     const int index = H5Tget_member_index(fileType, name.get());
     if (index < 0) raise<msg::memoryCompoundMemberNameNotFound>(name.get());

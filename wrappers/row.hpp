@@ -16,6 +16,7 @@
 #include "convert/numbers.hpp"
 #include "convert/text.hpp"
 #include "gateway/handler.hpp"
+#include "hdf5/handle.hpp"
 
 namespace h5gate {
 
@@ -66,6 +67,28 @@ struct Size {
   static hsize_t from(const zbArray* array) { return getSizeArg(array); }
 };
 
+/// An empty array stands for 0.
+template <class Kind>
+struct OrZero {
+  static auto from(const zbArray* array) {
+    return zbGetNumberOfElements(array) == 0 ? decltype(Kind::from(array)){} : Kind::from(array);
+  }
+};
+
+/// A double of exactly one element, then as Size.
+template <Description D>
+struct StrictSize {
+  static hsize_t from(const zbArray* array) { return getStrictSizeArg(array, D.text); }
+};
+
+/// 32 bits cut out of whatever the number is, and 64 bits modulo 2^64.
+struct Truncated {
+  static int from(const zbArray* array) { return truncateToInt32(zbGetScalar(array)); }
+};
+struct WrappedSize {
+  static hsize_t from(const zbArray* array) { return wrapToSize(zbGetScalar(array)); }
+};
+
 /// A double as it stands, without a check.
 struct Real {
   static double from(const zbArray* array) { return zbGetScalar(array); }
@@ -98,6 +121,14 @@ struct Identifier {
   template <class Call, class... Arguments>
   static void run(zbArray** outs, Call call, Arguments... arguments) {
     outs[0] = makeHidResult(checked(call(arguments...)));
+  }
+};
+
+/// An identifier, handed back whatever it says.
+struct RawIdentifier {
+  template <class Call, class... Arguments>
+  static void run(zbArray** outs, Call call, Arguments... arguments) {
+    outs[0] = makeHidResult(call(arguments...));
   }
 };
 
@@ -143,6 +174,16 @@ struct RawSize {
   template <class Call, class... Arguments>
   static void run(zbArray** outs, Call call, Arguments... arguments) {
     outs[0] = makeSizeResult(call(arguments...));
+  }
+};
+
+/// A text that HDF5 allocated; none raises.
+struct AllocatedText {
+  template <class Call, class... Arguments>
+  static void run(zbArray** outs, Call call, Arguments... arguments) {
+    const hdf5::AllocatedText text(call(arguments...));
+    if (!text) KVH5libraryError();
+    outs[0] = zbCreateString(text.get());
   }
 };
 
