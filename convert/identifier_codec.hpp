@@ -13,9 +13,9 @@ namespace h5gate {
 
 namespace codec {
 
-inline constexpr int kTypeShift = 56;          // 1.10 and later
-inline constexpr int kShortTypeShift = 24;     // 1.8, and what scripts see
-inline constexpr int kLongTypeShift = 45;      // what scripts see of large serials
+inline constexpr int kTypeShift = 56;       // 1.10 and later
+inline constexpr int kShortTypeShift = 24;  // 1.8, and what scripts see
+inline constexpr int kLongTypeShift = 45;   // what scripts see of large serials
 inline constexpr std::int64_t kLongBase = std::int64_t{1} << 52;
 inline constexpr std::int64_t kLongEnd = kLongBase + (std::int64_t{128} << kLongTypeShift);
 
@@ -40,6 +40,12 @@ constexpr std::int64_t decode(std::int64_t number) {
   return ((number >> kShortTypeShift) << kTypeShift) | low(number, kShortTypeShift);
 }
 
+/// Whether a large serial maps to the number; small ones never get that far.
+constexpr bool isLong(double number) {
+  return number >= static_cast<double>(kLongBase) && number < static_cast<double>(kLongEnd) &&
+         low(static_cast<std::int64_t>(number), kLongTypeShift) >> kShortTypeShift != 0;
+}
+
 }  // namespace codec
 
 inline double identifierToHost(hid_t id) {
@@ -51,10 +57,8 @@ inline double identifierToHost(hid_t id) {
 /// 32 bits first, out of range to -2147483648, which HDF5 rejects.
 inline hid_t identifierFromHost(double number) {
   if constexpr (!hdf5::kWideIdentifiers) return static_cast<hid_t>(truncateToInt32(number));
-  const bool large = number >= static_cast<double>(codec::kLongBase) &&
-                     number < static_cast<double>(codec::kLongEnd);
-  return static_cast<hid_t>(codec::decode(large ? static_cast<std::int64_t>(number)
-                                                : truncateToInt32(number)));
+  return static_cast<hid_t>(codec::decode(codec::isLong(number) ? static_cast<std::int64_t>(number)
+                                                                : truncateToInt32(number)));
 }
 
 }  // namespace h5gate
