@@ -1,0 +1,56 @@
+// Questions to HDF5 datatypes. Every answer is a good one: what HDF5 cannot answer
+// is raised as its own error, what has no host form as a host error.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hdf5/handle.hpp"
+#include "host/array.hpp"
+#include "host/messages.hpp"
+
+namespace zembra {
+
+/// Levels of compounds, arrays and sequences within each other that have a host form.
+inline constexpr int kMaxNesting = 32;
+
+/// An HDF5 result that is not a failure.
+template <class Result>
+Result succeeded(Result result) {
+  if (result < 0) KVH5libraryError();
+  return result;
+}
+
+H5T_class_t datatypeClass(hid_t type);
+std::size_t datatypeSize(hid_t type);
+bool isVariableText(hid_t type);
+hdf5::Type baseDatatype(hid_t type);
+hdf5::Type copyDatatype(hid_t type);
+
+unsigned memberCount(hid_t type);
+std::string memberName(hid_t type, unsigned index);
+hdf5::Type memberDatatype(hid_t type, unsigned index);
+
+/// Slowest-varying first.
+std::vector<hsize_t> arrayDimensions(hid_t type);
+
+/// "H5T_FLOAT of 8 bytes": for messages.
+std::string describeDatatype(hid_t type);
+std::string describeDatatype(H5T_class_t typeClass, std::size_t size, bool variableText);
+
+/// The host class that holds every value of an integer, float or bit field.
+zbClass numberClass(hid_t type);
+/// The same for whoever has asked for class and size already.
+zbClass numberClass(hid_t type, H5T_class_t typeClass, std::size_t size);
+/// HDF5's own datatype for the elements of a numeric array; not to be closed.
+hid_t nativeNumber(zbClass hostClass);
+/// The native bit field of an unsigned class's size; not to be closed.
+hid_t nativeBitField(zbClass hostClass);
+
+/// Raises a host error unless the datatype is of a size that references have.
+void requireReference(hid_t type);
+/// Raises a host error when `depth` levels of nesting are too many.
+void requireShallow(int depth);
+[[noreturn]] void refuseDatatype(hid_t type);
+
+}  // namespace zembra

@@ -1,0 +1,64 @@
+// A memory datatype as the conversions need it: asked of HDF5 once, then a tree of
+// plain facts to recurse over.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hdf5/handle.hpp"
+#include "runtime/array.hpp"
+
+namespace zembra {
+
+struct DatatypePlan {
+  enum class Kind {
+    Number,     // the host class that holds it, as it stands
+    Code,       // enumerations and bit fields: integers that any number may become
+    FixedText,  // char, `size` fastest
+    Bytes,      // opaque and references: uint8, `size` fastest
+    VariableText,
+    Compound,
+    Sequence,
+    Array,
+  };
+
+  struct Member;
+
+  Kind kind{};
+  H5T_class_t typeClass = H5T_NO_CLASS;
+  std::size_t size = 0;         // of an element in the HDF5 buffer
+  bool variableLength = false;  // holds pointers to memory that HDF5 allocated
+
+  // Leaves: data that lie packed in the host's arrays as they do in the buffer.
+  zbClass hostClass = zbClass::Unknown;
+  char padding = '\0';             // of fixed texts
+  hdf5::Type foreign;              // valid where bytes need HDF5's conversion, from or to
+  hid_t native = H5I_INVALID_HID;  // this one, which nobody closes
+
+  std::vector<Member> members;         // compounds
+  std::unique_ptr<DatatypePlan> base;  // sequences and arrays
+  Shape dimensions;                    // arrays: fastest-varying first
+  std::size_t repeat = 1;              // arrays: base elements in one
+
+  [[nodiscard]] bool leaf() const { return kind <= Kind::Bytes; }
+  /// A leaf whose elements are whole strings of bytes.
+  [[nodiscard]] bool wide() const { return kind == Kind::FixedText || kind == Kind::Bytes; }
+  /// Bytes of one element before or after conversion, whichever is more.
+  [[nodiscard]] std::size_t widest() const;
+  [[nodiscard]] std::string describe() const;
+};
+
+struct DatatypePlan::Member {
+  std::string name;
+  std::size_t offset = 0;
+  DatatypePlan plan;
+};
+
+/// Raises a host error for a datatype that has no host form.
+DatatypePlan planDatatype(hid_t memoryType);
+
+/// a * b, or a host error: a buffer of that size does not fit in memory.
+std::size_t checkedProduct(std::size_t a, std::size_t b);
+
+}  // namespace zembra

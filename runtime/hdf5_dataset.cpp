@@ -1,0 +1,135 @@
+// One transfer between a host array and an HDF5 buffer: sizes the buffer, owns it,
+// and gives back the memory that HDF5 allocated for variable-length data in it.
+#include "host/hdf5_dataset.hpp"
+
+#include <array>
+#include <cstring>
+
+#include "runtime/call_scope.hpp"
+#include "runtime/datatype.hpp"
+#include "runtime/gather.hpp"
+#include "runtime/host_error.hpp"
+#include "runtime/scatter.hpp"
+
+namespace zembra {
+namespace {
+
+/// Fastest-varying first. A space without any extent is an empty matrix.
+Shape extentOf(hid_t space) {
+  std::array<hsize_t, H5S_MAX_RANK> dimensions{};
+  const int rank = succeeded(H5Sget_simple_extent_dims(space, dimensions.data(), nullptr));
+  if (rank == 0 && succeeded(H5Sget_simple_extent_type(space)) == H5S_NULL) return {0, 0};
+  return Shape(dimensions.rend() - rank, dimensions.rend());
+}
+
+/// HDF5's own count wraps around where the extent is larger than any memory.
+std::size_t pointsOf(const Shape& extent) {
+  std::size_t points = 1;
+  for (const std::size_t dimension : extent) {
+    if (__builtin_mul_overflow(points, dimension, &points)) {
+      raiseHostError("tooLarge", "The memory space has more elements than memory can hold.");
+    }
+  }
+  return points;
+}
+
+/// Elements that the space selects. A selection outlives the extent that it was made
+/// on; one of more elements than there are would have HDF5 leave the buffer.
+std::size_t selectedPoints(hid_t space, std::size_t points) {
+  const auto selected = static_cast<std::size_t>(succeeded(H5Sget_select_npoints(space)));
+  const bool mayRepeat = points > 0 && H5Sget_select_type(space) == H5S_SEL_POINTS;
+  if (selected > points && !mayRepeat) {
+    raiseHostError("staleSelection", "The memory space selects " + std::to_string(selected) +
+                                         " elements, but its extent has only " +
+                                         std::to_string(points) + ": select anew.");
+  }
+  return selected;
+}
+
+/// Every element is selected. Points may repeat themselves and prove nothing.
+bool coversExtent(hid_t space, std::size_t points) {
+  return selectedPoints(space, points) == points && H5Sget_select_type(space) != H5S_SEL_POINTS;
+}
+
+std::string adviceFor(std::size_t selected, std::size_t points) {
+  if (selected == points) return {};
+  return " Of the memory space's " + std::to_string(points) + " elements " +
+         std::to_string(selected) +
+         " are selected, but the array must cover the whole extent; to write an array of the "
+         "selection's size, pass a memory space of that size.";
+}
+
+}  // namespace
+}  // namespace zembra
+
+struct HDF5Dataset::Transfer {
+  Transfer(hid_t memoryType, hid_t memorySpace)
+      : type(memoryType),
+        space(memorySpace),
+        plan(zembra::planDatatype(memoryType)),
+        extent(zembra::extentOf(memorySpace)),
+        points(zembra::pointsOf(extent)) {}
+
+  ~Transfer() {
+    if (!reclaimed.valid() || points == 0) return;
+    hdf5::closeQuietly([this] {
+      const hsize_t count = points;
+      const hdf5::Space all(H5Screate_simple(1, &count, nullptr));
+      H5Dvlen_reclaim(reclaimed.get(), all.get(), H5P_DEFAULT, block.get());
+    });
+  }
+
+  Transfer(const Transfer&) = delete;
+  Transfer& operator=(const Transfer&) = delete;
+
+  hid_t type;
+  hid_t space;
+  zembra::DatatypePlan plan;
+  zembra::Shape extent;
+  std::size_t points;
+
+  std::shared_ptr<void> block;
+  hdf5::Type reclaimed;  // the memory datatype, which its owner may close before us
+  zembra::Scatter scatter;
+};
+
+HDF5Dataset::HDF5Dataset(hid_t memoryType, hid_t memorySpace)
+    : transfer_(std::make_unique<Transfer>(memoryType, memorySpace)) {}
+
+HDF5Dataset::~HDF5Dataset() = default;
+
+void* HDF5Dataset::getBuffer() {
+  Transfer& transfer = *transfer_;
+  if (transfer.block) return transfer.block.get();
+  const bool variable = transfer.plan.variableLength;
+  const bool covered = zembra::coversExtent(transfer.space, transfer.points);
+  const std::size_t bytes = zembra::checkedProduct(transfer.points, transfer.plan.widest());
+  std::shared_ptr<void> block = zembra::allocateBlock(bytes);
+  if (variable || !covered) {
+    std::memset(block.get(), 0, bytes);
+  }
+  if (variable) transfer.reclaimed = zembra::copyDatatype(transfer.type);
+  transfer.block = std::move(block);
+  return transfer.block.get();
+}
+
+zbArray* HDF5Dataset::read(const void* buffer) {
+  Transfer& transfer = *transfer_;
+  zembra::Value array;
+  if (buffer == transfer.block.get() && zembra::canAdopt(transfer.plan)) {
+    array = zembra::adopt(transfer.plan, std::move(transfer.block), transfer.extent);
+  } else {
+    const zembra::Strided<const std::byte> elements(static_cast<const std::byte*>(buffer),
+                                                    transfer.points, transfer.plan.size);
+    array = zembra::gather(transfer.plan, elements, transfer.extent);
+  }
+  zembra::enroll(array.get());
+  return array.release();
+}
+
+const void* HDF5Dataset::write(const zbArray* data) {
+  Transfer& transfer = *transfer_;
+  const std::string advice =
+      zembra::adviceFor(zembra::selectedPoints(transfer.space, transfer.points), transfer.points);
+  return transfer.scatter.layOut(transfer.plan, transfer.points, data, zembra::DataPlace(advice));
+}

@@ -1,0 +1,41 @@
+// Host array -> HDF5 buffer.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "runtime/array.hpp"
+#include "runtime/data_place.hpp"
+#include "runtime/datatype_plan.hpp"
+#include "runtime/strided.hpp"
+
+namespace zembra {
+
+/// Lays arrays out as memory datatypes ask, and owns what that takes: texts,
+/// sequences, converted copies. Where an array already lies right, it is pointed to.
+class Scatter {
+ public:
+  /// `count` elements of the array in the datatype's layout; never null. Valid while
+  /// this object and the array live. Raises a host error when the array does not fit.
+  const std::byte* layOut(const DatatypePlan& plan, std::size_t count, const zbArray* data,
+                          const DataPlace& place);
+
+ private:
+  const std::byte* layOutFitting(const DatatypePlan& plan, std::size_t count, const zbArray* data,
+                                 const DataPlace& place);
+  void scatter(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
+               const DataPlace& place);
+  void scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
+                    const DataPlace& place);
+  void scatterSequences(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
+                        const DataPlace& place);
+
+  /// Memory for as long as this object lives, aligned for anything.
+  std::byte* take(std::size_t bytes);
+
+  std::vector<std::shared_ptr<void>> owned_;
+  std::byte* free_ = nullptr;
+  std::size_t freeBytes_ = 0;
+};
+
+}  // namespace zembra
