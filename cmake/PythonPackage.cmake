@@ -9,7 +9,7 @@ set_target_properties(_zembra PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
-  INSTALL_RPATH "$ORIGIN/../../../..")
+  INSTALL_RPATH "$ORIGIN/../../..")
 target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
 add_dependencies(_zembra h5gate)  # loaded at run time
 install(TARGETS _zembra LIBRARY DESTINATION ${package_install_dir})
