@@ -159,6 +159,7 @@ herr_t plainAdapter(typename Inputs::Argument... arguments, void* data) {
     if (zebCallZembra(1, &status, inputs.count(), inputs.arrays(), "feval") != 0) {
       raise<Message>();
     }
+    ++context.calls;
     const herr_t value = statusOf(status);
     // One of the inputs may be the answer.
     if (std::ranges::count(inputs.made(), status) == 0) zbDestroyArray(status);

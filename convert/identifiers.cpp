@@ -97,6 +97,11 @@ hid_t getFileSpaceArg(const zbArray* array) {
   return H5S_ALL;
 }
 
+hid_t castToIdentifier(double number) {
+  if (!hdf5::kWideIdentifiers || !codec::isLong(number)) castToInt(number);
+  return identifierFromHost(number);
+}
+
 hid_t getMemoryTypeArg(const zbArray* array) {
   return isText(array) ? namedIdentifier(array) : getHidArg(array, "memory type identifier");
 }

@@ -20,6 +20,10 @@ hid_t getPlistArg(const zbArray* array, const char* description);
 hid_t getMemorySpaceArg(const zbArray* array);
 hid_t getFileSpaceArg(const zbArray* array);
 
+/// An element of a table of identifiers: what is no identifier's number raises
+/// `numericCastError`.
+hid_t castToIdentifier(double number);
+
 /// Memory datatypes: the name of a named constant, or an identifier.
 hid_t getMemoryTypeArg(const zbArray* array);
 

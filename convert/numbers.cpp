@@ -31,10 +31,6 @@ double elementOf(const zbArray* array, std::size_t index) {
   return static_cast<double>(value);
 }
 
-void requireDouble(const zbArray* array, const char* description) {
-  if (zbGetClass(array) != zbClass::Double) raise<msg::notDoublePrecision>(description);
-}
-
 template <class Value, class Cast>
 Vector<Value> convertEach(const zbArray* array, Cast castElement) {
   Vector<Value> values(zbGetNumberOfElements(array));
@@ -85,8 +81,7 @@ hsize_t getSizeArg(const zbArray* array) {
 std::vector<std::uint32_t> getUIntsArg(const zbArray* array) {
   std::vector<std::uint32_t> values(zbGetNumberOfElements(array));
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] =
-        cast<std::uint32_t, msg::scalarValueInputOutOfRange>(elementAsDouble(array, i));
+    values[i] = cast<std::uint32_t, msg::scalarValueInputOutOfRange>(elementAsDouble(array, i));
   }
   return values;
 }
@@ -103,6 +98,10 @@ std::int32_t getConfigIntArg(const zbArray* array) {
 
 hsize_t getConfigSizeArg(const zbArray* array) {
   return cast<hsize_t, msg::inputOutOfRange>(zbGetScalar(array));
+}
+
+void requireDouble(const zbArray* array, const char* description) {
+  if (zbGetClass(array) != zbClass::Double) raise<msg::notDoublePrecision>(description);
 }
 
 Dims getDimsArg(const zbArray* array, const char* description) {

@@ -60,6 +60,9 @@ hsize_t getSizeArg(const zbArray* array);
 /// Each element of an array of any class as getUIntArg takes a scalar.
 std::vector<std::uint32_t> getUIntsArg(const zbArray* array);
 
+/// A double array of any size, or `notDoublePrecision` with the description.
+void requireDouble(const zbArray* array, const char* description);
+
 /// A double of exactly one element, or `notDoublePrecision` with the description;
 /// then as getSizeArg.
 hsize_t getStrictSizeArg(const zbArray* array, const char* description);

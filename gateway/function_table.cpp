@@ -12,7 +12,10 @@ std::vector<Row> collect() {
   std::vector<Row> rows;
   for (const std::span<const Row> table :
        {gatewayFunctions(), libraryFunctions(), fileFunctions(), dataspaceFunctions(),
-        datasetFunctions()}) {
+        datasetFunctions(), datatypeFunctions(), referenceFunctions(), attributeFunctions(),
+        groupFunctions(), linkFunctions(), objectFunctions(), errorFunctions(),
+        propertyListFunctions(), creationPropertyFunctions(), filePropertyFunctions(),
+        otherPropertyFunctions(), dimensionScaleFunctions()}) {
     rows.insert(rows.end(), table.begin(), table.end());
   }
   std::sort(rows.begin(), rows.end(),

@@ -61,4 +61,15 @@ inline constexpr auto visitLinks = H5Lvisit;
 inline constexpr auto visitLinksByName = H5Lvisit_by_name;
 #endif
 
+// 1.10 gave up transfer lists for the members of the multi driver: null where absent.
+using SetMemberTransferLists = herr_t (*)(hid_t transferList, const hid_t* members);
+using GetMemberTransferLists = herr_t (*)(hid_t transferList, hid_t* members);
+#if H5_VERSION_GE(1, 10, 0)
+inline constexpr SetMemberTransferLists setMemberTransferLists = nullptr;
+inline constexpr GetMemberTransferLists getMemberTransferLists = nullptr;
+#else
+inline constexpr SetMemberTransferLists setMemberTransferLists = H5Pset_dxpl_multi;
+inline constexpr GetMemberTransferLists getMemberTransferLists = H5Pget_dxpl_multi;
+#endif
+
 }  // namespace hdf5
