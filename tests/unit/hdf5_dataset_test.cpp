@@ -218,7 +218,7 @@ class Hdf5DatasetTest : public testing::Test {
   /// Whatever HDF5Dataset opened for itself is closed again.
   void TearDown() override {
     file_.close();
-    EXPECT_EQ(H5Fget_obj_count(static_cast<hid_t>(H5F_OBJ_ALL), H5F_OBJ_ALL), 0);
+    EXPECT_EQ(openObjects(), openBefore_);
   }
 
   hdf5::Handle<H5Dclose> create(hid_t fileType, const Space& space) {
@@ -282,6 +282,11 @@ class Hdf5DatasetTest : public testing::Test {
     });
   }
 
+  static ssize_t openObjects() {
+    return H5Fget_obj_count(static_cast<hid_t>(H5F_OBJ_ALL), H5F_OBJ_ALL);
+  }
+
+  const ssize_t openBefore_ = openObjects();
   zembra::CallScope scope_;
   hdf5::Handle<H5Fclose> file_;
   int created_ = 0;
