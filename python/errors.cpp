@@ -114,9 +114,9 @@ PythonException PythonException::pending() {
   if (traceback != nullptr) PyException_SetTraceback(value, traceback);
   Py_XDECREF(type);
   Py_XDECREF(traceback);
-  Content content{{value, [](PyObject* object) { releaseObject(object); }}, {}};
-  content.report = oneLineReport(value);
-  return PythonException(std::make_shared<const Content>(std::move(content)));
+  Raised raised{{value, [](PyObject* object) { releaseObject(object); }}, {}};
+  raised.report = oneLineReport(value);
+  return PythonException(std::make_shared<const Raised>(std::move(raised)));
 }
 
 void PythonException::raise() const {

@@ -12,6 +12,12 @@
 
 namespace zembra::python {
 
+/// What was raised in Python, and its one-line report.
+struct Raised {
+  std::unique_ptr<PyObject, void (*)(PyObject*)> object;
+  std::string report;
+};
+
 /// A Python exception as a C++ one: thrown by callbacks and by warnings that a
 /// filter turned into errors. Its what() is the one-line report.
 class PythonException : public std::exception {
@@ -19,20 +25,16 @@ class PythonException : public std::exception {
   /// Takes over the exception that is pending.
   static PythonException pending();
 
-  [[nodiscard]] const char* what() const noexcept override { return content_->report.c_str(); }
+  [[nodiscard]] const char* what() const noexcept override { return raised_->report.c_str(); }
   /// The exception object, traceback included.
-  [[nodiscard]] PyObject* object() const { return content_->object.get(); }
+  [[nodiscard]] PyObject* object() const { return raised_->object.get(); }
   /// Makes it Python's pending exception again.
   void raise() const;
 
  private:
-  struct Content {
-    std::unique_ptr<PyObject, void (*)(PyObject*)> object;
-    std::string report;
-  };
-  explicit PythonException(std::shared_ptr<const Content> content) : content_(std::move(content)) {}
+  explicit PythonException(std::shared_ptr<const Raised> raised) : raised_(std::move(raised)) {}
 
-  std::shared_ptr<const Content> content_;  // copying must not throw
+  std::shared_ptr<const Raised> raised_;  // copying must not throw
 };
 
 /// A Python value that has no host form.

@@ -152,7 +152,7 @@ py::object fromCell(const zbArray* array) {
     for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i);
     return list;
   }
-  const py::object objects = newArray(extent, NPY_OBJECT, 0, nullptr, 0);
+  py::object objects = newArray(extent, NPY_OBJECT, 0, nullptr, 0);
   char* place = PyArray_BYTES(asArray(objects));
   for (std::size_t i = 0; i < array->elements; ++i, place += sizeof(PyObject*)) {
     if (PyArray_SETITEM(asArray(objects), place, element(array, i).ptr()) != 0) {

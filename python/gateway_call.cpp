@@ -42,14 +42,14 @@ class Arguments {
   void append(Value value) { arrays()[count_++] = value.release(); }
 
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
-  const zbArray** arrays() { return many_.empty() ? few_.data() : many_.data(); }
+  const zbArray** arrays() { return many_.empty() ? few_ : many_.data(); }
 
  private:
   static constexpr std::size_t kFew = 16;
 
   std::size_t borrowed_ = 0;
   std::size_t count_ = 0;
-  std::array<const zbArray*, kFew> few_;  // filled up to count_
+  const zbArray* few_[kFew];  // filled up to count_
   std::vector<const zbArray*> many_;
 };
 

@@ -1,7 +1,6 @@
 #include "python/to_host.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -137,9 +136,9 @@ py::object itemOf(PyObject* sequence, std::size_t index) {
 std::optional<Value> numbersFrom(PyObject* sequence) {
   constexpr std::size_t kFew = 32;
   const std::size_t count = lengthOf(sequence);
-  std::array<double, kFew> few;
+  double few[kFew];
   std::vector<double> many(count > kFew ? count : 0);
-  double* const numbers = count > kFew ? many.data() : few.data();
+  double* const numbers = count > kFew ? many.data() : few;
   for (std::size_t i = 0; i < count; ++i) {
     if (i >= lengthOf(sequence)) return std::nullopt;
     const std::optional<double> number = numberIn(itemOf(sequence, i).ptr());
