@@ -106,9 +106,16 @@ zbClass enumValueClass(std::size_t size, bool isSigned) {
 
 bool hasSign(hid_t type) { return H5Tget_sign(type) != H5T_SGN_NONE; }
 
-zbArray* makeEnumValue(std::size_t size, bool isSigned) {
+/// Room for a value of so many bytes, and for every number that a script can see.
+using ValueBytes = std::vector<std::byte>;
+ValueBytes roomFor(std::size_t size) { return ValueBytes(std::max(size, sizeof(std::int64_t))); }
+
+/// The first `size` bytes as a script sees them.
+zbArray* makeEnumValue(std::size_t size, bool isSigned, const ValueBytes& bytes) {
   const std::size_t one[] = {1, 1};
-  return zbCreateNumericArray(2, one, enumValueClass(size, isSigned));
+  zbArray* value = zbCreateNumericArray(2, one, enumValueClass(size, isSigned));
+  std::memcpy(zbGetWritableData(value), bytes.data(), zbGetElementSize(value));
+  return value;
 }
 
 template <class Number>
@@ -152,9 +159,8 @@ class ValueConversion {
 
   [[nodiscard]] std::size_t nativeSize() const { return H5Tget_size(native_.get()); }
   /// What holds a value before and after.
-  [[nodiscard]] std::vector<std::byte> buffer() const {
-    return std::vector<std::byte>(
-        std::max({H5Tget_size(base_.get()), nativeSize(), sizeof(std::int64_t)}));
+  [[nodiscard]] ValueBytes buffer() const {
+    return roomFor(std::max(H5Tget_size(base_.get()), nativeSize()));
   }
   herr_t toNative(void* value) const { return convert(base_, native_, value); }
   herr_t toBase(void* value) const { return convert(native_, base_, value); }
@@ -183,7 +189,7 @@ void enumInsert(zbArray** /*outs*/, const zbArray** ins) {
   const std::string name = MemberName::from(ins[1]);
   const std::int64_t number = getEnumValueArg(ins[2]);
   const ValueConversion conversion(type);
-  std::vector<std::byte> value = conversion.buffer();
+  ValueBytes value = conversion.buffer();
   storeLow(number, conversion.nativeSize(), value.data());
   // Only numbers can be converted blindly: what is no enumeration may have a base of
   // pointers. HDF5 refuses it below.
@@ -197,7 +203,7 @@ void enumNameOf(zbArray** outs, const zbArray** ins) {
   const std::size_t given = zbGetNumberOfElements(ins[1]) * zbGetElementSize(ins[1]);
   const std::size_t needed = H5Tget_size(type);
   const void* value = zbGetData(ins[1]);
-  std::vector<std::byte> padded;
+  ValueBytes padded;
   if (value != nullptr && given < needed) {
     padded.resize(needed);
     std::memcpy(padded.data(), value, given);
@@ -212,9 +218,10 @@ void enumNameOf(zbArray** outs, const zbArray** ins) {
 void enumValueOf(zbArray** outs, const zbArray** ins) {
   const hid_t type = Type::from(ins[0]);
   const std::string name = MemberName::from(ins[1]);
-  zbArray* value = makeEnumValue(H5Tget_size(type), hasSign(type));
-  checked(H5Tenum_valueof(type, name.c_str(), zbGetWritableData(value)));
-  outs[0] = value;
+  const std::size_t size = H5Tget_size(type);
+  ValueBytes value = roomFor(size);
+  checked(H5Tenum_valueof(type, name.c_str(), value.data()));
+  outs[0] = makeEnumValue(size, hasSign(type), value);
 }
 
 /// The value as this machine has it.
@@ -222,12 +229,10 @@ void getMemberValue(zbArray** outs, const zbArray** ins) {
   const hid_t type = Type::from(ins[0]);
   const unsigned index = getUIntArg(ins[1]);
   const ValueConversion conversion(type);
-  zbArray* value = makeEnumValue(conversion.nativeSize(), hasSign(type));
-  std::vector<std::byte> buffer = conversion.buffer();
-  checked(H5Tget_member_value(type, index, buffer.data()));
-  conversion.toNative(buffer.data());
-  std::memcpy(zbGetWritableData(value), buffer.data(), zbGetElementSize(value));
-  outs[0] = value;
+  ValueBytes value = conversion.buffer();
+  checked(H5Tget_member_value(type, index, value.data()));
+  conversion.toNative(value.data());
+  outs[0] = makeEnumValue(conversion.nativeSize(), hasSign(type), value);
 }
 
 constexpr Row kDatatypeFunctions[] = {
