@@ -181,6 +181,32 @@ def test_threads_take_turns():
     assert failures == []
 
 
+def test_callbacks_travel_with_their_user_data(path):
+    with h5py.File(path, "w") as file:
+        for name in ("a", "b", "c"):
+            file[name] = 1
+    order = "H5_INDEX_NAME", "H5_ITER_INC", 0
+
+    def collect(group, name, names):
+        assert h5.H5Lexists(group, name, "H5P_DEFAULT")  # calls within calls
+        names.append(name)
+        return (0 if name != "b" else 1), names
+
+    def fail(group, name, names):
+        raise KeyError(name)
+
+    names = []
+    with zembra.Id(open_file(path)) as file:
+        status, position, last = h5.H5Literate(file, *order, collect, names)
+        assert (status, position) == (1, 2)
+        assert last is names == ["a", "b"]
+        with pytest.raises(zembra.Error) as raised:
+            h5.H5Literate(file, *order, fail, names)
+    assert raised.value.key == "linkIterationFailure"
+    assert raised.value.parameters == ["KeyError: 'a'"]
+    assert isinstance(raised.value.__cause__, KeyError)
+
+
 # --- Errors -----------------------------------------------------------------------
 
 
