@@ -26,6 +26,7 @@ build: setup
 demo: build
 	@mkdir -p build/demo
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
 
 test: build
