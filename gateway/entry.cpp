@@ -1,5 +1,7 @@
 // The one exported symbol: name -> table -> handler.
-#include "convert/text.hpp"
+#include <string>
+#include <string_view>
+
 #include "gateway/function_table.hpp"
 #include "hdf5/compat.hpp"
 #include "host/call.hpp"
@@ -17,8 +19,10 @@ extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, con
   H5dont_atexit();
   H5Eset_auto1(nullptr, nullptr);
 
-  const std::string name = getStringArg(ins[0]);
+  // A name is looked up where it stands; other texts are converted by the host.
+  const std::string_view name(static_cast<const char*>(zbGetData(ins[0])),
+                              zbGetNumberOfElements(ins[0]));
   const GatewayHandler handler = findHandler(name);
-  if (handler == nullptr) raise<msg::invalidOperation>(name);
+  if (handler == nullptr) raise<msg::invalidOperation>(std::string(name));
   handler(nOut, outs, nIn - 1, ins + 1);
 }

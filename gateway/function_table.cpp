@@ -1,6 +1,7 @@
 #include "gateway/function_table.hpp"
 
 #include <algorithm>
+#include <unordered_map>
 #include <vector>
 
 #include "wrappers/tables.hpp"
@@ -8,36 +9,40 @@
 namespace h5gate {
 namespace {
 
-std::vector<Row> collect() {
-  std::vector<Row> rows;
-  for (const std::span<const Row> table :
-       {gatewayFunctions(), libraryFunctions(), fileFunctions(), dataspaceFunctions(),
-        datasetFunctions(), datatypeFunctions(), referenceFunctions(), attributeFunctions(),
-        groupFunctions(), linkFunctions(), objectFunctions(), errorFunctions(),
-        propertyListFunctions(), creationPropertyFunctions(), filePropertyFunctions(),
-        otherPropertyFunctions(), dimensionScaleFunctions()}) {
-    rows.insert(rows.end(), table.begin(), table.end());
+/// Built when the library is loaded, never changed. Names are listed in order and
+/// looked up by hash: the look-up is a part of every call.
+class FunctionTable {
+ public:
+  FunctionTable() {
+    for (const std::span<const Row> table :
+         {gatewayFunctions(), libraryFunctions(), fileFunctions(), dataspaceFunctions(),
+          datasetFunctions(), datatypeFunctions(), referenceFunctions(), attributeFunctions(),
+          groupFunctions(), linkFunctions(), objectFunctions(), errorFunctions(),
+          propertyListFunctions(), creationPropertyFunctions(), filePropertyFunctions(),
+          otherPropertyFunctions(), dimensionScaleFunctions()}) {
+      rows_.insert(rows_.end(), table.begin(), table.end());
+    }
+    std::ranges::sort(rows_, {}, &Row::name);
+    for (const Row& row : rows_) handlers_.emplace(row.name, row.handler);
   }
-  std::sort(rows.begin(), rows.end(),
-            [](const Row& left, const Row& right) { return left.name < right.name; });
-  return rows;
-}
 
-const std::vector<Row>& rows() {
-  static const std::vector<Row> table = collect();
-  return table;
-}
+  [[nodiscard]] std::span<const Row> rows() const { return rows_; }
+  [[nodiscard]] GatewayHandler find(std::string_view name) const {
+    const auto found = handlers_.find(name);
+    return found == handlers_.end() ? nullptr : found->second;
+  }
+
+ private:
+  std::vector<Row> rows_;
+  std::unordered_map<std::string_view, GatewayHandler> handlers_;
+};
+
+const FunctionTable table;  // NOLINT(cert-err58-cpp): without memory there is no library
 
 }  // namespace
 
-GatewayHandler findHandler(std::string_view name) {
-  const auto& table = rows();
-  const auto found =
-      std::lower_bound(table.begin(), table.end(), name,
-                       [](const Row& row, std::string_view key) { return row.name < key; });
-  return found != table.end() && found->name == name ? found->handler : nullptr;
-}
+GatewayHandler findHandler(std::string_view name) { return table.find(name); }
 
-std::span<const Row> functionTable() { return rows(); }
+std::span<const Row> functionTable() { return table.rows(); }
 
 }  // namespace h5gate
