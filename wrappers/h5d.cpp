@@ -1,6 +1,7 @@
 // H5D: datasets.
 #include <string>
 
+#include "wrappers/bounds.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/memory_datatype.hpp"
 #include "wrappers/row.hpp"
@@ -76,26 +77,32 @@ void checkFillBuffer(hid_t space, const zbArray* buffer) {
   }
 }
 
-/// HDF5 fills by the datatypes and the dataspace that it is given, whatever the
-/// arrays behind the pointers are: both must hold what it will touch.
-void requireRoom(const zbArray* array, hssize_t elements, hid_t type, const char* what) {
+/// HDF5 fills by the datatype that it is given, whatever the array behind the pointer
+/// is: it must hold that many elements, and no bytes of it may be taken for pointers.
+void requireElements(const zbArray* array, hssize_t elements, hid_t type, const char* tooShort) {
   const std::size_t size = H5Tget_size(type);
   const std::size_t bytes = zbGetNumberOfElements(array) * zbGetElementSize(array);
-  if (elements > 0 && size > 0 && bytes / size < static_cast<std::size_t>(elements)) {
-    raiseRefusal("H5Dfill", what);
+  if (size == 0) raiseRefusal("H5Dfill", "not a datatype");  // which HDF5 takes for success
+  if (elements > 0 && bytes / size < static_cast<std::size_t>(elements)) {
+    raiseRefusal("H5Dfill", tooShort);
   }
+  if (holdsPointers(type)) raiseRefusal("H5Dfill", "an array cannot hold variable-length data");
 }
 
 void fill(zbArray** outs, const zbArray** ins) {
-  const hid_t fillType = Id<"fill type identifier">::from(ins[1]);
+  const zbArray* value = ins[0];
+  const hid_t valueType = Id<"fill type identifier">::from(ins[1]);
   const hid_t bufferType = Id<"fill buffer type identifier">::from(ins[3]);
   const hid_t space = Id<"fill dataspace identifier">::from(ins[4]);
   zbArray* filled = zbDuplicateArray(ins[2]);
   checkFillBuffer(space, ins[2]);
-  requireRoom(ins[0], 1, fillType, "the fill value has fewer bytes than its datatype");
-  requireRoom(filled, H5Sget_simple_extent_npoints(space), bufferType,
-              "the buffer has fewer bytes than the dataspace needs in its datatype");
-  checked(H5Dfill(zbGetData(ins[0]), fillType, zbGetWritableData(filled), bufferType, space));
+  // An empty fill value has no data: HDF5 fills with zeros then.
+  requireElements(value, zbGetNumberOfElements(value) == 0 ? 0 : 1, valueType,
+                  "the fill value has fewer bytes than its datatype");
+  requireElements(filled, H5Sget_simple_extent_npoints(space), bufferType,
+                  "the buffer has fewer bytes than the dataspace needs in its datatype");
+  if (!selectionFits(space)) raiseRefusal("H5Dfill", "the selection leaves the extent");
+  checked(H5Dfill(zbGetData(value), valueType, zbGetWritableData(filled), bufferType, space));
   outs[0] = filled;
 }
 
@@ -104,9 +111,14 @@ void fill(zbArray** outs, const zbArray** ins) {
 /// The spaces of a transfer are its own, never H5S_ALL: without a memory space the
 /// shape and the selection of the file's are taken.
 struct TransferSpaces {
-  TransferSpaces(hid_t dataset, hid_t givenMemory, hid_t givenFile)
+  TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
-        memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {}
+        memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
+    if (!selectionFits(file.get())) raiseRefusal(function, "the file selection leaves the extent");
+    if (!selectionFits(memory.get())) {
+      raiseRefusal(function, "the memory selection leaves the extent");
+    }
+  }
   hdf5::Space file;
   hdf5::Space memory;
 };
@@ -138,7 +150,7 @@ void read(zbArray** outs, const zbArray** ins) {
   const hid_t fileSpace = getFileSpaceArg(ins[3]);
   const hid_t givenList = TransferList::from(ins[4]);
   const hssize_t points = pointsOf(dataset);
-  const TransferSpaces spaces(dataset, memorySpace, fileSpace);
+  const TransferSpaces spaces("H5Dread", dataset, memorySpace, fileSpace);
   const OwnTransferList list = readingList(givenList);
   outs[0] = readData(type.get(), spaces.memory.get(), points, [&](void* buffer) {
     return H5Dread(dataset, type.get(), spaces.memory.get(), spaces.file.get(), list.get(), buffer);
@@ -152,7 +164,7 @@ void write(zbArray** /*outs*/, const zbArray** ins) {
   const hid_t list = TransferList::from(ins[4]);
   const zbArray* data = ins[5];
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, ins[1], data);
-  const TransferSpaces spaces(dataset, memorySpace, fileSpace);
+  const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   writeData<msg::nullDatasetDataspace>(
       type.get(), spaces.memory.get(), data, [&](const void* buffer) {
         return H5Dwrite(dataset, type.get(), spaces.memory.get(), spaces.file.get(), list, buffer);

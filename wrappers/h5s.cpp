@@ -21,13 +21,39 @@ void createSimple(zbArray** outs, const zbArray** ins) {
   outs[0] = makeHidResult(checked(H5Screate_simple(rank, dims.data(), maxDims.data())));
 }
 
+/// Changes an extent. HDF5 keeps what is selected, and the coordinates of another
+/// rank would be read and written beyond the vectors that have this one: such a
+/// selection ends with the extent that it was made in.
+template <class Change>
+void changeExtent(hid_t space, Change change) {
+  const int rank = H5Sget_simple_extent_ndims(space);
+  checked(change());
+  const H5S_sel_type selected = H5Sget_select_type(space);
+  if (H5Sget_simple_extent_ndims(space) != rank && selected != H5S_SEL_ALL &&
+      selected != H5S_SEL_NONE) {
+    checked(H5Sselect_all(space));
+  }
+}
+
 void setExtentSimple(zbArray** /*outs*/, const zbArray** ins) {
   const hid_t space = SpaceId::from(ins[0]);
   const int rank = getIntArg(ins[1]);
   const Dims size = getDimsArg(ins[2], "Current Size");
   const Dims maxSize = maxDimsOr(ins[3], size);
   if (size.rank() != rank || maxSize.rank() != rank) raise<msg::setExtentSimpleSizeMismatch>();
-  checked(H5Sset_extent_simple(space, rank, size.data(), maxSize.data()));
+  changeExtent(space,
+               [&] { return H5Sset_extent_simple(space, rank, size.data(), maxSize.data()); });
+}
+
+void setExtentNone(zbArray** /*outs*/, const zbArray** ins) {
+  const hid_t space = SpaceId::from(ins[0]);
+  changeExtent(space, [&] { return H5Sset_extent_none(space); });
+}
+
+void copyExtent(zbArray** /*outs*/, const zbArray** ins) {
+  const hid_t destination = SpaceId::from(ins[0]);
+  const hid_t source = SpaceId::from(ins[1]);
+  changeExtent(destination, [&] { return H5Sextent_copy(destination, source); });
 }
 
 void getSimpleExtentDims(zbArray** outs, const zbArray** ins) {
@@ -149,7 +175,7 @@ constexpr Row kDataspaceFunctions[] = {
     {"H5Scopy", wrap<H5Scopy, Identifier, SpaceId>},
     {"H5Screate", wrap<H5Screate, Identifier, Enum<H5S_class_t>>},
     {"H5Screate_simple", rule<3, createSimple>},
-    {"H5Sextent_copy", wrap<H5Sextent_copy, Nothing, SpaceId, SpaceId>},
+    {"H5Sextent_copy", rule<2, copyExtent>},
     {"H5Sget_select_bounds", rule<1, getSelectBounds>},
     {"H5Sget_select_elem_npoints", wrap<H5Sget_select_elem_npoints, Number, SpaceId>},
     {"H5Sget_select_elem_pointlist", rule<3, getSelectElemPointlist>},
@@ -168,7 +194,7 @@ constexpr Row kDataspaceFunctions[] = {
     {"H5Sselect_hyperslab", rule<6, selectHyperslab>},
     {"H5Sselect_none", wrap<H5Sselect_none, Nothing, SpaceId>},
     {"H5Sselect_valid", wrap<H5Sselect_valid, YesNo, SpaceId>},
-    {"H5Sset_extent_none", wrap<H5Sset_extent_none, Nothing, SpaceId>},
+    {"H5Sset_extent_none", rule<1, setExtentNone>},
     {"H5Sset_extent_simple", rule<4, setExtentSimple>},
 };
 

@@ -1,6 +1,7 @@
 // Dataspaces and selections: extents, points, hyperslabs, and what is refused.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <numeric>
 #include <string>
@@ -815,6 +816,38 @@ TEST(Blocks, AreNotListedOfOtherSelections) {
   call("H5Sselect_elements", space, "H5S_SELECT_SET", 1);
   expectLibraryError("H5Sget_select_hyper_blocklist", space, 0, 1);
   expectLibraryError("H5Sget_select_hyper_blocklist", scalarSpace(), 0, 1);
+}
+
+TEST(Selections, EndWithTheRankThatTheyWereMadeIn) {
+  const Owned scalar = scalarSpace();
+  const Owned cube = makeSpace({3, 3, 3});
+  const std::vector<std::function<void(const Owned&)>> changes = {
+      [](const Owned& space) { call("H5Sset_extent_simple", space, 1, 5, empty()); },
+      [](const Owned& space) { call("H5Sset_extent_none", space); },
+      [&](const Owned& space) { call("H5Sextent_copy", space, scalar); },
+      [&](const Owned& space) { call("H5Sextent_copy", space, cube); },
+  };
+  for (const auto& change : changes) {
+    const Owned blocks = makeSpace({4, 6});
+    select(blocks, "H5S_SELECT_SET", row({0, 0}), empty(), row({1, 2}), empty());
+    select(blocks, "H5S_SELECT_OR", row({2, 3}), empty(), row({2, 1}), empty());
+    change(blocks);
+    expectLibraryError("H5Sget_select_hyper_blocklist", blocks, 0, 2);
+    const Owned points = makeSpace({4, 6});
+    call("H5Sselect_elements", points, "H5S_SELECT_SET", row({0, 1, 2, 3}));
+    change(points);
+    expectLibraryError("H5Sget_select_elem_pointlist", points, 0, 2);
+    EXPECT_EQ(callNumber("H5Sget_select_type", points), H5S_SEL_ALL);
+  }
+}
+
+TEST(Selections, StayWhereTheRankStays) {
+  const Owned space = spaceOfBlocks(2);
+  call("H5Sset_extent_simple", space, 2, row({8, 8}), empty());
+  EXPECT_EQ(callNumber("H5Sget_select_hyper_nblocks", space), 2);
+  call("H5Sselect_none", space);
+  call("H5Sset_extent_simple", space, 1, 8, empty());
+  EXPECT_EQ(callNumber("H5Sget_select_type", space), H5S_SEL_NONE);
 }
 
 TEST(Blocks, AreListedByNumbersOfBlocks) {
