@@ -1,5 +1,7 @@
 // H5P: property lists and classes of every kind. What single properties mean is the
 // business of the sources beside this one, one a family of lists.
+#include <algorithm>
+
 #include "convert/callbacks.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -55,7 +57,7 @@ void iterate(zbArray** outs, const zbArray** ins) {
                  &context)));
   // HDF5 leaves the index of an iteration that was stopped at the property that
   // stopped it; scripts go on behind that one.
-  if (status > 0) index = start + static_cast<int>(context.calls);
+  if (status > 0) index = std::max(start, 0) + static_cast<int>(context.calls);
   outs[0] = zbCreateDoubleScalar(status);
   outs[1] = zbCreateDoubleScalar(index);
 }

@@ -45,12 +45,20 @@ void setFilter(zbArray** /*outs*/, const zbArray** ins) {
   checked(H5Pset_filter(list, filter, flags, data.size(), data.data()));
 }
 
+/// HDF5 modifies what lies behind the pipeline when the filter is not in it.
+void requireFilter(hid_t list, H5Z_filter_t filter) {
+  unsigned flags = 0;
+  std::size_t count = 0;
+  checked(H5Pget_filter_by_id2(list, filter, &flags, &count, nullptr, 0, nullptr, nullptr));
+}
+
 void modifyFilter(zbArray** /*outs*/, const zbArray** ins) {
   const hid_t list = List::from(ins[0]);
   const H5Z_filter_t filter = Int::from(ins[1]);
   const unsigned flags = Unsigned::from(ins[2]);
   const std::vector<unsigned> data = getUIntsArg(ins[3]);
   if (checked(H5Pget_nfilters(list)) == 0) raise<msg::noFiltersToModify>();
+  requireFilter(list, filter);
   checked(H5Pmodify_filter(list, filter, flags, data.size(), data.data()));
 }
 

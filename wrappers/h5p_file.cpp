@@ -117,6 +117,14 @@ void setSplit(zbArray** /*outs*/, const zbArray** ins) {
                             orDefault(rawList)));
 }
 
+/// HDF5 looks only at the lists of members that the map uses, but copies them all. A
+/// negative one it leaves alone.
+void requireMemberList(hid_t list) {
+  if (list >= 0 && H5Iget_type(list) != H5I_GENPROP_LST) {
+    raiseRefusal("H5Pset_fapl_multi", "a member's access list is no property list");
+  }
+}
+
 /// The tables of the members, in the order of HDF5's uses of file memory.
 struct MemberTables {
   /// Fails in the order of the steps, whichever table is at fault.
@@ -142,6 +150,7 @@ struct MemberTables {
       namePointer[i] = name[i].c_str();
     }
     for (const std::string& format : name) requireMemberName("H5Pset_fapl_multi", format);
+    for (const hid_t id : list) requireMemberList(id);
   }
 
   Members<H5FD_mem_t> map;

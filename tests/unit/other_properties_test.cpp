@@ -1,0 +1,175 @@
+// What data are transferred, datasets accessed, links and names made and objects copied
+// with: every setter with its getter.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/unit/properties.hpp"
+
+namespace {
+
+using namespace h5test;
+
+constexpr double kNoList = 99;
+constexpr double kTwoTo64 = 18446744073709551616.0;
+const char* const kTransfer = "H5P_DATASET_XFER";
+const char* const kAccess = "H5P_DATASET_ACCESS";
+const char* const kLink = "H5P_LINK_CREATE";
+const char* const kCopy = "H5P_OBJECT_COPY";
+
+TEST(OtherProperties, CallTheirInputsByTheirNames) {
+  const Input list = listInput("property list identifier");
+  const Input plain = listInput("property list");
+  const Input scalar = scalarInput();
+  const Input any = anyInput();
+  Input options = scalarInput();
+  options.wrong.push_back({"H5O_COPY_ALL", "badCopyOptionsString", {}});
+  options.wrong.push_back({cell({}), "badCopyObjectType", {}});
+  Input members = {row({0, 0, 0, 0, 0, 0, 0}),
+                   {{row({0, 0, 0, 0, 0, 0}), "badNumberOfElementsInDxpl", {}},
+                    {row({0, 0, 0, 0, 0, 0, 0, 0}), "badNumberOfElementsInDxpl", {}},
+                    {"H5P_DEFAULT", "badNumberOfElementsInDxpl", {}},
+                    {empty(), "badNumberOfElementsInDxpl", {}}}};
+
+  expectComplaints("H5Pset_preserve", {plain, any});
+  expectComplaints("H5Pget_preserve", {plain});
+  expectComplaints("H5Pset_edc_check", {list, enumInputOf(2)});
+  expectComplaints("H5Pget_edc_check", {list});
+  expectComplaints("H5Pset_hyper_vector_size", {list, scalar});
+  expectComplaints("H5Pget_hyper_vector_size", {list});
+  expectComplaints("H5Pset_btree_ratios", {list, any, any, any});
+  expectComplaints("H5Pget_btree_ratios", {list});
+  expectComplaints("H5Pset_dxpl_multi", {list, members});
+  expectComplaints("H5Pget_dxpl_multi", {list});
+  expectComplaints("H5Pset_chunk_cache", {list, scalar, scalar, any});
+  expectComplaints("H5Pget_chunk_cache", {list});
+  expectComplaints("H5Pset_create_intermediate_group",
+                   {listInput("link creation property list"), scalar});
+  expectComplaints("H5Pget_create_intermediate_group",
+                   {listInput("link creation property list identifier")});
+  expectComplaints("H5Pset_char_encoding", {plain, enumInputOf(2)});
+  expectComplaints("H5Pget_char_encoding", {plain});
+  expectComplaints("H5Pset_copy_object", {list, options});
+  expectComplaints("H5Pget_copy_object", {list});
+}
+
+TEST(OtherProperties, RaiseOnListsThatAreNone) {
+  for (const char* name :
+       {"H5Pget_preserve", "H5Pget_edc_check", "H5Pget_hyper_vector_size", "H5Pget_btree_ratios",
+        "H5Pget_dxpl_multi", "H5Pget_chunk_cache", "H5Pget_create_intermediate_group",
+        "H5Pget_char_encoding", "H5Pget_copy_object"}) {
+    expectLibraryError(name, kNoList);
+  }
+  for (const char* name :
+       {"H5Pset_preserve", "H5Pset_edc_check", "H5Pset_hyper_vector_size",
+        "H5Pset_create_intermediate_group", "H5Pset_char_encoding", "H5Pset_copy_object"}) {
+    expectLibraryError(name, kNoList, 1);
+  }
+  expectLibraryError("H5Pset_btree_ratios", kNoList, 0.1, 0.5, 0.9);
+  expectLibraryError("H5Pset_chunk_cache", kNoList, 521, 1, 0.5);
+  expectLibraryError("H5Pset_dxpl_multi", kNoList, row({0, 0, 0, 0, 0, 0, 0}));
+}
+
+class OtherRoundTrip : public testing::TestWithParam<RoundTrip> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    , OtherRoundTrip,
+    testing::Values(RoundTrip{"preserve", kTransfer, {true}, {1}},
+                    RoundTrip{"preserve", kTransfer, {-1.9}, {1}},
+                    RoundTrip{"edc_check", kTransfer, {"H5Z_DISABLE_EDC"}, {0}},
+                    RoundTrip{"edc_check", kTransfer, {0}, {0}},
+                    RoundTrip{"hyper_vector_size", kTransfer, {4096}, {4096}},
+                    RoundTrip{"btree_ratios", kTransfer, {0.25, 0.5, 0.75}, {0.25, 0.5, 0.75}},
+                    RoundTrip{"chunk_cache", kAccess, {101, 65536, 0.25}, {101, 65536, 0.25}},
+                    RoundTrip{"create_intermediate_group", kLink, {1}, {1}},
+                    RoundTrip{"char_encoding", kLink, {"H5T_CSET_UTF8"}, {1}},
+                    RoundTrip{"char_encoding", "H5P_ATTRIBUTE_CREATE", {1}, {1}},
+                    RoundTrip{"copy_object", kCopy, {3}, {3}},
+                    RoundTrip{"copy_object", kCopy, {numeric(zbClass::UInt8, {17})}, {17}},
+                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_SHALLOW_HIERARCHY_FLAG"}, {1}},
+                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_SOFT_LINK_FLAG"}, {2}},
+                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_EXT_LINK_FLAG"}, {4}},
+                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_REFERENCE_FLAG"}, {8}},
+                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_WITHOUT_ATTR_FLAG"}, {16}}),
+    tripName);
+
+TEST_P(OtherRoundTrip, GivesBackWhatWasSet) { expectRoundTrip(GetParam()); }
+
+TEST(OtherProperties, RefuseWhatHdf5Refuses) {
+  const Owned transfer = makeList(kTransfer);
+  expectLibraryError("H5Pset_hyper_vector_size", transfer, 0);
+  expectLibraryError("H5Pset_btree_ratios", transfer, 0.1, 0.5, 1.1);
+  expectLibraryError("H5Pset_chunk_cache", makeList(kAccess), 521, 1, 1.5);
+  expectLibraryError("H5Pset_chunk_cache", transfer, 521, 1, 0.5);  // another class of lists
+}
+
+TEST(OtherProperties, ClearThePreserveFlag) {
+  const Owned list = makeList(kTransfer);
+  call("H5Pset_preserve", list, 1);
+  call("H5Pset_preserve", list, 0.9);  // truncated
+  EXPECT_EQ(callNumber("H5Pget_preserve", list), 0);
+}
+
+TEST(OtherProperties, TakeOnlyOneAnswerForErrorDetection) {
+  const Owned list = makeList(kTransfer);
+  EXPECT_EQ(callNumber("H5Pget_edc_check", list), 1);
+  expectRaises("badEnumNumericInput", {std::int64_t{2}, std::int64_t{2}}, "H5Pset_edc_check", list,
+               2);
+  // Neither enabled nor disabled.
+  call("H5Pset", list, "err_detect", numeric(zbClass::UInt8, {H5Z_NO_EDC, 0, 0, 0}));
+  EXPECT_EQ(callNumber("H5Pget_edc_check", list), 0);
+}
+
+TEST(OtherProperties, GiveTheMarkersOfTheChunkCacheAsTheyAre) {
+  const Owned list = makeList(kAccess);
+  std::size_t slots = 0;
+  std::size_t bytes = 0;
+  double weight = 0;
+  H5Pget_chunk_cache(list.get(), &slots, &bytes, &weight);
+  EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list),
+            std::vector<double>({static_cast<double>(slots), static_cast<double>(bytes), weight}));
+  call("H5Pset_chunk_cache", list, 521, 18446744073709549568.0, 0);
+  EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list)[1], 18446744073709549568.0);
+  expectRaises("scalarValueInputOutOfRange", {}, "H5Pset_chunk_cache", list, 521, kTwoTo64, 0);
+}
+
+TEST(OtherProperties, RefuseOtherCopyOptions) {
+  const Owned list = makeList(kCopy);
+  for (const char* name : {"H5O_COPY_PRESERVE_NULL_FLAG", "H5O_COPY_ALL",
+                           "h5o_copy_without_attr_flag", "H5O_COPY_WITHOUT_ATTR_FLAG ", ""}) {
+    expectRaises("badCopyOptionsString", {}, "H5Pset_copy_object", list, name);
+  }
+  for (const Value& other : {cell({}), logical(true), structure({{"a", number(1)}})}) {
+    expectRaises("badCopyObjectType", {}, "H5Pset_copy_object", list, other);
+  }
+  expectLibraryError("H5Pset_copy_object", list, 4096);
+  EXPECT_EQ(callNumber("H5Pget_copy_object", list), 0);
+}
+
+TEST(OtherProperties, SayWhenTheLibraryHasNoMemberTransferLists) {
+  const Owned list = makeList(kTransfer);
+  const double id = list.id();
+  const Value members = column({id, id, id, id, id, id, id});
+  if (hdf5::setMemberTransferLists != nullptr) {
+    call("H5Pset_dxpl_multi", list, members);
+    const Value back = result("H5Pget_dxpl_multi", list);
+    EXPECT_EQ(shapeOf(back), Shape({7, 1}));
+    for (const double member : numbersOf(back))
+      EXPECT_EQ(callNumber("H5Pisa_class", Owned(member), kTransfer), 1);
+    return;
+  }
+  const std::pair<std::string, Arguments> calls[] = {{"H5Pset_dxpl_multi", {list, members}},
+                                                     {"H5Pget_dxpl_multi", {list}}};
+  for (const auto& [name, arguments] : calls) {
+    const auto error = failureOf(name, arguments);
+    ASSERT_TRUE(error);
+    EXPECT_TRUE((*error)->libraryFailure);
+    ASSERT_EQ((*error)->stack.size(), 1U);
+    EXPECT_EQ((*error)->stack[0].function, name);
+  }
+  // Any numeric class will do, and no number is out of range.
+  expectLibraryError("H5Pset_dxpl_multi", list, numeric(zbClass::Int64, {0, 0, 0, 0, 0, 0, 1e18}));
+}
+
+}  // namespace
