@@ -54,8 +54,8 @@ struct Warning {
   std::string text;
   std::exception_ptr cause;
 };
-/// Who receives warnings; standard error until set. May throw: the exception
-/// ends the call that warned.
+/// Who receives warnings; standard error until set, and again when set to none. May
+/// throw: the exception ends the call that warned.
 void setWarningHandler(std::function<void(const Warning&)> handler);
 
 /// Every message that the catalogue knows (component, key, text): for tests and documents.

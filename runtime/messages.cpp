@@ -50,10 +50,12 @@ HostError::Content contentOf(const resource_core::BaseMsgID& message) {
   return content;
 }
 
+void printWarning(const Warning& warning) {
+  std::fprintf(stderr, "Warning: %s\n", warning.text.c_str());
+}
+
 std::function<void(const Warning&)>& warningHandler() {
-  static std::function<void(const Warning&)> handler = [](const Warning& warning) {
-    std::fprintf(stderr, "Warning: %s\n", warning.text.c_str());
-  };
+  static std::function<void(const Warning&)> handler = printWarning;
   return handler;
 }
 
@@ -82,7 +84,7 @@ void raiseHostError(std::string_view key, std::string text, std::vector<Paramete
 }
 
 void setWarningHandler(std::function<void(const Warning&)> handler) {
-  warningHandler() = std::move(handler);
+  warningHandler() = handler ? std::move(handler) : printWarning;
 }
 
 }  // namespace zembra
@@ -94,4 +96,5 @@ void zbErrMsgId(const resource_core::BaseMsgID& message) {
 void zbWarningMsgId(const resource_core::BaseMsgID& message) {
   const auto content = zembra::contentOf(message);
   zembra::warningHandler()({content.identifier, content.text, content.cause});
+  zembra::setPendingCause(content.cause);  // of the error that may follow, too
 }

@@ -94,13 +94,32 @@ def _assert_numbers(ours, theirs, dtype, shape):
 
 
 def h5py_read(dataset):
-    """What h5py reads. It has no conversion for tagged opaque data and bit fields:
-    their bytes are read as the file has them."""
-    datatype = dataset.id.get_type()
+    """What h5py reads of a dataset."""
+    return _h5py_read(
+        dataset.id,
+        lambda: dataset[()],
+        lambda raw, datatype: dataset.id.read(h5py.h5s.ALL, h5py.h5s.ALL, raw, mtype=datatype),
+    )
+
+
+def h5py_read_attribute(owner, name):
+    """What h5py reads of an attribute of an object."""
+    attribute = owner.attrs.get_id(name)
+    return _h5py_read(
+        attribute,
+        lambda: owner.attrs[name],
+        lambda raw, datatype: attribute.read(raw, mtype=datatype),
+    )
+
+
+def _h5py_read(low_level, read, read_raw):
+    """h5py has no conversion for tagged opaque data and bit fields: their bytes are
+    read as the file has them."""
+    datatype = low_level.get_type()
     if datatype.get_class() not in (h5py.h5t.OPAQUE, h5py.h5t.BITFIELD):
-        return dataset[()]
-    raw = np.empty(dataset.shape, dtype=f"V{datatype.get_size()}")
-    dataset.id.read(h5py.h5s.ALL, h5py.h5s.ALL, raw, mtype=datatype)
+        return read()
+    raw = np.empty(low_level.shape, dtype=f"V{datatype.get_size()}")
+    read_raw(raw, datatype)
     if datatype.get_class() == h5py.h5t.OPAQUE:
         return raw
     order = ">" if datatype.get_order() == h5py.h5t.ORDER_BE else "<"
