@@ -28,6 +28,7 @@ demo: build
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
+	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
 
 test: build
 	ctest --preset release
