@@ -43,7 +43,7 @@ void getName(zbArray** outs, const zbArray** ins) {
                kChecked));
 }
 
-// --- Information -------------------------------------------------------------------
+// --- Information -----------------------------------------------------------------
 
 constexpr Field<H5A_info_t> kAttributeInfo[] = {
     {"corder_valid",
@@ -61,7 +61,7 @@ void getInfo(zbArray** outs, const zbArray** ins) {
   outs[0] = makeAttributeInfo(info);
 }
 
-// --- Iteration ---------------------------------------------------------------------
+// --- Iteration -------------------------------------------------------------------
 
 /// The caller gets HDF5's own failure; what the host function had to say is a warning.
 void warn(CallbackContext& /*context*/, std::string report) {
@@ -101,7 +101,7 @@ void iterate(int nOut, zbArray** outs, int nIn, const zbArray** ins) {
   }
 }
 
-// --- Reading and writing --------------------------------------------------------------
+// --- Reading and writing ---------------------------------------------------------
 
 void read(zbArray** outs, const zbArray** ins) {
   const hid_t attribute = AttributeId::from(ins[0]);

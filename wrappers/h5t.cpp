@@ -18,7 +18,7 @@ using PlainId = Id<"datatype identifier">;
 using LocationId = Id<"location identifier">;
 using MemberName = Text<"member name">;
 
-// --- General -----------------------------------------------------------------------
+// --- General ---------------------------------------------------------------------
 
 /// Any named constant, or an identifier.
 struct CopiedType {
@@ -43,7 +43,7 @@ void getCharacterSet(zbArray** outs, const zbArray** ins) {
   if (set <= H5T_CSET_UTF8) outs[0] = zbCreateDoubleScalar(set);
 }
 
-// --- Arrays and sequences -------------------------------------------------------------
+// --- Arrays and sequences --------------------------------------------------------
 
 /// The rank is the count of extents, or given before them. An input behind them, once
 /// the permutation of the dimensions, is never read.
@@ -85,7 +85,7 @@ hid_t createSequence(hid_t base) {
   return H5Tvlen_create(base);
 }
 
-// --- Members ---------------------------------------------------------------------------
+// --- Members ---------------------------------------------------------------------
 
 /// An offset has no value that means a failure: the class is asked first.
 std::size_t memberOffset(hid_t type, unsigned index) {
@@ -93,7 +93,7 @@ std::size_t memberOffset(hid_t type, unsigned index) {
   return H5Tget_member_offset(type, index);
 }
 
-// --- Values of enumerations --------------------------------------------------------------
+// --- Values of enumerations ------------------------------------------------------
 
 /// The class in which a script sees values of so many bytes.
 zbClass enumValueClass(std::size_t size, bool isSigned) {

@@ -99,7 +99,8 @@ def test_attributes_come_in_the_order_of_h5py(shared_data, sample, order):
             for path, item in objects_of(theirs).items():
                 expected = their_names(item, order=getattr(h5py.h5, "ITER_" + order))
                 with zembra.Id(h5.H5Oopen(file, path, DEFAULT)) as owner:
-                    assert names_by_iteration(owner, "H5_INDEX_NAME", "H5_ITER_" + order) == expected
+                    ours = names_by_iteration(owner, "H5_INDEX_NAME", "H5_ITER_" + order)
+                    assert ours == expected
                     for position, name in enumerate(expected):
                         attribute = h5.H5Aopen_by_idx(
                             file, path, "H5_INDEX_NAME", "H5_ITER_" + order, position, DEFAULT,

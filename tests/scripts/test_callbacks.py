@@ -61,7 +61,9 @@ ITERATIONS = {
         lambda world, f, data: h5.H5Literate(world.group, *BY_NAME, 0, f, data),
         "linkIterationFailure"),
     "H5Literate_by_name": (
-        lambda world, f, data: h5.H5Literate_by_name(world.file, "g", *BY_NAME, 0, f, data, DEFAULT),
+        lambda world, f, data: h5.H5Literate_by_name(
+            world.file, "g", *BY_NAME, 0, f, data, DEFAULT
+        ),
         "linkIterationByNameFailure"),
     "H5Lvisit": (
         lambda world, f, data: h5.H5Lvisit(world.group, *BY_NAME, f, data), "linkVisitFailure"),

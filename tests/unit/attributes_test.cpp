@@ -46,7 +46,7 @@ class Attributes : public testing::Test {
   Owned root = make("H5Gopen", file, "/");  // attributes are counted on objects, not on files
 };
 
-// --- Making --------------------------------------------------------------------------------
+// --- Making ----------------------------------------------------------------------
 
 TEST_F(Attributes, AreMadeByFiveInputsOrSix) {
   const Owned space = makeSpace({2, 3});
@@ -116,7 +116,7 @@ TEST_F(Attributes, AreClosedOnce) {
   }
 }
 
-// --- Opening ---------------------------------------------------------------------------------
+// --- Opening ---------------------------------------------------------------------
 
 TEST_F(Attributes, AreOpenedInEveryWay) {
   { const Owned a = create("a"), b = create("b"); }
@@ -157,7 +157,7 @@ TEST_F(Attributes, AreNumberedByDoublesWhereThePositionMayBeLarge) {
   expectLibraryError("H5Aopen_idx", file, 4294967295.0);
 }
 
-// --- Descriptions ------------------------------------------------------------------------------
+// --- Descriptions ----------------------------------------------------------------
 
 struct Described {
   const char* function;
@@ -219,8 +219,7 @@ TEST_F(Attributes, HaveEnumerationsInOrder) {
   expectRaises("constantNotFound", {std::string("int")}, "H5Acreate", file, "x", "int", true, true);
 }
 
-// --- Names
-// -----------------------------------------------------------------------------------------
+// --- Names -----------------------------------------------------------------------
 
 TEST_F(Attributes, HaveNamesOfAnyLength) {
   for (const std::string& name :
@@ -230,8 +229,7 @@ TEST_F(Attributes, HaveNamesOfAnyLength) {
   }
 }
 
-// --- Information
-// -------------------------------------------------------------------------------------
+// --- Information -----------------------------------------------------------------
 
 TEST_F(Attributes, HaveInformation) {
   const Owned attribute = createSimple("a", "H5T_STD_I32LE", {2, 3});
@@ -261,8 +259,7 @@ TEST_F(Attributes, HaveAnOrderWhereItIsTracked) {
   EXPECT_EQ(fieldNumber(info, "corder"), 1);
 }
 
-// --- Reading and writing
-// ---------------------------------------------------------------------------------
+// --- Reading and writing ---------------------------------------------------------
 
 TEST_F(Attributes, KeepWhatIsWritten) {
   const Owned numbers = createSimple("numbers", "H5T_IEEE_F64BE", {2, 3});

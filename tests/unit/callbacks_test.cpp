@@ -404,7 +404,7 @@ TEST_P(Called, PassesOnWhatFailsInside) {
   }
 }
 
-// --- Plain and trapped ------------------------------------------------------------------------
+// --- Plain and trapped -----------------------------------------------------------
 
 class Callbacks : public testing::Test {
  protected:
@@ -475,7 +475,7 @@ TEST_F(Callbacks, GiveAsManyResultsAsAskedFor) {
   }
 }
 
-// --- Attributes -------------------------------------------------------------------
+// --- Attributes ------------------------------------------------------------------
 
 TEST_F(Callbacks, OfAttributesGiveNothingInTheShortForm) {
   int calls = 0;

@@ -60,7 +60,7 @@ Owned compound() {
   return type;
 }
 
-// --- What every function takes first ------------------------------------------------------
+// --- What every function takes first ---------------------------------------------
 
 struct Function {
   const char* name;
@@ -216,7 +216,7 @@ TEST(Datatypes, AreTakenAsObjectsToo) {
   EXPECT_EQ(callNumber("H5Tequal", copy, type), 1);
 }
 
-// --- General ---------------------------------------------------------------------------------
+// --- General ---------------------------------------------------------------------
 
 TEST(Datatypes, AreCopiedByNameAndByIdentifier) {
   const Owned named = copyOf("H5T_NATIVE_DOUBLE");
@@ -359,7 +359,7 @@ TEST(Datatypes, AreCommittedWithEachInputAsItIsDescribed) {
   EXPECT_EQ(callNumber("H5Tcommitted", type), 0);
 }
 
-// --- Sizes -------------------------------------------------------------------------------------
+// --- Sizes -----------------------------------------------------------------------
 
 TEST(DatatypeSizes, AreBytesOrVariable) {
   const Owned type = copyOf("H5T_C_S1");
@@ -383,7 +383,7 @@ TEST(DatatypeSizes, OfIntegersAreSetAsNumbersOfAnyClass) {
   EXPECT_EQ(callNumber("H5Tget_size", type), 8);
 }
 
-// --- Atomic datatypes ---------------------------------------------------------------------------
+// --- Atomic datatypes ------------------------------------------------------------
 
 /// A property that is set by name or by number and told as a number.
 struct Property {
@@ -531,7 +531,7 @@ TEST(AtomicDatatypes, TellNoCharacterSetButTwo) {
   EXPECT_TRUE(found) << "no byte of an encoded string datatype holds its character set";
 }
 
-// --- Arrays --------------------------------------------------------------------------------------
+// --- Arrays ----------------------------------------------------------------------
 
 TEST(ArrayDatatypes, KeepTheOrderOfTheirExtents) {
   const Owned types[] = {
@@ -592,8 +592,7 @@ TEST(ArrayDatatypes, TellLargeExtentsExactly) {
   EXPECT_EQ(numbersOf(result("H5Tget_array_dims", type)), (Numbers{4294967296.0}));
 }
 
-// --- Sequences
-// -------------------------------------------------------------------------------------
+// --- Sequences -------------------------------------------------------------------
 
 TEST(Sequences, AreOfNumbersAndStrings) {
   for (const char* base : {"H5T_NATIVE_INT", "H5T_IEEE_F32BE", "H5T_C_S1"}) {
@@ -624,8 +623,7 @@ TEST(Sequences, AreOfNothingElse) {
   }
 }
 
-// --- Compounds
-// ---------------------------------------------------------------------------------------
+// --- Compounds -------------------------------------------------------------------
 
 TEST(Compounds, HaveMembers) {
   const Owned type = compound();
@@ -688,8 +686,7 @@ TEST(Compounds, HaveMembersNamedInUtf8) {
   EXPECT_EQ(callText("H5Tget_member_name", type, 0), "größe");
 }
 
-// --- Opaque data
-// ---------------------------------------------------------------------------------------
+// --- Opaque data -----------------------------------------------------------------
 
 TEST(OpaqueDatatypes, HaveTags) {
   const Owned type = make("H5Tcreate", "H5T_OPAQUE", 4);

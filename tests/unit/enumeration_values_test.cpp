@@ -67,7 +67,7 @@ double inserted(const char* base, const Argument& value) {
   return numberOf(result("H5Tget_member_value", type, 0));
 }
 
-// --- Inserting -----------------------------------------------------------------------------
+// --- Inserting -------------------------------------------------------------------
 
 TEST(EnumerationInsert, TakesEveryNumericClass) {
   for (const zbClass type :
@@ -181,7 +181,7 @@ TEST(EnumerationInsert, LeavesOtherClassesAlone) {
   expectLibraryError("H5Tenum_insert", "H5T_NATIVE_DOUBLE", "x", 1);
 }
 
-// --- The class of values -------------------------------------------------------------------------
+// --- The class of values ---------------------------------------------------------
 
 TEST(EnumerationValues, HaveTheClassOfTheirSizeAndSign) {
   struct Case {
@@ -260,8 +260,7 @@ TEST(EnumerationValues, AreOfMembersThatAreThere) {
   expectLibraryError("H5Tget_member_value", "H5T_NATIVE_INT", 0);
 }
 
-// --- Names of values
-// -------------------------------------------------------------------------------
+// --- Names of values -------------------------------------------------------------
 
 TEST(EnumerationNames, AreOfValuesAsTheDatatypeHoldsThem) {
   const Owned little = enumeration("H5T_STD_I16LE");
