@@ -29,6 +29,7 @@ demo: build
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
 	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
 
 test: build
 	ctest --preset release
