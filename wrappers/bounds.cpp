@@ -1,7 +1,10 @@
 #include "wrappers/bounds.hpp"
 
+#include <algorithm>
+#include <vector>
+
 #include "convert/numbers.hpp"
-#include "hdf5/handle.hpp"
+#include "gateway/failure.hpp"
 
 namespace h5gate {
 
@@ -18,6 +21,37 @@ bool selectionFits(hid_t space) {
     if (end[i] >= extent[i]) return false;
   }
   return true;
+}
+
+hdf5::Space raisedPoints(hid_t memorySpace, hid_t fileSpace) {
+  const int lowRank = H5Sget_simple_extent_ndims(memorySpace);
+  const int highRank = H5Sget_simple_extent_ndims(fileSpace);
+  if (lowRank >= highRank || H5Sget_select_type(memorySpace) != H5S_SEL_POINTS) return {};
+  const auto low = static_cast<std::size_t>(lowRank);
+  const auto high = static_cast<std::size_t>(highRank);
+  const auto count = static_cast<std::size_t>(checked(H5Sget_select_elem_npoints(memorySpace)));
+  std::vector<hsize_t> given(count * low);
+  checked(H5Sget_select_elem_pointlist(memorySpace, 0, count, given.data()));
+
+  // The selection's offset cannot be asked for; the bounds have it added.
+  Dims start;
+  Dims end;
+  checked(H5Sget_select_bounds(memorySpace, start.data(), end.data()));
+  std::vector<hsize_t> points(count * high);
+  for (std::size_t i = 0; i < low; ++i) {
+    hsize_t least = given[i];
+    for (std::size_t k = 0; k < count; ++k) least = std::min(least, given[k * low + i]);
+    for (std::size_t k = 0; k < count; ++k) {
+      points[k * high + high - low + i] = given[k * low + i] - least + start[i];
+    }
+  }
+
+  Dims extent(high);
+  for (std::size_t i = 0; i < high - low; ++i) extent[i] = 1;
+  checked(H5Sget_simple_extent_dims(memorySpace, extent.data() + (high - low), nullptr));
+  hdf5::Space raised(checked(H5Screate_simple(highRank, extent.data(), nullptr)));
+  checked(H5Sselect_elements(raised.get(), H5S_SELECT_SET, count, points.data()));
+  return raised;
 }
 
 bool holdsPointers(hid_t type) {

@@ -110,7 +110,8 @@ void fill(zbArray** outs, const zbArray** ins) {
 
 /// The spaces of a transfer are its own, never H5S_ALL: without a memory space the
 /// shape and the selection of the file's are taken.
-struct TransferSpaces {
+class TransferSpaces {
+ public:
   TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
         memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
@@ -118,9 +119,16 @@ struct TransferSpaces {
     if (!selectionFits(memory.get())) {
       raiseRefusal(function, "the memory selection leaves the extent");
     }
+    raised = raisedPoints(memory.get(), file.get());
   }
+  /// The memory space that HDF5 gets; the host's array has the shape of `memory`.
+  [[nodiscard]] hid_t transferred() const { return raised.valid() ? raised.get() : memory.get(); }
+
   hdf5::Space file;
   hdf5::Space memory;
+
+ private:
+  hdf5::Space raised;
 };
 
 hssize_t pointsOf(hid_t dataset) {
@@ -153,7 +161,7 @@ void read(zbArray** outs, const zbArray** ins) {
   const TransferSpaces spaces("H5Dread", dataset, memorySpace, fileSpace);
   const OwnTransferList list = readingList(givenList);
   outs[0] = readData(type.get(), spaces.memory.get(), points, [&](void* buffer) {
-    return H5Dread(dataset, type.get(), spaces.memory.get(), spaces.file.get(), list.get(), buffer);
+    return H5Dread(dataset, type.get(), spaces.transferred(), spaces.file.get(), list.get(), buffer);
   });
 }
 
@@ -167,7 +175,7 @@ void write(zbArray** /*outs*/, const zbArray** ins) {
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   writeData<msg::nullDatasetDataspace>(
       type.get(), spaces.memory.get(), data, [&](const void* buffer) {
-        return H5Dwrite(dataset, type.get(), spaces.memory.get(), spaces.file.get(), list, buffer);
+        return H5Dwrite(dataset, type.get(), spaces.transferred(), spaces.file.get(), list, buffer);
       });
 }
 

@@ -257,6 +257,25 @@ TEST_F(Transfer, WritesSelections) {
   EXPECT_EQ(numbersOf(readAll(dataset))[0], 9);
 }
 
+TEST_F(Transfer, TakesPointsOfFewerDimensionsThanTheFilesHas) {
+  const Owned deep = makeDataset(file, "H5T_NATIVE_INT", makeSpace({2, 2, 2, 2}), "deep");
+  const Owned fileSpace = makeSpace({2, 2, 2, 2});
+  call("H5Sselect_elements", fileSpace, "H5S_SELECT_SET", row({0, 0, 0, 1, 0, 0, 0, 0}));
+  for (const Owned& memory : {makeSpace({5}), makeSpace({1, 5}), makeSpace({1, 1, 5})}) {
+    const double rank = callNumber("H5Sget_simple_extent_ndims", memory);
+    Numbers points(2 * static_cast<std::size_t>(rank), 0);
+    Numbers offset(static_cast<std::size_t>(rank), 0);
+    points[points.size() / 2 - 1] = 2;
+    points.back() = 1;
+    call("H5Sselect_elements", memory, "H5S_SELECT_SET", zembra::makeRow(points));
+    const Value five = zembra::makeNumeric(zbClass::Double, {5}, Numbers{1, 2, 3, 4, 5}.data());
+    writeTo(deep, memory, fileSpace, five);  // 3 and 2
+    offset.back() = 2;
+    call("H5Soffset_simple", memory, zembra::makeRow(offset));
+    EXPECT_EQ(numbersOf(readFrom(deep, memory, fileSpace)), (Numbers{0, 0, 0, 2, 3}));
+  }
+}
+
 TEST_F(Transfer, LeavesTheSpacesThatItIsGiven) {
   selectCorners(space);
   const Owned memory = makeSpace({4});
