@@ -38,8 +38,8 @@ struct Count {
 void setScale(zbArray** /*outs*/, const zbArray** ins) {
   const hid_t scale = ScaleId::from(ins[0]);
   const bool named = zbGetNumberOfElements(ins[1]) > 0;
-  const std::string name = named ? Name::from(ins[1]) : "";
-  kSucceeded<"H5DSset_scale">(H5DSset_scale(scale, named ? name.c_str() : nullptr));
+  std::string name = named ? Name::from(ins[1]) : "";  // 1.8 takes a char* that it only reads
+  kSucceeded<"H5DSset_scale">(H5DSset_scale(scale, named ? name.data() : nullptr));
 }
 
 void getLabel(zbArray** outs, const zbArray** ins) {

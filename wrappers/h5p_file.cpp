@@ -59,7 +59,8 @@ struct LogFlags {
   }
 };
 
-/// HDF5 takes it that the log can be opened, and writes to a null stream otherwise.
+/// HDF5 takes it that a log with something in it can be opened, and writes to a null
+/// stream otherwise.
 void requireLog(const std::string& path) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> log(std::fopen(path.c_str(), "a"),
                                                             std::fclose);
@@ -71,7 +72,7 @@ void setLog(zbArray** /*outs*/, const zbArray** ins) {
   const std::string path = Text<"logfile">::from(ins[1]);
   const unsigned flags = LogFlags::from(ins[2]);
   const hsize_t size = Size::from(ins[3]);
-  requireLog(path);
+  if (flags != 0) requireLog(path);
   checked(H5Pset_fapl_log(list, path.c_str(), flags, size));
 }
 

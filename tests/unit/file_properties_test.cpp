@@ -330,6 +330,9 @@ TEST(DriverProperties, NeedALogThatCanBeWritten) {
     EXPECT_TRUE((*error)->libraryFailure);
     EXPECT_EQ(driverOf(list), constant("H5FD_SEC2"));
   }
+  // Nothing to note, nothing to open.
+  call("H5Pset_fapl_log", list, temporaryPath("no such folder/log"), 0, 0);
+  EXPECT_EQ(driverOf(list), constant("H5FD_LOG"));
 }
 
 // --- The multi driver's tables --------------------------------------------------------------
