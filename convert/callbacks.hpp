@@ -92,6 +92,12 @@ struct NotPassed {
   using Argument = const Record*;
 };
 
+/// What the host function gets to see.
+template <class Input>
+concept Passed = requires(typename Input::Argument argument) {
+  Input::make(argument);
+};
+
 /// The host function's inputs in order; those made for the call are destroyed with it,
 /// but for one that has come back as user data.
 template <class... Inputs>
@@ -100,9 +106,7 @@ class HostInputs {
   HostInputs(const CallbackContext& context, typename Inputs::Argument... arguments)
       : context_(context) {
     append(context.function);
-    first_ = count_;
     (appendMade<Inputs>(arguments), ...);
-    end_ = count_;
   }
   ~HostInputs() {
     for (zbArray* array : made()) {
@@ -116,20 +120,20 @@ class HostInputs {
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
   [[nodiscard]] zbArray** arrays() { return arrays_.data(); }
   [[nodiscard]] std::span<zbArray* const> made() const {
-    return std::span(arrays_).subspan(first_, end_ - first_);
+    return std::span(arrays_).subspan(1, kMade);
   }
 
  private:
+  static constexpr std::size_t kMade = (std::size_t{0} + ... + std::size_t{Passed<Inputs>});
+
   template <class Input>
   void appendMade([[maybe_unused]] typename Input::Argument argument) {
-    if constexpr (requires { Input::make(argument); }) append(Input::make(argument));
+    if constexpr (Passed<Input>) append(Input::make(argument));
   }
 
   const CallbackContext& context_;
-  std::array<zbArray*, sizeof...(Inputs) + 2> arrays_{};
+  std::array<zbArray*, kMade + 2> arrays_{};  // the function, those made, the user data
   std::size_t count_ = 0;
-  std::size_t first_ = 0;
-  std::size_t end_ = 0;
 };
 
 // --- Adapters ---------------------------------------------------------------------------

@@ -24,7 +24,7 @@ constexpr auto numberOf =
 /// An entry has a name and a getter; a Field has nothing else.
 template <class Entry, std::size_t N, class Record>
 zbArray* makeRecord(const Entry (&fields)[N], const Record& record) {
-  std::array<const char*, N> names;
+  std::array<const char*, N> names{};
   for (std::size_t i = 0; i < N; ++i) names[i] = fields[i].name;
   zbArray* structure = zbCreateStructArray(1, N, names.data());
   for (const Entry& field : fields) {
