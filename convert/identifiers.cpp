@@ -30,16 +30,19 @@ struct PropertyListClass {
 };
 
 // HDF5's macros of these names open the library before they read the class.
-#define H5GATE_LIST_CLASS(Name) {#Name, [] { return static_cast<hid_t>(Name); }}
+#define H5GATE_LIST_CLASS(Name)                    \
+  {                                                \
+#Name, [] { return static_cast<hid_t>(Name); } \
+  }
 constexpr PropertyListClass kListClasses[] = {
-    H5GATE_LIST_CLASS(H5P_OBJECT_CREATE),   H5GATE_LIST_CLASS(H5P_FILE_CREATE),
-    H5GATE_LIST_CLASS(H5P_FILE_ACCESS),     H5GATE_LIST_CLASS(H5P_DATASET_CREATE),
-    H5GATE_LIST_CLASS(H5P_DATASET_ACCESS),  H5GATE_LIST_CLASS(H5P_DATASET_XFER),
-    H5GATE_LIST_CLASS(H5P_FILE_MOUNT),      H5GATE_LIST_CLASS(H5P_GROUP_CREATE),
-    H5GATE_LIST_CLASS(H5P_GROUP_ACCESS),    H5GATE_LIST_CLASS(H5P_DATATYPE_CREATE),
-    H5GATE_LIST_CLASS(H5P_DATATYPE_ACCESS), H5GATE_LIST_CLASS(H5P_STRING_CREATE),
+    H5GATE_LIST_CLASS(H5P_OBJECT_CREATE),    H5GATE_LIST_CLASS(H5P_FILE_CREATE),
+    H5GATE_LIST_CLASS(H5P_FILE_ACCESS),      H5GATE_LIST_CLASS(H5P_DATASET_CREATE),
+    H5GATE_LIST_CLASS(H5P_DATASET_ACCESS),   H5GATE_LIST_CLASS(H5P_DATASET_XFER),
+    H5GATE_LIST_CLASS(H5P_FILE_MOUNT),       H5GATE_LIST_CLASS(H5P_GROUP_CREATE),
+    H5GATE_LIST_CLASS(H5P_GROUP_ACCESS),     H5GATE_LIST_CLASS(H5P_DATATYPE_CREATE),
+    H5GATE_LIST_CLASS(H5P_DATATYPE_ACCESS),  H5GATE_LIST_CLASS(H5P_STRING_CREATE),
     H5GATE_LIST_CLASS(H5P_ATTRIBUTE_CREATE), H5GATE_LIST_CLASS(H5P_OBJECT_COPY),
-    H5GATE_LIST_CLASS(H5P_LINK_CREATE),     H5GATE_LIST_CLASS(H5P_LINK_ACCESS),
+    H5GATE_LIST_CLASS(H5P_LINK_CREATE),      H5GATE_LIST_CLASS(H5P_LINK_ACCESS),
 };
 #undef H5GATE_LIST_CLASS
 
@@ -67,6 +70,11 @@ hid_t getDatatypeHidArg(const zbArray* array, const char* description) {
   hid_t id = H5I_INVALID_HID;
   if (!readIdentifier(array, id)) raise<msg::doubleDatatypeHidtMismatch>(description);
   return id;
+}
+
+hid_t listOrNothing(hid_t id) {
+  if (id == H5P_DEFAULT) return id;
+  return H5Iget_type(id) == H5I_GENPROP_LST ? id : H5I_INVALID_HID;
 }
 
 hid_t getPlistArg(const zbArray* array, const char* description) {

@@ -41,9 +41,9 @@ class Fuzzer {
     for (const Value& name : cellsOf(call("H5ZBget_constant_names", {}, 1).at(0))) {
       texts_.push_back(textOf(name));
     }
-    for (const char* text : {"", "a", "/", "/group", "/data", "data", "attribute", "compound",
-                             "H5ZB_DEFAULT", "H5G_SAME_LOC", "H5L_SAME_LOC", "file.h5", "no/such",
-                             "%s-%s", "%05d.h5", "feval"}) {
+    for (const char* text :
+         {"", "a", "/", "/group", "/data", "data", "attribute", "compound", "H5ZB_DEFAULT",
+          "H5G_SAME_LOC", "H5L_SAME_LOC", "file.h5", "no/such", "%s-%s", "%05d.h5", "feval"}) {
       texts_.emplace_back(text);
     }
   }
@@ -125,10 +125,33 @@ class Fuzzer {
   }
 
   Value anyNumber() {
-    static const std::vector<double> kNumbers = {
-        0, 1, 2, 3, 4, 5, 7, 8, 10, 12, 32, 33, 64, 1000, 65536, -1, -2, 0.5, -0.5, 2.7, 1e10, 1e20,
-        4294967295.0, 4503599627370496.0, 9223372036854775808.0,
-        std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()};
+    static const std::vector<double> kNumbers = {0,
+                                                 1,
+                                                 2,
+                                                 3,
+                                                 4,
+                                                 5,
+                                                 7,
+                                                 8,
+                                                 10,
+                                                 12,
+                                                 32,
+                                                 33,
+                                                 64,
+                                                 1000,
+                                                 65536,
+                                                 -1,
+                                                 -2,
+                                                 0.5,
+                                                 -0.5,
+                                                 2.7,
+                                                 1e10,
+                                                 1e20,
+                                                 4294967295.0,
+                                                 4503599627370496.0,
+                                                 9223372036854775808.0,
+                                                 std::numeric_limits<double>::quiet_NaN(),
+                                                 std::numeric_limits<double>::infinity()};
     return number(any(kNumbers));
   }
 
@@ -139,10 +162,10 @@ class Fuzzer {
   }
 
   Value anyNumeric() {
-    const auto type = static_cast<zbClass>(
-        static_cast<int>(zbClass::Logical) +
-        static_cast<int>(below(static_cast<int>(zbClass::UInt64) -
-                               static_cast<int>(zbClass::Logical) + 1)));
+    const auto type =
+        static_cast<zbClass>(static_cast<int>(zbClass::Logical) +
+                             static_cast<int>(below(static_cast<int>(zbClass::UInt64) -
+                                                    static_cast<int>(zbClass::Logical) + 1)));
     const std::vector<std::size_t> shape = {below(5), below(5)};
     std::vector<std::uint64_t> data(25);
     for (std::uint64_t& word : data) word = random_() % 3;
@@ -246,7 +269,8 @@ int main(int argc, char** argv) {
   const int calls = argc > 2 ? std::atoi(argv[2]) : 100000;
   std::printf("seed %u\n", seed);
   std::fflush(stdout);
-  const auto folder = std::filesystem::temp_directory_path() / ("h5gate-fuzz-" + std::to_string(seed));
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("h5gate-fuzz-" + std::to_string(seed));
   std::filesystem::create_directories(folder);
   std::filesystem::current_path(folder);
   zembra::setWarningHandler([](const zembra::Warning&) {});

@@ -16,9 +16,9 @@ using LocationId = Id<"location identifier">;
 using Name = Text<"attribute name">;
 using TypeOf = TypeId<"datatype identifier">;
 using SpaceOf = Id<"attribute dataspace">;
-using CreationList = Id<"attribute creation property list identifier">;
-using AccessList = Id<"attribute access property list identifier">;
-using LinkList = Id<"link access property list identifier">;
+using CreationList = ObjectList<"attribute creation property list identifier">;
+using AccessList = ObjectList<"attribute access property list identifier">;
+using LinkList = ObjectList<"link access property list identifier">;
 
 void create(int /*nOut*/, zbArray** outs, int nIn, const zbArray** ins) {
   requireArgCount(nIn == 5 || nIn == 6);

@@ -15,9 +15,9 @@ using LocationId = Id<"location identifier">;
 using Name = Text<"dataset name">;
 using TypeOf = TypeId<"datatype identifier">;
 using SpaceOf = Id<"dataspace identifier">;
-using CreationList = Id<"dataset creation property list">;
-using AccessList = Id<"dataset access property list">;
-using LinkList = Id<"link creation property list">;
+using CreationList = ObjectList<"dataset creation property list">;
+using AccessList = ObjectList<"dataset access property list">;
+using LinkList = ObjectList<"link creation property list">;
 using TransferList = ListId<"transfer property list identifier">;
 
 // --- Extents ------------------------------------------------------------------
@@ -144,8 +144,8 @@ extern "C" void freeVariableLength(void* memory, void* /*info*/) { zbFree(memory
 /// closes either is a reference count.
 using OwnTransferList = hdf5::Handle<H5Idec_ref>;
 OwnTransferList readingList(hid_t given) {
-  OwnTransferList list(checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER)
-                                                    : H5Pcopy(given)));
+  OwnTransferList list(
+      checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
   checked(H5Pset_vlen_mem_manager(list.get(), allocateVariableLength, nullptr, freeVariableLength,
                                   nullptr));
   return list;
@@ -184,8 +184,8 @@ constexpr Row kDatasetFunctions[] = {
     {"H5Dclose", wrap<H5Dclose, Nothing, DatasetId>},
     {"H5Dcreate",
      byCount<Form<H5Dcreate1, Identifier, LocationId, Name, TypeOf, SpaceOf, CreationList>,
-             Form<H5Dcreate2, Identifier, LocationId, Name, TypeOf, SpaceOf, LinkList,
-                  CreationList, AccessList>>},
+             Form<H5Dcreate2, Identifier, LocationId, Name, TypeOf, SpaceOf, LinkList, CreationList,
+                  AccessList>>},
     {"H5Dextend", rule<2, setExtent<H5Dextend>>},
     {"H5Dfill", rule<5, fill>},
     {"H5Dget_access_plist", wrap<H5Dget_access_plist, Identifier, DatasetId>},
@@ -200,9 +200,8 @@ constexpr Row kDatasetFunctions[] = {
                         Form<H5Dopen2, Identifier, LocationId, Name, AccessList>>},
     {"H5Dread", rule<5, read>},
     {"H5Dset_extent", rule<2, setExtent<H5Dset_extent>>},
-    {"H5Dvlen_get_buf_size",
-     wrap<H5Dvlen_get_buf_size, Outputs<AsSize<hsize_t>>, DatasetId, Id<"datatype identifier">,
-          SpaceOf>},
+    {"H5Dvlen_get_buf_size", wrap<H5Dvlen_get_buf_size, Outputs<AsSize<hsize_t>>, DatasetId,
+                                  Id<"datatype identifier">, SpaceOf>},
     {"H5Dwrite", rule<6, write>},
 };
 

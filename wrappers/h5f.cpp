@@ -21,8 +21,7 @@ using MountPoint = Text<"mount point">;
 /// Creation takes the name of any constant; a combined mask must be a number.
 struct CreateFlags {
   static unsigned from(const zbArray* array) {
-    return isText(array) ? static_cast<unsigned>(constantValue(textOf(array)))
-                         : getUIntArg(array);
+    return isText(array) ? static_cast<unsigned>(constantValue(textOf(array))) : getUIntArg(array);
   }
 };
 
@@ -46,9 +45,9 @@ struct ObjectKinds {
   static unsigned from(const zbArray* array) {
     if (!isText(array)) return getUIntArg(array);
     static constexpr std::pair<std::string_view, unsigned> kKinds[] = {
-        {"H5F_OBJ_FILE", H5F_OBJ_FILE},         {"H5F_OBJ_DATASET", H5F_OBJ_DATASET},
-        {"H5F_OBJ_GROUP", H5F_OBJ_GROUP},       {"H5F_OBJ_DATATYPE", H5F_OBJ_DATATYPE},
-        {"H5F_OBJ_ATTR", H5F_OBJ_ATTR},         {"H5F_OBJ_ALL", H5F_OBJ_ALL},
+        {"H5F_OBJ_FILE", H5F_OBJ_FILE},   {"H5F_OBJ_DATASET", H5F_OBJ_DATASET},
+        {"H5F_OBJ_GROUP", H5F_OBJ_GROUP}, {"H5F_OBJ_DATATYPE", H5F_OBJ_DATATYPE},
+        {"H5F_OBJ_ATTR", H5F_OBJ_ATTR},   {"H5F_OBJ_ALL", H5F_OBJ_ALL},
     };
     const std::string name = textOf(array);
     for (const auto& [known, kind] : kKinds) {
@@ -61,9 +60,9 @@ struct ObjectKinds {
 /// Fails without a word, as H5Iget_name does.
 void getName(zbArray** outs, const zbArray** ins) {
   const hid_t object = ObjectId::from(ins[0]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) { return H5Fget_name(object, buffer, size); },
-      kUnchecked));
+  outs[0] = makeText(
+      readText([&](char* buffer, std::size_t size) { return H5Fget_name(object, buffer, size); },
+               kUnchecked));
 }
 
 using FileInfo = hdf5::FileInfo;
@@ -101,8 +100,8 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
   const ssize_t count = room == 0 ? 0 : checked(H5Fget_obj_ids(file, kinds, room, ids.data()));
   const std::size_t shape[] = {static_cast<std::size_t>(count), 1};
   zbArray* column = zbCreateUninitNumericArray(2, shape, zbClass::Double);
-  std::transform(ids.begin(), ids.begin() + count,
-                 static_cast<double*>(zbGetWritableData(column)), identifierToHost);
+  std::transform(ids.begin(), ids.begin() + count, static_cast<double*>(zbGetWritableData(column)),
+                 identifierToHost);
   outs[0] = zbCreateDoubleScalar(static_cast<double>(count));
   outs[1] = column;
 }
@@ -123,8 +122,7 @@ constexpr Row kFileFunctions[] = {
     // name                  call                 gives       takes
     {"H5Fclose", wrap<H5Fclose, Nothing, FileId>},
     {"H5Fcreate", wrap<H5Fcreate, Identifier, FileName, CreateFlags,
-                       ListId<"file creation property list">,
-                       ListId<"file access property list">>},
+                       ListId<"file creation property list">, ListId<"file access property list">>},
     {"H5Fflush", wrap<H5Fflush, Nothing, ObjectId, Enum<H5F_scope_t>>},
     {"H5Fget_access_plist", wrap<H5Fget_access_plist, Identifier, FileId>},
     {"H5Fget_create_plist", wrap<H5Fget_create_plist, Identifier, FileId>},
@@ -143,7 +141,7 @@ constexpr Row kFileFunctions[] = {
     {"H5Fis_hdf5", wrap<H5Fis_hdf5, RawNumber, FileName>},
     {"H5Fmount", wrap<H5Fmount, Nothing, FileId, MountPoint, Id<"child identifier">,
                       ListId<"mount property list">>},
-    {"H5Fopen", wrap<H5Fopen, Identifier, FileName, OpenFlags, Id<"access identifier">>},
+    {"H5Fopen", wrap<H5Fopen, Identifier, FileName, OpenFlags, ObjectList<"access identifier">>},
     {"H5Freopen", wrap<H5Freopen, Identifier, FileId>},
     {"H5Fset_mdc_config", rule<2, setCacheConfig>},
     {"H5Funmount", wrap<H5Funmount, Nothing, FileId, MountPoint>},

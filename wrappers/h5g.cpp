@@ -14,7 +14,7 @@ using LocationId = Id<"location identifier">;
 using GroupName = Text<"group name">;
 using Name = Text<"dataset name">;  // groups are created and opened by it, too
 using CommentParent = Text<"parent of comment">;
-using AccessList = Id<"group access property list">;
+using AccessList = ObjectList<"group access property list">;
 
 /// Any double is a hint; HDF5 says which are too large.
 struct SizeHint {
@@ -140,9 +140,10 @@ constexpr Row kGroupFunctions[] = {
     // name                  call                 gives       takes
     {"H5Gclose", wrap<H5Gclose, Nothing, GroupId>},
     {"H5Gcreate",
-     byCount<Form<H5Gcreate1, Identifier, LocationId, Name, SizeHint>,
-             Form<H5Gcreate2, Identifier, LocationId, Name, Id<"link creation property list">,
-                  Id<"group creation property list">, AccessList>>},
+     byCount<
+         Form<H5Gcreate1, Identifier, LocationId, Name, SizeHint>,
+         Form<H5Gcreate2, Identifier, LocationId, Name, ObjectList<"link creation property list">,
+              ObjectList<"group creation property list">, AccessList>>},
     {"H5Gget_comment", rule<2, getComment>},
     {"H5Gget_info", rule<1, getInfo>},
     {"H5Gget_linkval", rule<2, getLinkValue>},

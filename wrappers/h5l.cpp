@@ -13,8 +13,8 @@ using GroupId = Id<"group identifier">;
 using LocationId = Id<"location identifier">;
 using GroupName = Text<"group name">;
 using LinkName = Text<"link name">;
-using CreationList = Id<"link creation property list">;
-using AccessList = Id<"link access property list">;
+using CreationList = ObjectList<"link creation property list">;
+using AccessList = ObjectList<"link access property list">;
 using Index = Enum<H5_index_t>;
 using Order = Enum<H5_iter_order_t>;
 using Start = OrZero<Size>;
@@ -102,7 +102,7 @@ void getNameByIndex(zbArray** outs, const zbArray** ins) {
   const auto order = Order::from(ins[3]);
   // The quotation marks belong to the description.
   const hsize_t position = getStrictSizeArg(ins[4], "\"initial offset within index\"");
-  const hid_t accessList = Id<"link access property list identifier">::from(ins[5]);
+  const hid_t accessList = ObjectList<"link access property list identifier">::from(ins[5]);
   outs[0] = makeText(readText(
       [&](char* buffer, std::size_t size) {
         return H5Lget_name_by_idx(location, group.c_str(), index, order, position, buffer, size,

@@ -10,8 +10,8 @@ namespace {
 
 using ObjectId = Id<"object identifier">;
 using LocationId = Id<"location identifier">;
-using CreationList = Id<"link creation property list">;
-using AccessList = Id<"link access property list">;
+using CreationList = ObjectList<"link creation property list">;
+using AccessList = ObjectList<"link access property list">;
 using Index = Enum<H5_index_t>;
 using Order = Enum<H5_iter_order_t>;
 

@@ -154,8 +154,10 @@ std::int64_t getEnumValueArg(const zbArray* array) {
 /// value in place.
 class ValueConversion {
  public:
+  /// Of an enumeration: the bases of other datatypes may be of any size.
   explicit ValueConversion(hid_t type)
-      : base_(H5Tget_super(type)), native_(H5Tget_native_type(base_.get(), H5T_DIR_ASCEND)) {}
+      : base_(H5Tget_class(type) == H5T_ENUM ? H5Tget_super(type) : H5I_INVALID_HID),
+        native_(H5Tget_native_type(base_.get(), H5T_DIR_ASCEND)) {}
 
   [[nodiscard]] std::size_t nativeSize() const { return H5Tget_size(native_.get()); }
   /// What holds a value before and after.
@@ -197,11 +199,15 @@ void enumInsert(zbArray** /*outs*/, const zbArray** ins) {
   checked(H5Tenum_insert(type, name.c_str(), value.data()));
 }
 
+/// Bytes of a value. What is no enumeration HDF5 refuses before it looks at any, and
+/// may be of any size.
+std::size_t valueSize(hid_t type) { return H5Tget_class(type) == H5T_ENUM ? H5Tget_size(type) : 0; }
+
 /// HDF5 compares as many bytes as the datatype has.
 void enumNameOf(zbArray** outs, const zbArray** ins) {
   const hid_t type = Type::from(ins[0]);
   const std::size_t given = zbGetNumberOfElements(ins[1]) * zbGetElementSize(ins[1]);
-  const std::size_t needed = H5Tget_size(type);
+  const std::size_t needed = valueSize(type);
   const void* value = zbGetData(ins[1]);
   ValueBytes padded;
   if (value != nullptr && given < needed) {
@@ -218,7 +224,7 @@ void enumNameOf(zbArray** outs, const zbArray** ins) {
 void enumValueOf(zbArray** outs, const zbArray** ins) {
   const hid_t type = Type::from(ins[0]);
   const std::string name = MemberName::from(ins[1]);
-  const std::size_t size = H5Tget_size(type);
+  const std::size_t size = valueSize(type);
   ValueBytes value = roomFor(size);
   checked(H5Tenum_valueof(type, name.c_str(), value.data()));
   outs[0] = makeEnumValue(size, hasSign(type), value);
@@ -240,9 +246,9 @@ constexpr Row kDatatypeFunctions[] = {
     {"H5Tclose", wrap<H5Tclose, Nothing, PlainId>},
     {"H5Tcommit", byCount<Form<H5Tcommit1, Nothing, LocationId, Text<"datatype name">, LocationId>,
                           Form<H5Tcommit2, Nothing, LocationId, Text<"datatype name">, LocationId,
-                               ListId<"link creation property list identifier">,
-                               ListId<"datatype creation property list identifier">,
-                               ListId<"datatype access property list identifier">>>},
+                               ObjectListByName<"link creation property list identifier">,
+                               ObjectListByName<"datatype creation property list identifier">,
+                               ObjectListByName<"datatype access property list identifier">>>},
     {"H5Tcommitted", wrap<H5Tcommitted, Number, Type>},
     {"H5Tcopy", wrap<H5Tcopy, Identifier, CopiedType>},
     {"H5Tcreate", wrap<H5Tcreate, Identifier, Enum<H5T_class_t>, Size>},
@@ -257,7 +263,7 @@ constexpr Row kDatatypeFunctions[] = {
     {"H5Tlock", wrap<H5Tlock, Nothing, Type>},
     {"H5Topen", byCount<Form<H5Topen1, Identifier, LocationId, Text<"dataset name">>,
                         Form<H5Topen2, Identifier, LocationId, Text<"dataset name">,
-                             Id<"datatype access property list">>>},
+                             ObjectList<"datatype access property list">>>},
     {"H5Tpack", wrap<H5Tpack, Nothing, Type>},
     {"H5Tset_size", wrap<H5Tset_size, Nothing, PlainId, SizeOrVariable>},
 

@@ -46,6 +46,17 @@ struct ListId {
   static hid_t from(const zbArray* array) { return getPlistArg(array, D.text); }
 };
 
+/// Lists that an object is made or found with: nothing but a list reaches HDF5.
+template <Description D>
+struct ObjectList {
+  static hid_t from(const zbArray* array) { return listOrNothing(getHidArg(array, D.text)); }
+};
+
+template <Description D>
+struct ObjectListByName {
+  static hid_t from(const zbArray* array) { return listOrNothing(getPlistArg(array, D.text)); }
+};
+
 template <Description D>
 struct Text {
   static std::string from(const zbArray* array) { return getStringArg(array, D.text); }
