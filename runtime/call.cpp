@@ -47,12 +47,13 @@ void fillSlots(int nOut, zbArray** outs, std::vector<Value> results) {
 }
 
 std::vector<Value> feval(int nOut, std::span<zbArray* const> ins) {
-  if (ins.empty() || ins[0] == nullptr || ins[0]->type != zbClass::Function) {
+  const zbArray* callee = ins.empty() ? nullptr : ins[0];
+  if (callee == nullptr || callee->type != zbClass::Function) {
     raiseHostError("notFunction", "The callback is " +
-                                      (ins.empty() ? "missing" : describe(ins[0])) +
+                                      (callee == nullptr ? "missing" : describe(callee)) +
                                       "; a function handle is needed.");
   }
-  return ins[0]->composite->target->call(nOut, ins.subspan(1));
+  return callee->composite->target->call(nOut, ins.subspan(1));
 }
 
 /// What went wrong, or null.

@@ -1,5 +1,7 @@
 #include "runtime/call_scope.hpp"
 
+#include "runtime/pending_cause.hpp"
+
 namespace zembra {
 namespace {
 
@@ -7,7 +9,9 @@ thread_local CallScope* innermost = nullptr;
 
 }  // namespace
 
-CallScope::CallScope() : outer_(std::exchange(innermost, this)) {}
+CallScope::CallScope() : outer_(std::exchange(innermost, this)) {
+  setPendingCause(nullptr);  // what a call before this one got over is no cause in this one
+}
 
 CallScope::~CallScope() {
   innermost = outer_;
@@ -20,7 +24,8 @@ CallScope::~CallScope() {
 
 Value CallScope::take(zbArray* result) {
   if (result == nullptr) return {};
-  if (result->scope == nullptr) return share(result);
+  // Arguments and the arrays of a call around this one keep their owner.
+  if (result->scope == nullptr || result->scope != innermost) return share(result);
   dismiss(result);
   return Value(result);
 }

@@ -14,8 +14,8 @@ class CallScope {
   CallScope(const CallScope&) = delete;
   CallScope& operator=(const CallScope&) = delete;
 
-  /// Makes the caller an owner of a result: an array that the call created leaves
-  /// the scope; an argument that comes back as a result gains a reference.
+  /// Makes the caller an owner of a result: an array that the innermost call created
+  /// leaves its scope; anything else that comes back as a result gains a reference.
   static Value take(zbArray* result);
 
  private:
