@@ -828,12 +828,12 @@ TEST(Errors, OfTheLibrarySayWhenThereIsNoRecord) {
 }
 
 /// Hands the host's warnings to a test, and the host back to itself.
-class Warnings : public testing::Test {
+class HostWarnings : public testing::Test {
  protected:
   void TearDown() override { zembra::setWarningHandler(nullptr); }
 };
 
-TEST_F(Warnings, ReachTheHandler) {
+TEST_F(HostWarnings, ReachTheHandler) {
   std::vector<zembra::Warning> received;
   zembra::setWarningHandler([&](const zembra::Warning& warning) { received.push_back(warning); });
   Feval(1, fail("broken"));
@@ -845,12 +845,12 @@ TEST_F(Warnings, ReachTheHandler) {
   EXPECT_EQ(causeOfError([] { zbErrMsgId(msg::attributeIteratorCallback()); }), "broken");
 }
 
-TEST_F(Warnings, BecomeErrorsWhenTheHandlerThrows) {
+TEST_F(HostWarnings, BecomeErrorsWhenTheHandlerThrows) {
   zembra::setWarningHandler([](const zembra::Warning&) { throw std::runtime_error("no"); });
   EXPECT_THROW(zbWarningMsgId(msg::H5Aiterator2_Callback_failure("broken")), std::runtime_error);
 }
 
-TEST_F(Warnings, ArePrintedWithoutAHandler) {
+TEST_F(HostWarnings, ArePrintedWithoutAHandler) {
   zembra::setWarningHandler(nullptr);
   testing::internal::CaptureStderr();
   zbWarningMsgId(msg::H5Aiterator2_Callback_failure("broken"));
