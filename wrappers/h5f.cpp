@@ -106,18 +106,6 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
   outs[1] = column;
 }
 
-void getCacheConfig(zbArray** outs, const zbArray** ins) {
-  H5AC_cache_config_t config = emptyCacheConfig();
-  checked(H5Fget_mdc_config(FileId::from(ins[0]), &config));
-  outs[0] = makeCacheConfig(config);
-}
-
-void setCacheConfig(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t file = FileId::from(ins[0]);
-  H5AC_cache_config_t config = getCacheConfigArg(ins[1]);
-  checked(H5Fset_mdc_config(file, &config));
-}
-
 constexpr Row kFileFunctions[] = {
     // name                  call                 gives       takes
     {"H5Fclose", wrap<H5Fclose, Nothing, FileId>},
@@ -129,7 +117,7 @@ constexpr Row kFileFunctions[] = {
     {"H5Fget_filesize", wrap<H5Fget_filesize, Outputs<AsSize<hsize_t>>, FileId>},
     {"H5Fget_freespace", wrap<H5Fget_freespace, RawNumber, FileId>},
     {"H5Fget_info", rule<1, getInfo>},
-    {"H5Fget_mdc_config", rule<1, getCacheConfig>},
+    {"H5Fget_mdc_config", rule<1, getCacheConfig<H5Fget_mdc_config, FileId>>},
     {"H5Fget_mdc_hit_rate", wrap<H5Fget_mdc_hit_rate, Outputs<AsNumber<double>>, FileId>},
     {"H5Fget_mdc_size",
      wrap<H5Fget_mdc_size,
@@ -143,7 +131,7 @@ constexpr Row kFileFunctions[] = {
                       ListId<"mount property list">>},
     {"H5Fopen", wrap<H5Fopen, Identifier, FileName, OpenFlags, ObjectList<"access identifier">>},
     {"H5Freopen", wrap<H5Freopen, Identifier, FileId>},
-    {"H5Fset_mdc_config", rule<2, setCacheConfig>},
+    {"H5Fset_mdc_config", rule<2, setCacheConfig<H5Fset_mdc_config, FileId>>},
     {"H5Funmount", wrap<H5Funmount, Nothing, FileId, MountPoint>},
 };
 

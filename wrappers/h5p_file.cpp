@@ -21,20 +21,6 @@ using CreationListId = Id<"file creation property list identifier">;
 using AccessList = Id<"file access property list">;
 using AccessListId = Id<"file access property list identifier">;
 
-// --- Metadata cache -----------------------------------------------------------------
-
-void getCacheConfig(zbArray** outs, const zbArray** ins) {
-  H5AC_cache_config_t config = emptyCacheConfig();
-  checked(H5Pget_mdc_config(AccessList::from(ins[0]), &config));
-  outs[0] = makeCacheConfig(config);
-}
-
-void setCacheConfig(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t list = AccessList::from(ins[0]);
-  H5AC_cache_config_t config = getCacheConfigArg(ins[1]);
-  checked(H5Pset_mdc_config(list, &config));
-}
-
 // --- Log driver -----------------------------------------------------------------------
 
 /// Later releases moved the bits: each goes to HDF5 as what its name means there.
@@ -233,7 +219,7 @@ constexpr Row kFilePropertyFunctions[] = {
     {"H5Pget_gc_references", wrap<H5Pget_gc_references, Outputs<Count>, List>},
     {"H5Pget_istore_k", wrap<H5Pget_istore_k, Outputs<Count>, CreationList>},
     {"H5Pget_libver_bounds", wrap<H5Pget_libver_bounds, Outputs<Libver, Libver>, AccessList>},
-    {"H5Pget_mdc_config", rule<1, getCacheConfig>},
+    {"H5Pget_mdc_config", rule<1, getCacheConfig<H5Pget_mdc_config, AccessList>>},
     {"H5Pget_meta_block_size", wrap<H5Pget_meta_block_size, Outputs<FileBytes>, PlainList>},
     {"H5Pget_multi_type", wrap<H5Pget_multi_type, Outputs<AsNumber<H5FD_mem_t>>, AccessListId>},
     {"H5Pget_sieve_buf_size", wrap<H5Pget_sieve_buf_size, Outputs<Bytes>, AccessListId>},
@@ -258,7 +244,7 @@ constexpr Row kFilePropertyFunctions[] = {
     {"H5Pset_istore_k", wrap<H5Pset_istore_k, Nothing, CreationList, Unsigned>},
     {"H5Pset_libver_bounds",
      wrap<H5Pset_libver_bounds, Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>>},
-    {"H5Pset_mdc_config", rule<2, setCacheConfig>},
+    {"H5Pset_mdc_config", rule<2, setCacheConfig<H5Pset_mdc_config, AccessList>>},
     {"H5Pset_meta_block_size", wrap<H5Pset_meta_block_size, Nothing, AccessList, WrappedSize>},
     {"H5Pset_multi_type", wrap<H5Pset_multi_type, Nothing, AccessList, Enum<H5FD_mem_t>>},
     // An access list, whatever its description says.
