@@ -93,10 +93,11 @@ TEST(FunctionNames, AreThoseOfTheTableInByteOrder) {
   EXPECT_TRUE(std::ranges::equal(names, table, {}, {}, &h5gate::Row::name));
 }
 
-TEST(FunctionNames, AreAllKnownAndAllReachAHandlerOfTheirOwn) {
+TEST(FunctionNames, AreThreeHundredAndTwentyAndEachReachesAHandlerOfItsOwn) {
+  const auto names = listedNames();
+  EXPECT_TRUE(std::ranges::equal(names, kFunctionNames, {}, {}, &FunctionName::name));
   std::set<h5gate::GatewayHandler> handlers;
-  for (const std::string& name : listedNames()) {
-    EXPECT_NE(findFunctionName(name), nullptr) << name;
+  for (const std::string& name : names) {
     ASSERT_NE(h5gate::findHandler(name), nullptr) << name;
     EXPECT_TRUE(handlers.insert(h5gate::findHandler(name)).second) << name;
   }
@@ -104,6 +105,7 @@ TEST(FunctionNames, AreAllKnownAndAllReachAHandlerOfTheirOwn) {
 
 TEST(FunctionNames, PutCapitalsFirst) {
   const auto names = listedNames();
+  EXPECT_EQ(names.front(), "H5Aclose");
   EXPECT_EQ(names.back(), "H5set_free_list_limits");
   const auto place = [&](const char* name) { return std::ranges::find(names, name); };
   EXPECT_LT(place("H5Dclose"), place("H5ZBget_constant_names"));
