@@ -91,11 +91,38 @@ std::vector<Value> strangers() {
           logical(true)};
 }
 
+namespace {
+
+std::set<std::string, std::less<>> keys;
+
+}  // namespace
+
+const std::set<std::string, std::less<>>& raisedKeys() { return keys; }
+
+Warnings::Warnings() {
+  zembra::setWarningHandler([this](const zembra::Warning& warning) {
+    keys.insert(warning.identifier.substr(warning.identifier.rfind(':') + 1));
+    list.push_back(warning);
+  });
+}
+
+Warnings::~Warnings() { zembra::setWarningHandler({}); }
+
+Results callWithInputs(int nOut, const std::vector<Value>& inputs) {
+  std::vector<const zbArray*> ins;
+  for (const Value& input : inputs) ins.push_back(input.get());
+  try {
+    return zembra::callExtension(zebFunction, nOut, ins);
+  } catch (const zembra::HostError& error) {
+    keys.insert(error->key);
+    throw;
+  }
+}
+
 Results callWith(int nOut, std::string_view name, const Arguments& arguments) {
-  const Value function = text(name);
-  std::vector<const zbArray*> ins = {function.get()};
-  for (const Argument& argument : arguments) ins.push_back(argument.array.get());
-  return zembra::callExtension(zebFunction, nOut, ins);
+  std::vector<Value> inputs = {text(name)};
+  for (const Argument& argument : arguments) inputs.push_back(argument.array);
+  return callWithInputs(nOut, inputs);
 }
 
 double numberOf(const Value& value) { return zbGetScalar(value.get()); }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -59,6 +60,8 @@ using Arguments = std::vector<Argument>;
 
 // --- Calls ----------------------------------------------------------------------
 
+/// The function's name is the first input.
+Results callWithInputs(int nOut, const std::vector<Value>& inputs);
 Results callWith(int nOut, std::string_view name, const Arguments& arguments);
 
 template <class... Inputs>
@@ -92,6 +95,18 @@ std::string callText(std::string_view name, Inputs&&... inputs) {
 }
 
 // --- Failures ---------------------------------------------------------------------
+
+/// Keys that calls have raised, or issued as warnings, since the program began.
+const std::set<std::string, std::less<>>& raisedKeys();
+/// Collects warnings; the next test has the host's own handler again.
+class Warnings {
+ public:
+  Warnings();
+  ~Warnings();
+  Warnings(const Warnings&) = delete;
+  Warnings& operator=(const Warnings&) = delete;
+  std::vector<zembra::Warning> list;
+};
 
 /// The host error that the call raises; a null pointer and a test failure when it
 /// raises none.

@@ -148,18 +148,6 @@ std::string causeOf(const zembra::HostError& error) {
   }
 }
 
-/// Warnings of a test; the next test has the host's own handler again.
-class Warnings {
- public:
-  Warnings() {
-    zembra::setWarningHandler([this](const zembra::Warning& warning) { list.push_back(warning); });
-  }
-  ~Warnings() { zembra::setWarningHandler({}); }
-  Warnings(const Warnings&) = delete;
-  Warnings& operator=(const Warnings&) = delete;
-  std::vector<zembra::Warning> list;
-};
-
 /// Each test runs for every function.
 class Called : public testing::TestWithParam<Iteration> {
  protected:

@@ -24,10 +24,8 @@ using namespace h5test;
 
 /// What a call with exactly these inputs raises, the function's name included.
 std::string complaint(const std::vector<Value>& inputs) {
-  std::vector<const zbArray*> ins;
-  for (const Value& input : inputs) ins.push_back(input.get());
   try {
-    zembra::callExtension(zebFunction, 1, ins);
+    callWithInputs(1, inputs);
     return "nothing";
   } catch (const zembra::HostError& error) {
     return error->identifier;
