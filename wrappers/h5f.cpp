@@ -1,6 +1,7 @@
 // H5F: files.
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <vector>
 
 #include "convert/constants.hpp"
@@ -106,10 +107,47 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
   outs[1] = column;
 }
 
+// --- Creating and opening --------------------------------------------------------
+
+/// The family driver prints a member's number into its name, with the file's name as
+/// the format: one whole number may stand there and nothing else of that kind.
+bool isFamilyName(std::string_view name) {
+  int places = 0;
+  for (std::size_t at = name.find('%'); at != std::string_view::npos; at = name.find('%', at)) {
+    const std::size_t kind = name.find_first_not_of("0123456789", at + 1);
+    if (kind == std::string_view::npos || kind - at > 3) return false;
+    if (name[kind] != '%') {
+      if (name[kind] != 'd' && name[kind] != 'u') return false;
+      ++places;
+    } else if (kind != at + 1) {
+      return false;
+    }
+    at = kind + 1;
+  }
+  return places <= 1;
+}
+
+void requireName(const char* function, const char* name, hid_t accessList) {
+  if (accessList == H5P_DEFAULT || H5Pget_driver(accessList) != H5FD_FAMILY) return;
+  if (!isFamilyName(name)) {
+    raiseRefusal(function, "the name of a family of files is no format with one %d");
+  }
+}
+
+hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
+  requireName("H5Fcreate", name, accessList);
+  return H5Fcreate(name, flags, creationList, accessList);
+}
+
+hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
+  requireName("H5Fopen", name, accessList);
+  return H5Fopen(name, flags, accessList);
+}
+
 constexpr Row kFileFunctions[] = {
     // name                  call                 gives       takes
     {"H5Fclose", wrap<H5Fclose, Nothing, FileId>},
-    {"H5Fcreate", wrap<H5Fcreate, Identifier, FileName, CreateFlags,
+    {"H5Fcreate", wrap<createFile, Identifier, FileName, CreateFlags,
                        ListId<"file creation property list">, ListId<"file access property list">>},
     {"H5Fflush", wrap<H5Fflush, Nothing, ObjectId, Enum<H5F_scope_t>>},
     {"H5Fget_access_plist", wrap<H5Fget_access_plist, Identifier, FileId>},
@@ -129,7 +167,7 @@ constexpr Row kFileFunctions[] = {
     {"H5Fis_hdf5", wrap<H5Fis_hdf5, RawNumber, FileName>},
     {"H5Fmount", wrap<H5Fmount, Nothing, FileId, MountPoint, Id<"child identifier">,
                       ListId<"mount property list">>},
-    {"H5Fopen", wrap<H5Fopen, Identifier, FileName, OpenFlags, ObjectList<"access identifier">>},
+    {"H5Fopen", wrap<openFile, Identifier, FileName, OpenFlags, ObjectList<"access identifier">>},
     {"H5Freopen", wrap<H5Freopen, Identifier, FileId>},
     {"H5Fset_mdc_config", rule<2, setCacheConfig<H5Fset_mdc_config, FileId>>},
     {"H5Funmount", wrap<H5Funmount, Nothing, FileId, MountPoint>},

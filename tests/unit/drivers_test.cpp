@@ -180,6 +180,18 @@ TEST(FamilyDriver, HasMembersOfAnyDriver) {
   EXPECT_EQ(readDoubles(file, "values"), ramp(1500));
 }
 
+/// HDF5 prints into the name as it stands.
+TEST(FamilyDriver, TakesNoNameThatIsAFormatOfAnythingElse) {
+  const Owned list = makeList(kAccess);
+  call("H5Pset_fapl_family", list, 5120, kDefault);
+  for (const char* name : {"%s.h5", "%n", "%d-%d.h5", "%", "%5", "%1000d", "%5%d.h5", "plain.h5"}) {
+    expectLibraryError("H5Fcreate", temporaryPath(name), "H5F_ACC_TRUNC", kDefault, list);
+    expectLibraryError("H5Fopen", temporaryPath(name), "H5F_ACC_RDONLY", list);
+  }
+  const File file(createFile(temporaryPath("100%%-%02u.h5"), list));
+  EXPECT_TRUE(fs::exists(temporaryPath("100%-00.h5")));
+}
+
 TEST(SplitDriver, KeepsMetadataAndRawDataApart) {
   const std::string path = temporaryPath("file");
   const Owned list = makeList(kAccess);
