@@ -11,24 +11,7 @@
 
 namespace {
 
-using h5test::Argument;
-using h5test::Arguments;
-using h5test::call;
-using h5test::callNumber;
-using h5test::column;
-using h5test::empty;
-using h5test::expectLibraryError;
-using h5test::expectRaises;
-using h5test::make;
-using h5test::makeSpace;
-using h5test::matrix;
-using h5test::numbersOf;
-using h5test::Owned;
-using h5test::result;
-using h5test::row;
-using h5test::Shape;
-using h5test::shapeOf;
-using h5test::Value;
+using namespace h5test;
 using Numbers = std::vector<double>;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

@@ -13,24 +13,7 @@
 
 namespace {
 
-using h5test::Argument;
-using h5test::call;
-using h5test::callNumber;
-using h5test::callText;
-using h5test::classOf;
-using h5test::expectLibraryError;
-using h5test::expectRaises;
-using h5test::failureOf;
-using h5test::make;
-using h5test::number;
-using h5test::numberOf;
-using h5test::numeric;
-using h5test::Owned;
-using h5test::result;
-using h5test::row;
-using h5test::Shape;
-using h5test::shapeOf;
-using h5test::Value;
+using namespace h5test;
 
 Owned enumeration(const char* base) { return make("H5Tenum_create", base); }
 

@@ -9,27 +9,7 @@
 
 namespace {
 
-using h5test::Argument;
-using h5test::Arguments;
-using h5test::call;
-using h5test::callNumber;
-using h5test::callText;
-using h5test::classOf;
-using h5test::empty;
-using h5test::expectLibraryError;
-using h5test::expectRaises;
-using h5test::make;
-using h5test::makeSpace;
-using h5test::MemoryFile;
-using h5test::numberOf;
-using h5test::numbersOf;
-using h5test::numeric;
-using h5test::Owned;
-using h5test::result;
-using h5test::row;
-using h5test::Shape;
-using h5test::shapeOf;
-using h5test::Value;
+using namespace h5test;
 using Numbers = std::vector<double>;
 
 constexpr double kNoIdentifier = 99;
