@@ -3,6 +3,7 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local)
@@ -14,7 +15,7 @@ CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
 PYTEST := $(PYTHON) -m pytest tests/scripts
 
-.PHONY: setup build demo test bench sanitize lint format install clean
+.PHONY: setup build demo test bench sanitize fuzz lint format install clean
 
 setup:
 	@tools/setup.sh
@@ -28,8 +29,8 @@ demo: build
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
 	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
-	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
 	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
+	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
 
 test: build
 	ctest --preset release
@@ -58,6 +59,14 @@ sanitize: setup
 	  LD_PRELOAD="$$(for library in asan ubsan stdc++; do \
 	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
 	  $(PYTEST) --capture=sys
+
+# Other seeds than these two: build-sanitize/bin/random_calls SEED CALLS
+fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0
+fuzz: setup
+	cmake --preset sanitize $(CMAKE_ARGS)
+	cmake --build --preset sanitize --target random_calls h5gate
+	build-sanitize/bin/random_calls 1 50000
+	build-sanitize/bin/random_calls 2 50000
 
 lint:
 	@tools/setup.sh lint
