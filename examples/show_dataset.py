@@ -35,18 +35,39 @@ def read_first(dataset):
         h5.H5Sclose(file_space)
 
 
+def word(value):
+    """One value as it is printed."""
+    if isinstance(value, bytes):
+        return value.decode(errors="replace")
+    if isinstance(value, (float, np.floating)):
+        return f"{value:.6g}"
+    if isinstance(value, np.ndarray) and value.ndim > 0:
+        return np.array2string(value, separator=", ", threshold=SHOWN)
+    return str(value)
+
+
+def aligned(rows):
+    """Rows of words as lines, each column as wide as its longest word."""
+    widths = [max(map(len, column)) for column in zip(*rows)]
+    return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in rows]
+
+
 def lines(values):
-    """Values as lines of text; a table gets a line a record."""
+    """Values as lines of text: a table has a line a record under its names."""
     if isinstance(values, dict):
-        columns = [list(np.ravel(np.asarray(column, dtype=object)))
-                   if not isinstance(column, np.ndarray) else list(column)
-                   for column in values.values() if not isinstance(column, (dict, float, str))]
-        if len(columns) != len(values):  # a single record, or one with records inside
-            return [f"{name}: {value}" for name, value in values.items()]
-        return ["  ".join(values)] + ["  ".join(map(str, record)) for record in zip(*columns)]
-    if isinstance(values, list):
-        return [str(value) for value in values]
-    return str(values).splitlines()
+        single = any(isinstance(column, (dict, float, str)) or np.ndim(column) == 0
+                     for column in values.values())
+        if single:  # one record, or records inside records
+            return aligned([(name, word(value)) for name, value in values.items()])
+        records = zip(*values.values())
+        return aligned([tuple(values), *(tuple(map(word, record)) for record in records)])
+    if isinstance(values, list):  # texts or sequences: each has a length of its own
+        return [word(value) for value in values]
+    if np.ndim(values) == 2:
+        return aligned([tuple(map(word, row)) for row in values])
+    if np.ndim(values) == 1:
+        return [", ".join(map(word, values))]
+    return word(values).splitlines()
 
 
 def show(path, name):
@@ -56,7 +77,7 @@ def show(path, name):
     print("  type    ", closing(h5.H5Tclose, h5.H5Dget_type(dataset), describe_type))
     print("  shape   ", closing(h5.H5Sclose, h5.H5Dget_space(dataset), describe_space))
     print("  storage ", describe_layout(dataset))
-    print("  begins  ")
+    print("  begins with")
     for line in lines(read_first(dataset)):
         print("    " + line)
     h5.H5Dclose(dataset)
