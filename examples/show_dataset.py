@@ -55,8 +55,8 @@ def aligned(rows):
 def lines(values):
     """Values as lines of text: a table has a line a record under its names."""
     if isinstance(values, dict):
-        single = any(isinstance(column, (dict, float, str)) or np.ndim(column) == 0
-                     for column in values.values())
+        single = not all(isinstance(column, list) or getattr(column, "ndim", 0) > 0
+                         for column in values.values())
         if single:  # one record, or records inside records
             return aligned([(name, word(value)) for name, value in values.items()])
         records = zip(*values.values())
