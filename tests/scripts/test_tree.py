@@ -1,5 +1,6 @@
 """The example that shows a file as a tree."""
 
+import os
 import subprocess
 import sys
 from pathlib import Path
@@ -73,7 +74,8 @@ def run(*arguments, **environment):
     return subprocess.run(
         [sys.executable, EXAMPLES / "tree.py", *arguments], capture_output=True, text=True,
         encoding="utf-8", check=False,
-        env={"PYTHONPATH": str(Path(zembra.__file__).parents[1]), **environment})
+        env={**os.environ, "PYTHONPATH": str(Path(zembra.__file__).parents[1]), "PYTHONUTF8": "1",
+             **environment})
 
 
 @pytest.fixture(scope="module")
