@@ -29,7 +29,7 @@ class Vector {
   const Value& operator[](std::size_t index) const { return slots_[index]; }
 
  private:
-  std::size_t count_;
+  std::size_t count_ = 0;
   std::vector<Value> slots_;
 };
 using Dims = Vector<hsize_t>;

@@ -8,9 +8,8 @@
 
 // 1.8.6 lacks the version comparison macros.
 #ifndef H5_VERSION_GE
-#define H5_VERSION_GE(Major, Minor, Release)                                             \
-  (((H5_VERS_MAJOR == (Major)) && (H5_VERS_MINOR == (Minor)) &&                          \
-    (H5_VERS_RELEASE >= (Release))) ||                                                   \
+#define H5_VERSION_GE(Major, Minor, Release)                                                       \
+  (((H5_VERS_MAJOR == (Major)) && (H5_VERS_MINOR == (Minor)) && (H5_VERS_RELEASE >= (Release))) || \
    ((H5_VERS_MAJOR == (Major)) && (H5_VERS_MINOR > (Minor))) || (H5_VERS_MAJOR > (Major)))
 #endif
 

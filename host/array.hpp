@@ -93,8 +93,7 @@ zbArray* zbCreateString(const char* text);
 /// Numeric, logical or char, zero-filled.
 zbArray* zbCreateNumericArray(std::size_t count, const std::size_t* dimensions, zbClass type);
 /// The same without the zeros, for whoever fills it at once.
-zbArray* zbCreateUninitNumericArray(std::size_t count, const std::size_t* dimensions,
-                                    zbClass type);
+zbArray* zbCreateUninitNumericArray(std::size_t count, const std::size_t* dimensions, zbClass type);
 zbArray* zbCreateCellArray(std::size_t count, const std::size_t* dimensions);
 /// 1-by-1 when `elements` is 1, 0-by-0 when it is 0; every field starts empty.
 zbArray* zbCreateStructArray(std::size_t elements, std::size_t fields, const char* const* names);

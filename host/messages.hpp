@@ -47,14 +47,14 @@ class Message : public resource_core::BaseMsgID {
 };
 
 #define ZB_KINDS(...) Message<__VA_ARGS__>
-#define ZB_MESSAGE(Component, Key, Kinds, Text)                              \
-  namespace Component {                                                      \
-  class Key final : public ZB_KINDS Kinds {                                  \
-   public:                                                                   \
-    template <class... Parameters>                                           \
-    explicit Key(Parameters&&... parameters)                                 \
+#define ZB_MESSAGE(Component, Key, Kinds, Text)                                 \
+  namespace Component {                                                         \
+  class Key final : public ZB_KINDS Kinds {                                     \
+   public:                                                                      \
+    template <class... Parameters>                                              \
+    explicit Key(Parameters&&... parameters)                                    \
         : Message(#Component, #Key, std::forward<Parameters>(parameters)...) {} \
-  };                                                                         \
+  };                                                                            \
   }
 #include "host/message_keys.def"
 #undef ZB_MESSAGE

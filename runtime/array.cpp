@@ -41,6 +41,7 @@ void replace(zbArray*& place, zbArray* value) {
   drop(std::exchange(place, value));
 }
 
+// The fields are moved out one by one. NOLINTNEXTLINE(performance-unnecessary-value-param)
 Value makeNamed(zbClass type, std::vector<std::pair<std::string, Value>> fields) {
   Value array(newArray(type));
   const std::size_t one[] = {1, 1};
@@ -379,5 +380,8 @@ void zbDestroyArray(zbArray* array) {
   zembra::drop(array);
 }
 
+// What HDF5 allocates by itself it frees with free: the two must be one allocator.
+// NOLINTBEGIN(cppcoreguidelines-no-malloc)
 void* zbMalloc(std::size_t size) { return std::malloc(size); }
 void zbFree(void* memory) { std::free(memory); }
+// NOLINTEND(cppcoreguidelines-no-malloc)

@@ -37,7 +37,8 @@ class HostError : public std::exception {
     std::vector<ErrorRecord> stack;  // innermost first
     std::exception_ptr cause;        // what a host function threw, where that is the reason
   };
-  explicit HostError(Content content) : content_(std::make_shared<const Content>(std::move(content))) {}
+  explicit HostError(Content content)
+      : content_(std::make_shared<const Content>(std::move(content))) {}
   [[nodiscard]] const char* what() const noexcept override { return content_->text.c_str(); }
   [[nodiscard]] const Content* operator->() const { return content_.get(); }
 

@@ -32,7 +32,8 @@ std::string summary(const std::vector<ErrorRecord>& stack) {
   if (stack.empty()) return "HDF5 reported a failure without an error record.";
   const ErrorRecord& reason = stack.front();
   std::string text = reason.description;
-  if (!reason.minor.empty()) text += (text.empty() ? "" : " (") + reason.minor + (text.empty() ? "" : ")");
+  if (!reason.minor.empty())
+    text += (text.empty() ? "" : " (") + reason.minor + (text.empty() ? "" : ")");
   return stack.back().function + ": " + text;
 }
 

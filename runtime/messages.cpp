@@ -18,8 +18,8 @@ struct Count {
 std::string fill(std::string_view pattern, const std::vector<Parameter>& parameters) {
   std::string text;
   for (std::size_t i = 0; i < pattern.size(); ++i) {
-    const bool placeholder = pattern[i] == '%' && i + 1 < pattern.size() &&
-                             pattern[i + 1] >= '1' && pattern[i + 1] <= '9';
+    const bool placeholder = pattern[i] == '%' && i + 1 < pattern.size() && pattern[i + 1] >= '1' &&
+                             pattern[i + 1] <= '9';
     const auto index = placeholder ? static_cast<std::size_t>(pattern[i + 1] - '1') : 0;
     if (!placeholder || index >= parameters.size()) {
       text += pattern[i];

@@ -81,9 +81,11 @@ struct Member {
   void (*take)(Config& config, const zbArray* value);
 };
 
-#define H5GATE_MEMBER(Name, Kind)                                        \
-  {#Name, [](const Config& config) { return Kind::give(config.Name); },  \
-   [](Config& config, const zbArray* value) { Kind::take(config.Name, value); }}
+#define H5GATE_MEMBER(Name, Kind)                                       \
+  {                                                                     \
+#Name, [](const Config& config) { return Kind::give(config.Name); },  \
+   [](Config& config, const zbArray* value) { Kind::take(config.Name, value); } \
+  }
 
 constexpr Member kMembers[] = {
     H5GATE_MEMBER(version, Ignored),

@@ -13,9 +13,9 @@ using Version = AsNumber<unsigned>;
 /// have the empty text.
 void getName(zbArray** outs, const zbArray** ins) {
   const hid_t object = ObjectId::from(ins[0]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) { return H5Iget_name(object, buffer, size); },
-      kUnchecked));
+  outs[0] = makeText(
+      readText([&](char* buffer, std::size_t size) { return H5Iget_name(object, buffer, size); },
+               kUnchecked));
 }
 
 void filterAvailable(zbArray** outs, const zbArray** ins) {
@@ -30,8 +30,7 @@ constexpr Row kLibraryFunctions[] = {
     {"H5garbage_collect", wrap<H5garbage_collect, Nothing>},
     {"H5get_libversion", wrap<H5get_libversion, Outputs<Version, Version, Version>>},
     {"H5open", wrap<H5open, Nothing>},
-    {"H5set_free_list_limits",
-     wrap<H5set_free_list_limits, Nothing, Int, Int, Int, Int, Int, Int>},
+    {"H5set_free_list_limits", wrap<H5set_free_list_limits, Nothing, Int, Int, Int, Int, Int, Int>},
 
     {"H5Idec_ref", wrap<H5Idec_ref, RawNumber, ObjectId>},
     {"H5Iget_file_id", wrap<H5Iget_file_id, Identifier, ObjectId>},

@@ -161,7 +161,8 @@ void read(zbArray** outs, const zbArray** ins) {
   const TransferSpaces spaces("H5Dread", dataset, memorySpace, fileSpace);
   const OwnTransferList list = readingList(givenList);
   outs[0] = readData(type.get(), spaces.memory.get(), points, [&](void* buffer) {
-    return H5Dread(dataset, type.get(), spaces.transferred(), spaces.file.get(), list.get(), buffer);
+    return H5Dread(dataset, type.get(), spaces.transferred(), spaces.file.get(), list.get(),
+                   buffer);
   });
 }
 

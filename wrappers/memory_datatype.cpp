@@ -84,15 +84,12 @@ void checkArray(hid_t fileType, hid_t memoryType) {
 void checkMemClass(hid_t fileType, hid_t memoryType) {
   const H5T_class_t fileClass = H5Tget_class(fileType);
   switch (fileClass) {
-    case H5T_INTEGER:
-      return requireClass(memoryType, {H5T_INTEGER, H5T_FLOAT}, "H5T_INTEGER");
-    case H5T_FLOAT:
-      return requireClass(memoryType, {H5T_INTEGER, H5T_FLOAT}, "H5T_FLOAT");
+    case H5T_INTEGER: return requireClass(memoryType, {H5T_INTEGER, H5T_FLOAT}, "H5T_INTEGER");
+    case H5T_FLOAT: return requireClass(memoryType, {H5T_INTEGER, H5T_FLOAT}, "H5T_FLOAT");
     case H5T_STRING:
       requireClass(memoryType, {H5T_STRING}, "H5T_STRING");
       return checkString(fileType, memoryType);
-    case H5T_BITFIELD:
-      return requireClass(memoryType, {H5T_BITFIELD}, "H5T_BITFIELD");
+    case H5T_BITFIELD: return requireClass(memoryType, {H5T_BITFIELD}, "H5T_BITFIELD");
     case H5T_OPAQUE:
       requireClass(memoryType, {H5T_OPAQUE}, "H5T_OPAQUE");
       return checkOpaque(fileType, memoryType);
@@ -113,8 +110,7 @@ void checkMemClass(hid_t fileType, hid_t memoryType) {
     case H5T_ARRAY:
       requireClass(memoryType, {H5T_ARRAY}, "H5T_ARRAY");
       return checkArray(fileType, memoryType);
-    default:
-      raise<msg::unrecognizedLocationClass>(fileClass);
+    default: raise<msg::unrecognizedLocationClass>(fileClass);
   }
 }
 

@@ -229,8 +229,7 @@ MemoryFile::MemoryFile() {
   H5Pset_fapl_core(access.get(), 1 << 16, 0);
   static int count = 0;
   const std::string name = "memory-" + std::to_string(++count) + ".h5";
-  id_ = h5gate::identifierToHost(
-      H5Fcreate(name.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
+  id_ = h5gate::identifierToHost(H5Fcreate(name.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
 }
 
 MemoryFile::~MemoryFile() { H5Fclose(h5gate::identifierFromHost(id_)); }

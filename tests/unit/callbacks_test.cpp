@@ -210,9 +210,10 @@ TEST_P(Called, StopsAtAPositiveStatus) {
   for (const auto& [status, expected] :
        {std::pair(1.0, 1), std::pair(2.7, 2), std::pair(2147483647.9, 2147483647)}) {
     int calls = 0;
-    const Results results = runWith(GetParam(), world(), counting(calls, [&](int call) {
-                                      return Results{number(call == 2 ? status : 0), number(call)};
-                                    }));
+    const Results results =
+        runWith(GetParam(), world(), counting(calls, [&, status = status](int call) {
+                  return Results{number(call == 2 ? status : 0), number(call)};
+                }));
     EXPECT_EQ(calls, 2);
     if (!results.empty()) {
       EXPECT_EQ(numberOf(results[0]), expected);

@@ -314,9 +314,9 @@ TEST(Datatypes, AreCommittedWithEachInputAsItIsDescribed) {
   expectRaises("doubleHidtMismatch", {location}, "H5Tcommit", file, "x", true);
   expectRaises("unmatchedHidtString", {std::string("H5T_NATIVE_INT"), location}, "H5Tcommit", file,
                "x", "H5T_NATIVE_INT");
-  for (int i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i) {
     Arguments arguments = {file, "x", type, 0, 0, 0};
-    const auto place = static_cast<std::size_t>(i + 3);
+    const std::size_t place = i + 3;
     arguments[place] = "nonsense";
     auto error = failureOf("H5Tcommit", arguments);
     ASSERT_TRUE(error);

@@ -1038,9 +1038,9 @@ TEST_F(Hdf5DatasetTest, DatatypesWithoutAHostFormAreNamed) {
   };
   const Case cases[] = {{H5T_UNIX_D32LE, "H5T_TIME"}, {wide.get(), "H5T_INTEGER of 16 bytes"}};
   for (const auto& [type, name] : cases) {
-    const auto plan = [&] { HDF5Dataset(type, space.get()); };
+    const auto plan = [&, type = type] { HDF5Dataset(type, space.get()); };
     EXPECT_THAT(refusal("unsupportedDatatype", plan), HasSubstr(name));
-    const auto choose = [&] { memoryType(type); };
+    const auto choose = [type = type] { memoryType(type); };
     EXPECT_THAT(refusal("unsupportedDatatype", choose), HasSubstr(name));
     const Type nested = compoundOf({{"a", H5T_NATIVE_INT}, {"b", type}});
     const auto inside = [&] { memoryType(nested.get()); };

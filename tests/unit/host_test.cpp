@@ -244,7 +244,9 @@ TEST(Creation, MakesStructuresOfSeveralElementsOrNone) {
       }
     }
     EXPECT_EQ(zbGetField(array.get(), elements, "a"), nullptr);
-    EXPECT_EQ(complaint([&] { zbSetField(array.get(), elements, "a", zbCreateDoubleScalar(1)); }),
+    EXPECT_EQ(complaint([&, elements = elements] {
+                zbSetField(array.get(), elements, "a", zbCreateDoubleScalar(1));
+              }),
               "badField");
   }
   EXPECT_EQ(shapeOf(zembra::share(zbCreateStructArray(1, 0, nullptr))), (Shape{1, 1}));
