@@ -13,10 +13,10 @@ extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, con
   requireArgCount(nIn >= 1);
   if (zbGetClass(ins[0]) != zbClass::Char) raise<msg::firstArgNotChar>();
 
-  // On every call: HDF5 neither ends itself behind the host's back nor prints its
-  // error stack; failures reach the script as raised errors only. Neither call
-  // touches the stack of the call before.
-  H5dont_atexit();
+  // HDF5 neither ends itself behind the host's back, which it remembers once and for
+  // all, nor prints its error stack, which anybody in the process may have switched on
+  // since the last call. Neither touches the stack that the last call left.
+  [[maybe_unused]] static const herr_t keptFromExit = H5dont_atexit();
   H5Eset_auto1(nullptr, nullptr);
 
   // A name is looked up where it stands; other texts are converted by the host.

@@ -11,45 +11,41 @@ namespace {
 
 /// Recycled nodes. Arrays live on the interpreter's thread; the list is per
 /// thread so that a host with several interpreters needs no lock.
-class Pool {
- public:
-  ~Pool() {
-    closed_ = true;
-    while (first_ != nullptr) std::default_delete<zbArray>()(pop());
+constexpr std::size_t kKept = 256;
+thread_local zbArray* kept = nullptr;
+thread_local std::size_t keptCount = 0;
+
+zbArray* popKept() {
+  zbArray* array = std::exchange(kept, kept->next);
+  array->next = nullptr;
+  --keptCount;
+  return array;
+}
+
+/// Frees the list when the thread ends; what is dropped after that is not kept.
+struct Drain {
+  ~Drain() {
+    while (kept != nullptr) std::default_delete<zbArray>()(popKept());
+    keptCount = kKept;
   }
-
-  zbArray* get() {
-    if (first_ == nullptr) return std::make_unique<zbArray>().release();
-    zbArray* array = pop();
-    array->references = 1;
-    return array;
-  }
-
-  void put(zbArray* array) {
-    if (closed_ || count_ == kKept) {
-      std::default_delete<zbArray>()(array);
-      return;
-    }
-    array->next = std::exchange(first_, array);
-    ++count_;
-  }
-
- private:
-  static constexpr std::size_t kKept = 256;
-
-  zbArray* pop() {
-    zbArray* array = std::exchange(first_, first_->next);
-    array->next = nullptr;
-    --count_;
-    return array;
-  }
-
-  zbArray* first_ = nullptr;
-  std::size_t count_ = 0;
-  bool closed_ = false;
 };
 
-thread_local Pool pool;
+zbArray* newNode() {
+  if (kept == nullptr) return std::make_unique<zbArray>().release();
+  zbArray* array = popKept();
+  array->references = 1;
+  return array;
+}
+
+void keepNode(zbArray* array) {
+  static thread_local const Drain drain;
+  if (keptCount == kKept) {
+    std::default_delete<zbArray>()(array);
+    return;
+  }
+  array->next = std::exchange(kept, array);
+  ++keptCount;
+}
 
 /// Back to the state of a fresh node; gives up everything that it owned.
 void clear(zbArray* array) {
@@ -66,7 +62,7 @@ void clear(zbArray* array) {
 }  // namespace
 
 zbArray* newArray(zbClass type) {
-  zbArray* array = pool.get();
+  zbArray* array = newNode();
   array->type = type;
   array->rank = 2;
   array->shortShape = {0, 0};
@@ -110,7 +106,7 @@ void allocateData(zbArray* array) {
 void drop(zbArray* array) {
   if (array == nullptr || --array->references > 0) return;
   clear(array);
-  pool.put(array);
+  keepNode(array);
 }
 
 Composite::~Composite() {
