@@ -1,7 +1,6 @@
 """Attributes that other people's software wrote read as h5py reads them; attributes
 that zembra writes, h5py and h5dump read the same."""
 
-import subprocess
 
 import h5py
 import numpy as np
@@ -9,6 +8,7 @@ import pytest
 
 import zembra
 from compare import assert_same_or_empty, follower, h5py_read_attribute
+from reader import h5dump
 from test_data import IN_PARTS, NESTED, WRITTEN, closing, pytest_generate_tests, space_of
 from zembra import h5
 
@@ -232,9 +232,7 @@ PRINTED = {
 
 @pytest.mark.parametrize("name", PRINTED)
 def test_h5dump_reads_what_was_written(written, name):
-    printed = subprocess.run(
-        ["h5dump", "-a", f"/{name}", written], capture_output=True, check=True
-    ).stdout.decode()
+    printed = h5dump("-a", f"/{name}", written)
     for line in PRINTED[name]:
         assert line in printed, printed
 

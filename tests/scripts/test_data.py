@@ -1,7 +1,6 @@
 """Datasets that other people's software wrote read as h5py reads them; datasets
 that zembra writes, h5py and h5dump read the same."""
 
-import subprocess
 from contextlib import contextmanager
 from pathlib import Path
 
@@ -10,6 +9,7 @@ import numpy as np
 import pytest
 
 from compare import assert_same_or_empty, follower, h5py_read
+from reader import h5dump
 from zembra import LibraryError, h5
 
 # Files of several parts, opened through their drivers: see test_properties.py.
@@ -252,8 +252,7 @@ def test_zembra_reads_back_what_was_written(written):
     ("null", ["DATASPACE  NULL"]),
 ])
 def test_h5dump_reads_what_was_written(written, name, lines):
-    printed = subprocess.run(["h5dump", "-d", f"/{name}", written], capture_output=True,
-                             check=True).stdout.decode()
+    printed = h5dump("-d", f"/{name}", written)
     for line in lines:
         assert line in printed, printed
 

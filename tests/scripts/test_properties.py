@@ -11,6 +11,7 @@ import pytest
 
 import zembra
 from compare import assert_same, h5py_read
+from reader import h5dump
 from test_data import datasets_of, read
 from zembra import h5
 
@@ -41,11 +42,9 @@ def write(file, name, values, creation="H5P_DEFAULT", datatype="H5T_IEEE_F64LE")
             h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", values)
 
 
-def h5dump(*arguments):
+def dump(*arguments):
     """What h5dump prints, in one line."""
-    output = subprocess.run(["h5dump", *map(str, arguments)], check=True, capture_output=True,
-                            text=True).stdout
-    return " ".join(output.split())
+    return " ".join(h5dump(*arguments).split())
 
 
 # --- What datasets are created with -----------------------------------------------------
@@ -113,7 +112,7 @@ def test_h5dump_and_h5py_see_what_was_set(path, make_list, prepare):
     with create_file(path) as file:
         write(file, "values", values, creation, "H5T_STD_I32LE")
     printed, seen = STORAGE[prepare]
-    dumped = h5dump("-p", "-H", path)
+    dumped = dump("-p", "-H", path)
     for words in printed:
         assert words in dumped
     with h5py.File(path) as file:
@@ -206,7 +205,7 @@ def test_external_files_hold_the_raw_data(tmp_path, path, make_list, monkeypatch
         assert file["values"].external == [("first.raw", 16, 400),
                                            ("second.raw", 0, h5py.h5f.UNLIMITED)]
         assert np.array_equal(file["values"][()], values)
-    assert "FILENAME first.raw SIZE 400 OFFSET 16 FILENAME second.raw" in h5dump("-p", "-H", path)
+    assert "FILENAME first.raw SIZE 400 OFFSET 16 FILENAME second.raw" in dump("-p", "-H", path)
     raw = Path("first.raw").read_bytes()[16:] + Path("second.raw").read_bytes()
     assert np.array_equal(np.frombuffer(raw), values)
 
@@ -254,7 +253,7 @@ def test_h5py_and_h5dump_read_a_family(tmp_path, make_list):
     assert len(list(tmp_path.glob("part*.h5"))) > 3
     with h5py.File(path, "r", driver="family", memb_size=4096) as file:
         assert np.array_equal(file["values"][()], values)
-    assert "( 2000 )" in h5dump("-H", "-f", "family", path)
+    assert "( 2000 )" in dump("-H", "-f", "family", path)
 
 
 def test_h5py_and_h5dump_read_a_split_file(tmp_path, make_list):
@@ -268,7 +267,7 @@ def test_h5py_and_h5dump_read_a_split_file(tmp_path, make_list):
     theirs = h5py_list()
     theirs.set_fapl_split(b"-m.h5", h5py_list(), b"-r.h5", h5py_list())
     assert_reads_alike(path, access, theirs)
-    assert "( 2000 )" in h5dump("-H", "-f", "split", path)
+    assert "( 2000 )" in dump("-H", "-f", "split", path)
 
 
 def test_multi_properties_come_as_python_values(make_list):
@@ -345,7 +344,7 @@ def test_h5py_and_h5dump_find_the_scales(path):
         assert [dimension.label for dimension in file["data"].dims] == ["along", "across"]
         assert list(file["data"].dims[0].keys()) == ["R", ""]
         assert np.array_equal(file["data"].dims[1]["C"][()], np.arange(4.0))
-    dumped = h5dump("-A", path)
+    dumped = dump("-A", path)
     assert '(0): "along", "across"' in dumped
     assert '"DIMENSION_SCALE"' in dumped
 
