@@ -74,7 +74,8 @@ def _assert_texts(ours, theirs, text, shape):
                     for item in np.ravel(np.asarray(theirs, dtype=object))]
         assert [item.encode(errors="surrogateescape") for item in _items(ours, shape)] == expected
     elif shape == ():
-        assert ours.encode(errors="surrogateescape").rstrip(PADDING) == bytes(theirs).rstrip(PADDING)
+        mine = ours.encode(errors="surrogateescape")
+        assert mine.rstrip(PADDING) == bytes(theirs).rstrip(PADDING)
     else:
         assert ours.shape == shape
         assert np.array_equal(np.char.rstrip(ours, PADDING), np.char.rstrip(theirs, PADDING))
