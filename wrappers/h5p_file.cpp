@@ -140,9 +140,9 @@ struct MemberTables {
     for (const hid_t id : list) requireMemberList(id);
   }
 
-  Members<H5FD_mem_t> map;
-  Members<hid_t> list;
-  Members<haddr_t> address;
+  Members<H5FD_mem_t> map{};
+  Members<hid_t> list{};
+  Members<haddr_t> address{};
   Members<const char*> namePointer{};
 
  private:
@@ -151,6 +151,7 @@ struct MemberTables {
 
 /// The driver is written as a user's: its texts come from the C library.
 struct Free {
+  // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
   void operator()(char* text) const { std::free(text); }
 };
 using MallocedText = std::unique_ptr<char, Free>;
