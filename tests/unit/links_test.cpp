@@ -17,7 +17,6 @@ using Texts = std::vector<Parameter>;
 constexpr double kNoIdentifier = 99;
 constexpr double kTwoTo64 = 18446744073709551616.0;
 const char* const kDefault = "H5P_DEFAULT";
-const std::string kNoneRan = "Failed before callback function could be called";
 
 double exists(const Argument& location, const char* name) {
   return callNumber("H5Lexists", location, name, kDefault);
@@ -239,39 +238,6 @@ TEST(Links, OfSomebodysOwnClassHaveNoText) {
 
 // --- Iterating and visiting
 // ------------------------------------------------------------------------------
-
-/// What all four functions have in common: how each is called on a file's root.
-struct Walk {
-  const char* name;
-  const char* key;
-  std::string reportWithoutCallback;
-  bool hasPosition;
-  bool byName;
-
-  /// The results of the call, with the group's name only where it is asked for.
-  [[nodiscard]] Arguments arguments(const Argument& location, const char* group, const Value& f,
-                                    const Value& data) const {
-    Arguments all = {location};
-    if (byName) all.emplace_back(group);
-    all.insert(all.end(), {"H5_INDEX_NAME", "H5_ITER_INC"});
-    if (hasPosition) all.emplace_back(0);
-    all.insert(all.end(), {f, data});
-    if (byName) all.emplace_back(kDefault);
-    return all;
-  }
-  [[nodiscard]] Results run(const Argument& location, const Value& f, const Value& data = empty(),
-                            int nOut = 5) const {
-    return callWith(nOut, name, arguments(location, "/", f, data));
-  }
-  void expectFailure(const Argument& location, const char* group, const Value& f,
-                     const std::string& report) const {
-    const auto error = failureOf(name, arguments(location, group, f, empty()));
-    if (!error) return;
-    EXPECT_EQ((*error)->key, key);
-    EXPECT_EQ((*error)->parameters, Texts{report});
-    EXPECT_FALSE((*error)->libraryFailure);
-  }
-};
 
 class LinkWalk : public testing::TestWithParam<Walk> {
  protected:

@@ -15,7 +15,6 @@ using Texts = std::vector<Parameter>;
 
 constexpr double kNoIdentifier = 99;
 const char* const kDefault = "H5P_DEFAULT";
-const std::string kNoneRan = "Failed before callback function could be called";
 
 TEST(Objects, CallTheirInputsByTheirNames) {
   const MemoryFile file;
@@ -176,35 +175,7 @@ TEST(Objects, TellAllAboutThemselves) {
 // --- Visits
 // ----------------------------------------------------------------------------------------
 
-/// Both functions, each called on the root of a file.
-struct Visit {
-  const char* name;
-  const char* key;
-  bool byName;
-
-  [[nodiscard]] Arguments arguments(const Argument& location, const char* object, const Value& f,
-                                    const Value& data) const {
-    Arguments all = {location};
-    if (byName) all.emplace_back(object);
-    all.insert(all.end(), {"H5_INDEX_NAME", "H5_ITER_INC", f, data});
-    if (byName) all.emplace_back(kDefault);
-    return all;
-  }
-  [[nodiscard]] Results run(const Argument& location, const Value& f, const Value& data = empty(),
-                            int nOut = 5) const {
-    return callWith(nOut, name, arguments(location, "/", f, data));
-  }
-  void expectFailure(const Argument& location, const char* object, const Value& f,
-                     const std::string& report) const {
-    const auto error = failureOf(name, arguments(location, object, f, empty()));
-    if (!error) return;
-    EXPECT_EQ((*error)->key, key);
-    EXPECT_EQ((*error)->parameters, Texts{report});
-    EXPECT_FALSE((*error)->libraryFailure);
-  }
-};
-
-class ObjectVisit : public testing::TestWithParam<Visit> {
+class ObjectVisit : public testing::TestWithParam<Walk> {
  protected:
   ObjectVisit() {
     for (const char* path : {"b", "a", "a/x"}) makeGroup(file_, path);
@@ -214,8 +185,9 @@ class ObjectVisit : public testing::TestWithParam<Visit> {
 };
 
 INSTANTIATE_TEST_SUITE_P(, ObjectVisit,
-                         testing::Values(Visit{"H5Ovisit", "visitFailure", false},
-                                         Visit{"H5Ovisit_by_name", "visitByNameFailure", true}),
+                         testing::Values(Walk{"H5Ovisit", "visitFailure", kNoneRan, false, false},
+                                         Walk{"H5Ovisit_by_name", "visitByNameFailure", kNoneRan,
+                                              false, true}),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(ObjectVisit, CallsTheFunctionForEachObject) {

@@ -80,4 +80,41 @@ inline Value throwAtCall(int n, std::string report, int* calls = nullptr) {
   });
 }
 
+/// What is reported where no host function had its turn; H5Literate reports nothing.
+inline const std::string kNoneRan = "Failed before callback function could be called";
+
+/// One of the functions that iterate over or visit links or objects: how it is called
+/// on a file's root, and what it raises.
+struct Walk {
+  const char* name;
+  const char* key;
+  std::string reportWithoutCallback;
+  bool hasPosition;
+  bool byName;
+
+  /// The inputs of the call, with the name only where one is asked for.
+  [[nodiscard]] Arguments arguments(const Argument& location, const char* group, const Value& f,
+                                    const Value& data) const {
+    Arguments all = {location};
+    if (byName) all.emplace_back(group);
+    all.insert(all.end(), {"H5_INDEX_NAME", "H5_ITER_INC"});
+    if (hasPosition) all.emplace_back(0);
+    all.insert(all.end(), {f, data});
+    if (byName) all.emplace_back("H5P_DEFAULT");
+    return all;
+  }
+  [[nodiscard]] Results run(const Argument& location, const Value& f, const Value& data = empty(),
+                            int nOut = 5) const {
+    return callWith(nOut, name, arguments(location, "/", f, data));
+  }
+  void expectFailure(const Argument& location, const char* group, const Value& f,
+                     const std::string& report) const {
+    const auto error = failureOf(name, arguments(location, group, f, empty()));
+    if (!error) return;
+    EXPECT_EQ((*error)->key, key);
+    EXPECT_EQ((*error)->parameters, std::vector<Parameter>{report});
+    EXPECT_FALSE((*error)->libraryFailure);
+  }
+};
+
 }  // namespace h5test
