@@ -12,7 +12,6 @@
 #include <array>
 #include <cstdint>
 #include <exception>
-#include <initializer_list>
 #include <span>
 #include <string>
 #include <utility>
@@ -57,14 +56,6 @@ class CallbackContext {
     return status;
   }
 };
-
-/// The results of an iteration: the first always, the others as far as asked for.
-inline void storeRequested(int nOut, zbArray** outs, std::initializer_list<zbArray*> results) {
-  int stored = 0;
-  for (zbArray* result : results) {
-    if (stored == 0 || stored < nOut) outs[stored++] = result;
-  }
-}
 
 // --- How a C argument becomes a host array -----------------------------------------
 

@@ -1,5 +1,4 @@
 // H5, H5I, H5Z: the library, identifiers, filters.
-#include "convert/two_calls.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -8,15 +7,6 @@ namespace {
 
 using ObjectId = Id<"object identifier">;
 using Version = AsNumber<unsigned>;
-
-/// Fails without a word: an identifier without a name and one that is none both
-/// have the empty text.
-void getName(zbArray** outs, const zbArray** ins) {
-  const hid_t object = ObjectId::from(ins[0]);
-  outs[0] = makeText(
-      readText([&](char* buffer, std::size_t size) { return H5Iget_name(object, buffer, size); },
-               kUnchecked));
-}
 
 void filterAvailable(zbArray** outs, const zbArray** ins) {
   const htri_t available = H5Zfilter_avail(getEnumArg<FilterId>(ins[0]));
@@ -34,7 +24,7 @@ constexpr Row kLibraryFunctions[] = {
 
     {"H5Idec_ref", wrap<H5Idec_ref, RawNumber, ObjectId>},
     {"H5Iget_file_id", wrap<H5Iget_file_id, Identifier, ObjectId>},
-    {"H5Iget_name", rule<1, getName>},
+    {"H5Iget_name", wrap<H5Iget_name, RawText, ObjectId>},
     {"H5Iget_ref", wrap<H5Iget_ref, RawNumber, ObjectId>},
     {"H5Iget_type", wrap<H5Iget_type, Number, ObjectId>},
     {"H5Iinc_ref", wrap<H5Iinc_ref, RawNumber, ObjectId>},

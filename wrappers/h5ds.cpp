@@ -1,7 +1,6 @@
 // H5DS: dimension scales. What fails in HDF5 is told by the name of the function, not
 // by the error stack. Dimensions are HDF5's: counted from 0, the slowest-varying first.
 #include "convert/callbacks.hpp"
-#include "convert/two_calls.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -42,22 +41,6 @@ void setScale(zbArray** /*outs*/, const zbArray** ins) {
   kSucceeded<"H5DSset_scale">(H5DSset_scale(scale, named ? name.data() : nullptr));
 }
 
-void getLabel(zbArray** outs, const zbArray** ins) {
-  const hid_t dataset = DatasetId::from(ins[0]);
-  const unsigned dimension = Dimension::from(ins[1]);
-  outs[0] = makeText(
-      readText([&](char* buffer,
-                   std::size_t size) { return H5DSget_label(dataset, dimension, buffer, size); },
-               kSucceeded<"H5DSget_label">));
-}
-
-void getScaleName(zbArray** outs, const zbArray** ins) {
-  const hid_t scale = DatasetId::from(ins[0]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) { return H5DSget_scale_name(scale, buffer, size); },
-      kSucceeded<"H5DSget_scale_name">));
-}
-
 void iterateScales(int nOut, zbArray** outs, const zbArray** ins) {
   const hid_t dataset = DatasetId::from(ins[0]);
   const unsigned dimension = Dimension::from(ins[1]);
@@ -83,10 +66,12 @@ constexpr Row kDimensionScaleFunctions[] = {
      wrap<H5DSattach_scale, Done<"H5DSattach_scale">, DatasetId, ScaleId, Dimension>},
     {"H5DSdetach_scale",
      wrap<H5DSdetach_scale, Done<"H5DSdetach_scale">, DatasetId, ScaleId, Dimension>},
-    {"H5DSget_label", rule<2, getLabel>},
+    {"H5DSget_label",
+     wrap<H5DSget_label, TextBy<kSucceeded<"H5DSget_label">>, DatasetId, Dimension>},
     {"H5DSget_num_scales",
      wrap<H5DSget_num_scales, Count<"H5DSget_num_scales">, DatasetId, Dimension>},
-    {"H5DSget_scale_name", rule<1, getScaleName>},
+    {"H5DSget_scale_name",
+     wrap<H5DSget_scale_name, TextBy<kSucceeded<"H5DSget_scale_name">>, DatasetId>},
     {"H5DSis_scale", wrap<H5DSis_scale, Count<"H5DSis_scale">, DatasetId>},
     {"H5DSiterate_scales", rule<5, iterateScales>},
     {"H5DSset_label", wrap<H5DSset_label, Done<"H5DSset_label">, DatasetId, Dimension, Name>},

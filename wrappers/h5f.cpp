@@ -1,13 +1,13 @@
 // H5F: files.
 #include <algorithm>
-#include <array>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
-#include "convert/two_calls.hpp"
 #include "wrappers/cache_config.hpp"
+#include "wrappers/name_format.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -58,14 +58,6 @@ struct ObjectKinds {
   }
 };
 
-/// Fails without a word, as H5Iget_name does.
-void getName(zbArray** outs, const zbArray** ins) {
-  const hid_t object = ObjectId::from(ins[0]);
-  outs[0] = makeText(
-      readText([&](char* buffer, std::size_t size) { return H5Fget_name(object, buffer, size); },
-               kUnchecked));
-}
-
 using FileInfo = hdf5::FileInfo;
 
 constexpr Field<FileInfo> kMessagesInfo[] = {
@@ -96,40 +88,21 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
   // A script's maximum may be anything; there are no more than HDF5 counts.
   const ssize_t open = checked(H5Fget_obj_count(file, kinds));
   const auto room = static_cast<std::size_t>(std::clamp<ssize_t>(wanted, 0, open));
-  std::vector<hid_t> ids(room + 1);
+  std::vector<hid_t> ids(room);
   // HDF5 reads a maximum of 0 as no limit: none wanted is not a question for it.
   const ssize_t count = room == 0 ? 0 : checked(H5Fget_obj_ids(file, kinds, room, ids.data()));
-  const std::size_t shape[] = {static_cast<std::size_t>(count), 1};
-  zbArray* column = zbCreateUninitNumericArray(2, shape, zbClass::Double);
-  std::transform(ids.begin(), ids.begin() + count, static_cast<double*>(zbGetWritableData(column)),
-                 identifierToHost);
+  ids.resize(static_cast<std::size_t>(count));
   outs[0] = zbCreateDoubleScalar(static_cast<double>(count));
-  outs[1] = column;
+  outs[1] = makeColumn(ids, identifierToHost);
 }
 
 // --- Creating and opening --------------------------------------------------------
 
 /// The family driver prints a member's number into its name, with the file's name as
-/// the format: one whole number may stand there and nothing else of that kind.
-bool isFamilyName(std::string_view name) {
-  int places = 0;
-  for (std::size_t at = name.find('%'); at != std::string_view::npos; at = name.find('%', at)) {
-    const std::size_t kind = name.find_first_not_of("0123456789", at + 1);
-    if (kind == std::string_view::npos || kind - at > 3) return false;
-    if (name[kind] != '%') {
-      if (name[kind] != 'd' && name[kind] != 'u') return false;
-      ++places;
-    } else if (kind != at + 1) {
-      return false;
-    }
-    at = kind + 1;
-  }
-  return places <= 1;
-}
-
+/// the format.
 void requireName(const char* function, const char* name, hid_t accessList) {
   if (accessList == H5P_DEFAULT || H5Pget_driver(accessList) != H5FD_FAMILY) return;
-  if (!isFamilyName(name)) {
+  if (!isNameFormat(name, "du", 2)) {
     raiseRefusal(function, "the name of a family of files is no format with one %d");
   }
 }
@@ -161,7 +134,7 @@ constexpr Row kFileFunctions[] = {
      wrap<H5Fget_mdc_size,
           Outputs<AsSize<std::size_t>, AsSize<std::size_t>, AsSize<std::size_t>, AsNumber<int>>,
           FileId>},
-    {"H5Fget_name", rule<1, getName>},
+    {"H5Fget_name", wrap<H5Fget_name, RawText, ObjectId>},
     {"H5Fget_obj_count", wrap<H5Fget_obj_count, RawNumber, FileId, ObjectKinds>},
     {"H5Fget_obj_ids", rule<3, getObjectIds>},
     {"H5Fis_hdf5", wrap<H5Fis_hdf5, RawNumber, FileName>},

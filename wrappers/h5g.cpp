@@ -57,17 +57,6 @@ void getLinkValue(zbArray** outs, const zbArray** ins) {
   }));
 }
 
-/// Fails without a word: where there is no member, there is no name.
-void getMemberName(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const hsize_t index = getSizeArg(ins[1]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) {
-        return H5Gget_objname_by_idx(location, index, buffer, size);
-      },
-      kUnchecked));
-}
-
 // --- Information records -------------------------------------------------------------
 
 constexpr Field<H5G_info_t> kGroupInfo[] = {
@@ -149,7 +138,7 @@ constexpr Row kGroupFunctions[] = {
     {"H5Gget_linkval", rule<2, getLinkValue>},
     {"H5Gget_num_objs", wrap<H5Gget_num_objs, Outputs<AsSize<hsize_t>>, LocationId>},
     {"H5Gget_objinfo", rule<3, getObjectStatus>},
-    {"H5Gget_objname_by_idx", rule<2, getMemberName>},
+    {"H5Gget_objname_by_idx", wrap<H5Gget_objname_by_idx, RawText, LocationId, Size>},
     {"H5Gget_objtype_by_idx", wrap<H5Gget_objtype_by_idx, RawNumber, LocationId, Size>},
     {"H5Giterate", rule<4, iterate>},
     {"H5Glink2",

@@ -17,13 +17,6 @@ using Order = Enum<H5_iter_order_t>;
 
 // --- Comments ---------------------------------------------------------------------------
 
-void getComment(zbArray** outs, const zbArray** ins) {
-  const hid_t object = ObjectId::from(ins[0]);
-  outs[0] = makeText(
-      readText([&](char* buffer, std::size_t size) { return H5Oget_comment(object, buffer, size); },
-               kChecked));
-}
-
 void getCommentByName(zbArray** outs, const zbArray** ins) {
   const hid_t location = LocationId::from(ins[0]);
   const std::string name = Text<"location name">::from(ins[1]);
@@ -127,7 +120,7 @@ constexpr Row kObjectFunctions[] = {
     {"H5Ocopy", wrap<H5Ocopy, Nothing, Id<"source object identifier">, Text<"source name">,
                      Id<"destination object identifier">, Text<"destination name">,
                      Id<"object copy property list">, CreationList>},
-    {"H5Oget_comment", rule<1, getComment>},
+    {"H5Oget_comment", wrap<H5Oget_comment, CheckedText, ObjectId>},
     {"H5Oget_comment_by_name", rule<3, getCommentByName>},
     {"H5Oget_info", rule<1, getInfo>},
     {"H5Olink", wrap<H5Olink, Nothing, ObjectId, Id<"new location identifier">, Text<"new name">,

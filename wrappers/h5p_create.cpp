@@ -3,7 +3,7 @@
 #include <array>
 #include <vector>
 
-#include "convert/callbacks.hpp"
+#include "convert/integer_class.hpp"
 #include "hdf5/handle.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "wrappers/row.hpp"
@@ -120,14 +120,6 @@ void getFilterById(zbArray** outs, const zbArray** ins) {
 }
 
 // --- Fill values --------------------------------------------------------------------
-
-zbClass integerClass(std::size_t size, bool isSigned) {
-  if (size == 1) return isSigned ? zbClass::Int8 : zbClass::UInt8;
-  if (size == 2) return isSigned ? zbClass::Int16 : zbClass::UInt16;
-  if (size <= 4) return isSigned ? zbClass::Int32 : zbClass::UInt32;
-  if (size <= 8) return isSigned ? zbClass::Int64 : zbClass::UInt64;
-  return zbClass::Unknown;
-}
 
 /// The class of the values of a memory datatype; Unknown, which no value is of, where
 /// the host has none.

@@ -8,6 +8,7 @@
 
 #include "hdf5/handle.hpp"
 #include "wrappers/cache_config.hpp"
+#include "wrappers/name_format.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -75,18 +76,10 @@ hdf5::PropertyList defaultAccess() {
   return hdf5::PropertyList(checked(H5Pcreate(H5P_FILE_ACCESS)));
 }
 
-/// HDF5 prints the file's name into a member's, with the member's name as the format:
-/// one %s may stand there and nothing else of that kind.
+/// HDF5 prints the file's name into a member's, with the member's name as the format.
 void requireMemberName(const char* function, const std::string& name) {
   constexpr std::size_t kLongest = 1000;  // HDF5 has room for 1024
-  int places = 0;
-  bool fits = name.size() <= kLongest;
-  for (auto at = name.find('%'); at != std::string::npos; at = name.find('%', at + 2)) {
-    const std::string format = name.substr(at, 2);
-    if (format == "%s") ++places;
-    fits = fits && (format == "%s" || format == "%%");
-  }
-  if (!fits || places > 1) {
+  if (name.size() > kLongest || !isNameFormat(name, "s", 0)) {
     raiseRefusal(function, "a member's name is too long or is no format with at most one %s");
   }
 }

@@ -1,6 +1,5 @@
 // H5R: references. A host reference is the reference's bytes as HDF5 writes them,
 // a uint8 array of whatever shape.
-#include "convert/two_calls.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -53,20 +52,11 @@ struct Dereferenced {
   }
 };
 
-struct Name {
-  template <class Call, class... Arguments>
-  static void run(zbArray** outs, Call call, Arguments... arguments) {
-    outs[0] = makeText(
-        readText([&](char* buffer, std::size_t size) { return call(arguments..., buffer, size); },
-                 kChecked));
-  }
-};
-
 constexpr Row kReferenceFunctions[] = {
     // name                      start from             call              gives
     {"H5Rcreate", rule<4, create>},
     {"H5Rdereference", rule<3, follow<"object identifier", hdf5::dereference, Dereferenced>>},
-    {"H5Rget_name", rule<3, follow<"location identifier", H5Rget_name, Name>>},
+    {"H5Rget_name", rule<3, follow<"location identifier", H5Rget_name, CheckedText>>},
     {"H5Rget_obj_type", rule<3, follow<"location identifier", H5Rget_obj_type1, RawNumber>>},
     {"H5Rget_region", rule<3, follow<"dataset identifier", H5Rget_region, Identifier>>},
 };

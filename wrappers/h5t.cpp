@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "convert/integer_class.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -95,15 +96,6 @@ std::size_t memberOffset(hid_t type, unsigned index) {
 
 // --- Values of enumerations ------------------------------------------------------
 
-/// The class in which a script sees values of so many bytes.
-zbClass enumValueClass(std::size_t size, bool isSigned) {
-  if (size <= 1) return isSigned ? zbClass::Int8 : zbClass::UInt8;
-  if (size <= 2) return isSigned ? zbClass::Int16 : zbClass::UInt16;
-  if (size <= 4) return isSigned ? zbClass::Int32 : zbClass::UInt32;
-  if (size <= 8) return isSigned ? zbClass::Int64 : zbClass::UInt64;
-  return zbClass::Unknown;  // which the host refuses to make
-}
-
 bool hasSign(hid_t type) { return H5Tget_sign(type) != H5T_SGN_NONE; }
 
 /// Room for a value of so many bytes, and for every number that a script can see.
@@ -113,7 +105,7 @@ ValueBytes roomFor(std::size_t size) { return ValueBytes(std::max(size, sizeof(s
 /// The first `size` bytes as a script sees them.
 zbArray* makeEnumValue(std::size_t size, bool isSigned, const ValueBytes& bytes) {
   const std::size_t one[] = {1, 1};
-  zbArray* value = zbCreateNumericArray(2, one, enumValueClass(size, isSigned));
+  zbArray* value = zbCreateNumericArray(2, one, integerClass(size, isSigned));
   std::memcpy(zbGetWritableData(value), bytes.data(), zbGetElementSize(value));
   return value;
 }
@@ -154,11 +146,13 @@ std::int64_t getEnumValueArg(const zbArray* array) {
 /// value in place.
 class ValueConversion {
  public:
-  /// Of an enumeration: the bases of other datatypes may be of any size.
+  /// Of an enumeration only: the bases of other datatypes may be of any size, and hold
+  /// pointers.
   explicit ValueConversion(hid_t type)
       : base_(H5Tget_class(type) == H5T_ENUM ? H5Tget_super(type) : H5I_INVALID_HID),
         native_(H5Tget_native_type(base_.get(), H5T_DIR_ASCEND)) {}
 
+  [[nodiscard]] bool possible() const { return base_.valid(); }
   [[nodiscard]] std::size_t nativeSize() const { return H5Tget_size(native_.get()); }
   /// What holds a value before and after.
   [[nodiscard]] ValueBytes buffer() const {
@@ -193,9 +187,8 @@ void enumInsert(zbArray** /*outs*/, const zbArray** ins) {
   const ValueConversion conversion(type);
   ValueBytes value = conversion.buffer();
   storeLow(number, conversion.nativeSize(), value.data());
-  // Only numbers can be converted blindly: what is no enumeration may have a base of
-  // pointers. HDF5 refuses it below.
-  if (H5Tget_class(type) == H5T_ENUM) checked(conversion.toBase(value.data()));
+  // What is no enumeration HDF5 refuses below.
+  if (conversion.possible()) checked(conversion.toBase(value.data()));
   checked(H5Tenum_insert(type, name.c_str(), value.data()));
 }
 

@@ -7,6 +7,7 @@
 // byCount<Form<...>, Form<...>>; a function with rules of its own is rule<3, handler>.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "convert/identifiers.hpp"
 #include "convert/numbers.hpp"
 #include "convert/text.hpp"
+#include "convert/two_calls.hpp"
 #include "gateway/handler.hpp"
 #include "hdf5/handle.hpp"
 
@@ -198,6 +200,20 @@ struct AllocatedText {
   }
 };
 
+/// A text of unknown length, read into a trailing buffer and size; `Check` is the rule
+/// for the lengths that HDF5 answers.
+template <const auto& Check>
+struct TextBy {
+  template <class Call, class... Arguments>
+  static void run(zbArray** outs, Call call, Arguments... arguments) {
+    outs[0] = makeText(readText(
+        [&](char* buffer, std::size_t size) { return call(arguments..., buffer, size); }, Check));
+  }
+};
+using CheckedText = TextBy<kChecked>;
+/// What fails has the empty text, as what has none.
+using RawText = TextBy<kUnchecked>;
+
 /// What an HDF5 function stores through its trailing pointers, one output each; a
 /// negative status raises. Each output is As<its C type>.
 template <class Value>
@@ -224,6 +240,15 @@ struct Outputs {
     std::apply([&](auto&... value) { ((*outs++ = Results::make(value)), ...); }, values);
   }
 };
+
+/// Results of a handler with rules of its own: the first always, the others as far as
+/// they are asked for.
+inline void storeRequested(int nOut, zbArray** outs, std::initializer_list<zbArray*> results) {
+  int stored = 0;
+  for (zbArray* result : results) {
+    if (stored == 0 || stored < nOut) outs[stored++] = result;
+  }
+}
 
 // --- Rows -------------------------------------------------------------------------
 
