@@ -10,8 +10,8 @@
 namespace h5gate {
 
 /// `read(buffer, size)` gives the length without the NUL, or a negative value, and
-/// fills at most `size` bytes. `check` sees both answers: pass `checked`, or
-/// `unchecked` where a failure just means no text.
+/// fills at most `size` bytes. `check` sees both answers: pass `kChecked`, or
+/// `kUnchecked` where a failure just means no text.
 template <class Read, class Check>
 std::string readText(Read read, Check check) {
   const auto length = check(read(static_cast<char*>(nullptr), std::size_t{0}));
