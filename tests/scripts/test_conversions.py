@@ -27,10 +27,10 @@ def echo_libraries(tmp_path_factory):
     if compiler is None:
         pytest.skip("the echo gateway is compiled here, and there is no g++")
     folder = tmp_path_factory.mktemp("lib")
-    host = shutil.copy(loaded("libzembra.so"), folder)
+    host = shutil.copy(loaded("libzembra.so.1"), folder)
     subprocess.run(
         [compiler, "-std=c++20", "-shared", "-fPIC", "-I", ROOT, HERE / "echo/echo_gateway.cpp",
-         host, "-o", folder / "libh5gate.so"],
+         host, "-o", folder / "libh5gate.so.1"],
         check=True,
     )
     return folder
