@@ -2,6 +2,7 @@
 
 import os
 import re
+from concurrent.futures import ThreadPoolExecutor
 
 import h5py
 import numpy as np
@@ -35,7 +36,7 @@ def by_pkgconfig(pkgconfig, tmp_path_factory):
     """A folder with both examples, built by make and pkg-config."""
     folder = tmp_path_factory.mktemp("make")
     makefile = ROOT / "tests/install/pkgconfig.mk"
-    output("make", "-f", makefile, f"SOURCES={EXAMPLES}", cwd=folder, env=pkgconfig)
+    output("make", "-j2", "-f", makefile, f"SOURCES={EXAMPLES}", cwd=folder, env=pkgconfig)
     for name in ("own_host", "embedded_host"):
         (folder / name).rename(folder / f"{name}.run")
     return folder
@@ -113,7 +114,11 @@ def test_every_header_stands_alone(prefix, pkgconfig, tmp_path):
     headers = sorted(str(path.relative_to(folder)) for path in folder.glob("**/*.hpp"))
     assert {header.split("/")[0] for header in headers} == {"host", "runtime"}
     flags = output("pkg-config", "--cflags", "h5gate", env=pkgconfig).split()
-    for header in headers:
-        source = tmp_path / "header.cpp"
+
+    def compile_alone(header):
+        source = tmp_path / header.replace("/", "_").replace(".hpp", ".cpp")
         source.write_text(f'#include "{header}"\n#include "{header}"\n')
-        output(os.environ.get("CXX", "g++"), "-std=c++20", "-fsyntax-only", *flags, source)
+        return output(os.environ.get("CXX", "g++"), "-std=c++20", "-fsyntax-only", *flags, source)
+
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        assert list(pool.map(compile_alone, headers)) == [""] * len(headers)
