@@ -13,7 +13,7 @@
 PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
-PYTEST := $(PYTHON) -m pytest tests/scripts
+PYTEST := $(PYTHON) -m pytest tests/scripts tests/tools
 
 .PHONY: setup build demo test bench sanitize fuzz lint format install clean
 
@@ -70,15 +70,17 @@ fuzz: setup
 
 lint:
 	@tools/setup.sh lint
-	cmake --preset release $(CMAKE_ARGS)
-	tools/lint.sh build
+	cmake --preset lint $(CMAKE_ARGS)
+	cmake --build --preset lint
+	tools/lint.sh build-lint
 
 format:
 	@tools/setup.sh lint
 	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
+	git ls-files '*.py' '*.pyi' | xargs black --quiet
 
 install: build
 	cmake --install build --prefix $(PREFIX)
 
 clean:
-	rm -rf build build-debug build-sanitize
+	rm -rf build build-debug build-sanitize build-lint

@@ -10,7 +10,7 @@ packages=(
   python3 python3-dev python3-numpy python3-h5py python3-pytest python3-scipy pybind11-dev
 )
 if [ "${1:-}" = lint ]; then
-  packages+=(git clang-format clang-tidy)
+  packages+=(git clang-format clang-tidy black flake8 mypy shellcheck)
 fi
 
 if ! command -v dpkg-query > /dev/null; then
