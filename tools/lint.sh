@@ -15,17 +15,19 @@ mapfile -d '' shell < <(files | xargs -0 awk '
 failed=0
 check() {
   echo "--- $1"
+  shift
   "$@" || failed=1
 }
 
-check clang-format --dry-run -Werror "${cpp[@]}"
-check black --quiet --diff --check "${python[@]}"
-check flake8 "${python[@]}"
-check mypy --strict python/zembra
-check mypy bench examples tests/scripts tests/tools tools
-check shellcheck "${shell[@]}"
-check tools/check_layers.py
-check awk 'FNR == 601 { print FILENAME ": has over 600 lines"; found = 1 } END { exit found }' \
+check 'C++ format' clang-format --dry-run -Werror "${cpp[@]}"
+check 'Python format' black --quiet --diff --check "${python[@]}"
+check 'Python style' flake8 "${python[@]}"
+check 'types of the package' mypy --strict python/zembra
+check 'types of the scripts' mypy bench examples tests/scripts tests/tools tools
+check 'shell scripts' shellcheck "${shell[@]}"
+check layers tools/check_layers.py
+check 'lengths of tests' \
+  awk 'FNR == 601 { print FILENAME ": has over 600 lines"; found = 1 } END { exit found }' \
   "${tests[@]}"
-check tools/tidy.py build-lint
+check clang-tidy tools/tidy.py build-lint
 exit $failed
