@@ -27,7 +27,8 @@ from pathlib import Path
 from typing import NamedTuple
 
 _HEADLINE = re.compile(
-    r"(?P<file>/[^:\n]+):(?P<line>\d+):\d+: (?:error|warning): .*\[(?P<checks>[^]]+)\]"
+    r"^(?P<file>/[^:\n]+):(?P<line>\d+):\d+: (?:error|warning): .*\[(?P<checks>[^]]+)\]$",
+    re.MULTILINE,
 )
 _NOLINT = re.compile(r"NOLINT(?P<kind>NEXTLINE|BEGIN|END|)(?:\((?P<checks>[^)]*)\))?")
 
