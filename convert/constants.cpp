@@ -8,9 +8,9 @@
 #include <string>
 
 #include "convert/enumerations.hpp"
+#include "convert/failure.hpp"
 #include "convert/identifier_codec.hpp"
 #include "convert/name_table.hpp"
-#include "gateway/failure.hpp"
 #include "hdf5/compat.hpp"
 
 namespace h5gate {
