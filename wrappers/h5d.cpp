@@ -92,8 +92,9 @@ void requireElements(const zbArray* array, hssize_t elements, hid_t type, const 
   if (elements > 0 && bytes / size < static_cast<std::size_t>(elements)) {
     raiseRefusal("H5Dfill", tooShort);
   }
-  if (hdf5::holdsPointers(type))
+  if (hdf5::holdsPointers(type)) {
     raiseRefusal("H5Dfill", "an array cannot hold variable-length data");
+  }
 }
 
 void fill(Inputs ins, Results& outs) {
