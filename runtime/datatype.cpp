@@ -1,7 +1,6 @@
 #include "runtime/datatype.hpp"
 
-#include <memory>
-
+#include "hdf5/allocated_text.hpp"
 #include "runtime/host_error.hpp"
 
 namespace zembra {
@@ -43,8 +42,7 @@ hdf5::Type copyDatatype(hid_t type) { return hdf5::Type(succeeded(H5Tcopy(type))
 unsigned memberCount(hid_t type) { return static_cast<unsigned>(succeeded(H5Tget_nmembers(type))); }
 
 std::string memberName(hid_t type, unsigned index) {
-  const std::unique_ptr<char, void (*)(void*)> name(H5Tget_member_name(type, index),
-                                                    hdf5::freeText);
+  const hdf5::AllocatedText name(H5Tget_member_name(type, index));
   if (!name) KVH5libraryError();
   return name.get();
 }
