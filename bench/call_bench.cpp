@@ -18,6 +18,7 @@
 #include "hdf5/handle.hpp"
 #include "runtime/array.hpp"
 #include "runtime/call.hpp"
+#include "runtime/gateway_loader.hpp"
 
 namespace {
 

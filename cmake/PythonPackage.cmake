@@ -1,18 +1,20 @@
-# The importable package: build/python/zembra, and PREFIX/lib/python3/dist-packages
-# once installed. Its extension module finds libzembra relative to itself.
+# The importable package: build/python/zembra, and where the interpreter looks once
+# installed. Its extension module finds libzembra relative to itself.
 set(package_dir "${PROJECT_BINARY_DIR}/python/zembra")
-set(package_install_dir lib/python3/dist-packages/zembra)
+set(package_install_dir "${h5gate_python}/zembra")
 
 file(GLOB module_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/python/*.cpp")
 Python3_add_library(_zembra MODULE WITH_SOABI ${module_sources})
+set(to_libraries "/${h5gate_libdir}")
+cmake_path(RELATIVE_PATH to_libraries BASE_DIRECTORY "/${package_install_dir}")
 set_target_properties(_zembra PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
-  INSTALL_RPATH "$ORIGIN/../../..")
+  INSTALL_RPATH "$ORIGIN/${to_libraries}")
 target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
 add_dependencies(_zembra h5gate)  # loaded at run time
-install(TARGETS _zembra LIBRARY DESTINATION ${package_install_dir})
+install(TARGETS _zembra LIBRARY DESTINATION "${package_install_dir}" COMPONENT python)
 
 file(GLOB_RECURSE package_files CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/python/zembra"
      "${PROJECT_SOURCE_DIR}/python/zembra/*")
@@ -28,8 +30,13 @@ foreach(file IN LISTS package_files)
   list(APPEND package_copies "${package_dir}/${file}")
   cmake_path(GET file PARENT_PATH folder)
   install(FILES "${PROJECT_SOURCE_DIR}/python/zembra/${file}"
-          DESTINATION "${package_install_dir}/${folder}")
+          DESTINATION "${package_install_dir}/${folder}" COMPONENT python)
 endforeach()
+
+# The version stands in CMakeLists.txt.
+file(CONFIGURE OUTPUT "${package_dir}/_version.py" CONTENT "__version__ = \"@PROJECT_VERSION@\"\n"
+     @ONLY)
+install(FILES "${package_dir}/_version.py" DESTINATION "${package_install_dir}" COMPONENT python)
 
 # The type stubs of zembra.h5 are made from the reference.
 set(stub_maker "${PROJECT_SOURCE_DIR}/tools/make_stubs.py")
@@ -40,6 +47,16 @@ add_custom_command(
   DEPENDS "${stub_maker}" "${reference_folder}/reference.txt" "${reference_folder}/_reference.py"
   VERBATIM)
 list(APPEND package_copies "${package_dir}/h5.pyi")
-install(FILES "${package_dir}/h5.pyi" DESTINATION "${package_install_dir}")
+install(FILES "${package_dir}/h5.pyi" DESTINATION "${package_install_dir}" COMPONENT python)
 
 add_custom_target(zembra_package ALL DEPENDS ${package_copies})
+
+# Where the interpreter does not look by itself, it has to be told.
+install(CODE "
+  set(folder \"\${CMAKE_INSTALL_PREFIX}/${h5gate_python}\")
+  set(looked_at \"${python_looks_in}\")
+  list(FIND looked_at \"\${folder}\" place)
+  if(NOT \"\$ENV{DESTDIR}\" AND place EQUAL -1)
+    message(\"For ${Python3_EXECUTABLE} to find the package:\")
+    message(\"export PYTHONPATH=\${folder}\")
+  endif()" COMPONENT python)

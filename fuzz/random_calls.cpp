@@ -22,6 +22,7 @@
 
 #include "runtime/array.hpp"
 #include "runtime/call.hpp"
+#include "runtime/gateway_loader.hpp"
 #include "runtime/host_error.hpp"
 
 namespace {

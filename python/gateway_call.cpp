@@ -10,6 +10,7 @@
 #include "python/text.hpp"
 #include "python/to_host.hpp"
 #include "runtime/call.hpp"
+#include "runtime/gateway_loader.hpp"
 
 namespace zembra::python {
 namespace {

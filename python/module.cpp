@@ -7,7 +7,7 @@
 #define ZEMBRA_IMPORTS_NUMPY
 #include "python/numpy.hpp"
 #include "python/package.hpp"
-#include "runtime/call.hpp"
+#include "runtime/gateway_loader.hpp"
 
 namespace {
 

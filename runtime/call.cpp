@@ -1,15 +1,9 @@
 #include "runtime/call.hpp"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <stdexcept>
 #include <string_view>
 
-#include "hdf5/compat.hpp"
-#include "host/hdf5_dataset.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
 
@@ -85,26 +79,6 @@ std::exception_ptr runAndRemember(int nOut, zbArray** outs, int nIn, zbArray** i
   return failure;
 }
 
-std::string besideThisLibrary(const char* name) {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<const void*>(&loadGateway), &info) == 0) return name;
-  const std::string_view path = info.dli_fname;
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? name : std::string(path.substr(0, slash + 1)) + name;
-}
-
-zbExtensionFunction* openGateway() {
-  void* library = dlopen(besideThisLibrary("libh5gate.so").c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) library = dlopen("libh5gate.so", RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) throw std::runtime_error(dlerror());
-  auto* function = reinterpret_cast<zbExtensionFunction*>(dlsym(library, "zebFunction"));
-  if (function == nullptr) throw std::runtime_error(dlerror());
-  // The gateway switches HDF5's own exit handler off, and another user of HDF5 in
-  // the process may have done so before the library was opened.
-  std::atexit([] { H5close(); });
-  return function;
-}
-
 }  // namespace
 
 void setPendingCause(std::exception_ptr cause) { pendingCause = std::move(cause); }
@@ -122,11 +96,6 @@ std::vector<Value> callExtension(zbExtensionFunction* function, int nOut,
     results.push_back(CallScope::take(out));
   }
   return results;
-}
-
-zbExtensionFunction* loadGateway() {
-  static zbExtensionFunction* const function = openGateway();
-  return function;
 }
 
 }  // namespace zembra

@@ -29,9 +29,4 @@ inline constexpr int kResultSlots = 8;
 std::vector<Value> callExtension(zbExtensionFunction* function, int nOut,
                                  std::span<const zbArray* const> ins);
 
-/// The gateway's entry point: libh5gate.so from beside this library, or wherever
-/// the loader finds it; loaded once. From then on what a script forgot to close
-/// is written when the process ends in the ordinary way.
-zbExtensionFunction* loadGateway();
-
 }  // namespace zembra

@@ -1,17 +1,22 @@
 #!/bin/bash
-# Installs the Debian packages that building and testing need, if any is missing.
-#   tools/setup.sh          to build, test, demonstrate, measure
+# Installs the Debian packages that are missing.
+#   tools/setup.sh          to build, install and demonstrate
+#   tools/setup.sh test     to test as well
+#   tools/setup.sh bench    to measure as well
 #   tools/setup.sh lint     to lint and format as well
 set -eu
 
 packages=(
-  build-essential g++ cmake ninja-build
-  libhdf5-dev hdf5-tools libboost-dev libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-dev python3-numpy python3-h5py python3-pytest python3-scipy pybind11-dev
+  g++ make cmake ninja-build libhdf5-dev
+  python3 python3-dev python3-numpy pybind11-dev
 )
-if [ "${1:-}" = lint ]; then
-  packages+=(git clang-format clang-tidy black flake8 mypy shellcheck)
-fi
+# What is checked and measured against, and what the static checks have to read.
+tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest python3-scipy)
+case "${1:-}" in
+  test) packages+=("${tested[@]}") ;;
+  bench) packages+=(libbenchmark-dev python3-h5py) ;;
+  lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck) ;;
+esac
 
 if ! command -v dpkg-query > /dev/null; then
   echo "This is not a Debian system; what is needed goes by these names there: ${packages[*]}" >&2

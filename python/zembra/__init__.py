@@ -14,6 +14,7 @@ ordinary way.
 from ._errors import Error, ErrorRecord, GatewayWarning, LibraryError
 from ._id import Id
 from ._records import records
+from ._version import __version__
 from ._zembra import call
 from . import h5
 

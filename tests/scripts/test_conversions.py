@@ -27,8 +27,8 @@ def echo_libraries(tmp_path_factory):
     if compiler is None:
         pytest.skip("the echo gateway is compiled here, and there is no g++")
     folder = tmp_path_factory.mktemp("lib")
-    host = shutil.copy(loaded("libzembra.so"), folder)
-    options = ["-std=c++20", "-shared", "-fPIC", "-I", ROOT, "-o", folder / "libh5gate.so"]
+    host = shutil.copy(loaded("libzembra.so.1"), folder)
+    options = ["-std=c++20", "-shared", "-fPIC", "-I", ROOT, "-o", folder / "libh5gate.so.1"]
     subprocess.run([compiler, *options, HERE / "echo/echo_gateway.cpp", host], check=True)
     return folder
 

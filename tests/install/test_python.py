@@ -1,0 +1,48 @@
+"""The package as the interpreter finds it once installed."""
+
+import os
+import re
+import site
+import sys
+
+import pytest
+
+from conftest import BUILD, ROOT, configured, output
+
+IMPORT = "import zembra; print(zembra.__file__, zembra.__version__)"
+
+
+def project_version():
+    text = (ROOT / "CMakeLists.txt").read_text()
+    return re.search(r"project\(h5gate VERSION (\S+)", text).group(1)
+
+
+def test_the_line_that_installing_prints_is_all_it_takes(installation):
+    prefix, printed = installation
+    (line,) = [line for line in printed.splitlines() if line.startswith("export ")]
+    environment = {key: value for key, value in os.environ.items() if key != "PYTHONPATH"}
+    text = output("sh", "-c", f"{line}; {sys.executable} -c '{IMPORT}'", env=environment, cwd="/")
+    file, version = text.split()
+    assert file.startswith(str(prefix)) and version == project_version()
+
+
+def test_the_default_prefix_takes_nothing(tmp_path):
+    """Installed where the interpreter looks, without a line to set."""
+    prefix = configured("CMAKE_INSTALL_PREFIX")
+    if prefix != "/usr/local":
+        pytest.skip(f"this build is to be installed into {prefix}")
+    printed = output("cmake", "--install", BUILD, env=dict(os.environ, DESTDIR=str(tmp_path)))
+    assert "export" not in printed
+    (package,) = tmp_path.glob("**/zembra/__init__.py")
+    assert "/" + str(package.parents[1].relative_to(tmp_path)) in site.getsitepackages()
+
+
+def test_everything_of_the_package_is_installed(prefix):
+    (package,) = prefix.glob("**/zembra")
+    built = BUILD / "python/zembra"
+
+    def files(folder):
+        found = (path for path in folder.glob("**/*") if "__pycache__" not in path.parts)
+        return {path.relative_to(folder) for path in found}
+
+    assert files(package) == files(built)
