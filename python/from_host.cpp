@@ -11,6 +11,7 @@
 #include "python/numpy.hpp"
 #include "python/package.hpp"
 #include "python/text.hpp"
+#include "runtime/array_class.hpp"
 
 namespace zembra::python {
 namespace {

@@ -9,14 +9,11 @@
 #include <string_view>
 
 #include "hdf5/compat.hpp"
-#include "host/hdf5_dataset.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
 
 namespace zembra {
 namespace {
-
-thread_local std::exception_ptr pendingCause;
 
 /// One line, without NULs: "basic" report of what a host function threw.
 std::string report(const std::exception_ptr& exception) {
@@ -63,7 +60,7 @@ std::exception_ptr run(int nOut, zbArray** outs, int nIn, zbArray** ins,
     const std::span<zbArray* const> inputs(ins, static_cast<std::size_t>(std::max(nIn, 0)));
     if (function == "feval") {
       fillSlots(nOut, outs, feval(nOut, inputs));
-      pendingCause = nullptr;
+      setPendingCause(nullptr);
       return nullptr;
     }
     if (function == "getReport" && !inputs.empty() && inputs[0]->composite &&
@@ -81,7 +78,7 @@ std::exception_ptr run(int nOut, zbArray** outs, int nIn, zbArray** ins,
 std::exception_ptr runAndRemember(int nOut, zbArray** outs, int nIn, zbArray** ins,
                                   std::string_view function) noexcept {
   std::exception_ptr failure = run(nOut, outs, nIn, ins, function);
-  if (failure && function == "feval") pendingCause = failure;
+  if (failure && function == "feval") setPendingCause(failure);
   return failure;
 }
 
@@ -106,9 +103,6 @@ zbExtensionFunction* openGateway() {
 }
 
 }  // namespace
-
-void setPendingCause(std::exception_ptr cause) { pendingCause = std::move(cause); }
-std::exception_ptr takePendingCause() { return std::exchange(pendingCause, nullptr); }
 
 std::vector<Value> callExtension(zbExtensionFunction* function, int nOut,
                                  std::span<const zbArray* const> ins) {

@@ -32,9 +32,11 @@ struct DatatypePlan {
 
   // Leaves: data that lie packed in the host's arrays as they do in the buffer.
   zbClass hostClass = zbClass::Unknown;
-  char padding = '\0';             // of fixed texts
-  hdf5::Type foreign;              // valid where bytes need HDF5's conversion, from or to
-  hid_t native = H5I_INVALID_HID;  // this one, which nobody closes
+  char padding = '\0';  // of fixed texts
+
+  // Numbers and codes: what HDF5 converts where they are not the same in the buffer.
+  hid_t hostType = H5I_INVALID_HID;  // in the host's arrays; HDF5's own, nobody closes it
+  hdf5::Type bufferType;             // in the buffer; valid where that is another
 
   std::vector<Member> members;         // compounds
   std::unique_ptr<DatatypePlan> base;  // sequences and arrays
@@ -44,6 +46,8 @@ struct DatatypePlan {
   [[nodiscard]] bool leaf() const { return kind <= Kind::Bytes; }
   /// A leaf whose elements are whole strings of bytes.
   [[nodiscard]] bool wide() const { return kind == Kind::FixedText || kind == Kind::Bytes; }
+  /// HDF5 has to convert between buffer and array.
+  [[nodiscard]] bool needsConversion() const { return bufferType.valid(); }
   /// Bytes of one element before or after conversion, whichever is more.
   [[nodiscard]] std::size_t widest() const;
   [[nodiscard]] std::string describe() const;
@@ -57,8 +61,5 @@ struct DatatypePlan::Member {
 
 /// Raises a host error for a datatype that has no host form.
 DatatypePlan planDatatype(hid_t memoryType);
-
-/// a * b, or a host error: a buffer of that size does not fit in memory.
-std::size_t checkedProduct(std::size_t a, std::size_t b);
 
 }  // namespace zembra
