@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "python/errors.hpp"
 #include "python/numpy.hpp"
-#include "python/package.hpp"
-#include "python/text.hpp"
+#include "python/package_classes.hpp"
+#include "python/unconvertible.hpp"
+#include "python/utf8.hpp"
 #include "runtime/array_class.hpp"
 
 namespace zembra::python {
@@ -75,10 +75,6 @@ int typeNumber(zbClass type) {
     case zbClass::UInt64: return NPY_UINT64;
     default: return NPY_FLOAT64;
   }
-}
-
-PyArrayObject* asArray(const py::object& object) {
-  return reinterpret_cast<PyArrayObject*>(object.ptr());
 }
 
 /// `itemSize` counts for strings only.
