@@ -16,7 +16,7 @@
 namespace zembra::python {
 namespace {
 
-/// Below this, copying costs less than an object that shares.
+/// Up to here, copying the data costs less than an object that shares them.
 constexpr std::size_t kFewBytes = 512;
 
 // --- Shapes -------------------------------------------------------------------
@@ -45,8 +45,8 @@ Extent reversed(const zbArray* array, std::size_t first, std::size_t end) {
   return extent;
 }
 
-/// The shape that HDF5 knows; where there is none, vectors and empty arrays are
-/// one-dimensional and a matrix turns as data do: one row a point, one row a block.
+/// The shape that HDF5 knows. Where there is none, vectors and empty arrays have one
+/// dimension, and a matrix is turned as data are: a list of points has a point in each row.
 Extent extentOf(const zbArray* array) {
   if (array->naturalRank >= 0) {
     return reversed(array, 0, static_cast<std::size_t>(array->naturalRank));

@@ -20,7 +20,7 @@ namespace zembra {
 class Callable;
 class CallScope;
 
-/// The foreign object that an array was made from or merely carries: an embedder
+/// The embedder's object that an array was made from or merely carries: the embedder
 /// gets back the very object that it passed in. Owned: released exactly once.
 class Origin {
  public:

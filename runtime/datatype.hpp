@@ -1,5 +1,5 @@
-// Questions to HDF5 datatypes. Every answer is a good one: what HDF5 cannot answer
-// is raised as its own error, what has no host form as a host error.
+// Questions to HDF5 datatypes, whose answers need no checking: where HDF5 has none, its
+// error is raised, and a host error for a datatype that has no form in the host.
 #pragma once
 
 #include <string>
