@@ -9,8 +9,8 @@
 namespace zembra {
 namespace {
 
-// The fields are moved out one by one. NOLINTNEXTLINE(performance-unnecessary-value-param)
-Value makeNamed(zbClass type, std::vector<std::pair<std::string, Value>> fields) {
+/// 1-by-1; takes the fields or properties over.
+Value makeNamed(zbClass type, std::vector<std::pair<std::string, Value>>&& fields) {
   Value array(newArray(type));
   setShape(array.get(), std::array<std::size_t, 2>{1, 1});
   Composite& content = compositeOf(array.get());

@@ -12,7 +12,7 @@
 namespace zembra {
 
 /// Lays arrays out as memory datatypes ask, and owns what that takes: texts,
-/// sequences, converted copies. Where an array already lies right, it is pointed to.
+/// sequences, converted copies. An array that has the layout already is used as it is.
 class Buffers {
  public:
   /// `count` elements of the array in the datatype's layout; never null. Valid while
