@@ -1,9 +1,10 @@
 // The host's converter between arrays and HDF5 memory buffers.
 #pragma once
 
+#include <hdf5.h>
+
 #include <memory>
 
-#include "hdf5/compat.hpp"
 #include "host/array.hpp"
 
 /// One transfer: bound to a memory datatype and a memory dataspace, neither of

@@ -1,5 +1,6 @@
 #include "runtime/datatype.hpp"
 
+#include "hdf5/allocated_text.hpp"
 #include "host/library_error.hpp"
 #include "host/numeric_class.hpp"
 #include "runtime/host_error.hpp"

@@ -2,16 +2,14 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
-#include <utility>
-
-#include "gateway/failure.hpp"
 
 namespace h5gate {
 
 /// `read(buffer, size)` gives the length without the NUL, or a negative value, and
-/// fills at most `size` bytes. `check` sees both answers: pass `kChecked`, or
-/// `kUnchecked` where a failure just means no text.
+/// fills at most `size` bytes. `check` sees both answers and hands on those that are
+/// no failure to it; a negative one that it lets pass means no text.
 template <class Read, class Check>
 std::string readText(Read read, Check check) {
   const auto length = check(read(static_cast<char*>(nullptr), std::size_t{0}));
@@ -22,8 +20,5 @@ std::string readText(Read read, Check check) {
   text.resize(std::min(text.find('\0'), text.size()));
   return text;
 }
-
-inline constexpr auto kChecked = [](auto length) { return checked(length); };
-inline constexpr auto kUnchecked = [](auto length) { return length; };
 
 }  // namespace h5gate

@@ -1,8 +1,8 @@
 // Which memory datatype a transfer uses: named, given and checked, or chosen.
 #pragma once
 
+#include "convert/failure.hpp"
 #include "convert/identifiers.hpp"
-#include "gateway/failure.hpp"
 #include "hdf5/handle.hpp"
 #include "host/array.hpp"
 

@@ -1,10 +1,11 @@
-#include "wrappers/memory_datatype.hpp"
+#include "wrappers/transfer_datatype.hpp"
 
 #include <algorithm>
 #include <array>
 #include <string>
 
 #include "convert/text.hpp"
+#include "hdf5/allocated_text.hpp"
 #include "host/hdf5_dataset.hpp"
 
 namespace h5gate {

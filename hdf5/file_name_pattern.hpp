@@ -1,14 +1,16 @@
-// File names that drivers take for print formats: HDF5 hands them to the C library as
-// they stand.
+// File names that drivers take for print patterns: HDF5 hands them to the C library as
+// they stand, to print a member's number or the file's name into them.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
-namespace h5gate {
+namespace hdf5 {
 
 /// Whether a name holds one conversion at most, of these kinds and of a width of so
 /// many digits at most, and nothing else of that kind; "%%" stands for a per cent sign.
-constexpr bool isNameFormat(std::string_view name, std::string_view kinds, std::size_t digits) {
+constexpr bool isFileNamePattern(std::string_view name, std::string_view kinds,
+                                 std::size_t digits) {
   int places = 0;
   for (std::size_t at = name.find('%'); at != std::string_view::npos; at = name.find('%', at)) {
     const std::size_t kind = name.find_first_not_of("0123456789", at + 1);
@@ -21,4 +23,4 @@ constexpr bool isNameFormat(std::string_view name, std::string_view kinds, std::
   return places <= 1;
 }
 
-}  // namespace h5gate
+}  // namespace hdf5

@@ -3,23 +3,19 @@
 
 #include <utility>
 
+#include "host/library_error.hpp"
 #include "host/messages.hpp"
 
 namespace h5gate {
 
 namespace msg = Zembra::fmtio::h5gate;
 
+using Zembra::checked;
+
 /// raise<msg::notString>("file name"): does not return.
 template <class Message, class... Parameters>
 [[noreturn]] void raise(Parameters&&... parameters) {
   zbErrMsgId(Message(std::forward<Parameters>(parameters)...));
-}
-
-/// Status rule of nearly every HDF5 call: a negative value raises its error stack.
-template <class Status>
-Status checked(Status status) {
-  if (status < 0) KVH5libraryError();
-  return status;
 }
 
 /// What HDF5 itself should refuse and, in some release, does not: pushes a record

@@ -1,4 +1,4 @@
-#include "gateway/failure.hpp"
+#include "convert/failure.hpp"
 
 #include "hdf5/compat.hpp"
 
