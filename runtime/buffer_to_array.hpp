@@ -1,4 +1,4 @@
-// HDF5 buffer -> host array.
+// What HDF5 has filled a buffer with, as a host array.
 #pragma once
 
 #include "runtime/array.hpp"

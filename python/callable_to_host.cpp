@@ -1,23 +1,27 @@
-#include "python/callback.hpp"
+#include "python/callable_to_host.hpp"
 
-#include <algorithm>
 #include <memory>
 #include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "python/errors.hpp"
 #include "python/from_host.hpp"
-#include "python/to_host.hpp"
+#include "python/held_object.hpp"
+#include "python/python_exception.hpp"
+#include "python/raise_in_python.hpp"
+#include "python/unconvertible.hpp"
 #include "runtime/call.hpp"
 
 namespace zembra::python {
 namespace {
 
+using ToHost = Value (*)(PyObject*);
+
 class PythonCallable : public Callable {
  public:
-  explicit PythonCallable(PyObject* callable) : callable_(callable, releaseObject) {
+  PythonCallable(PyObject* callable, ToHost toHost)
+      : callable_(callable, releaseObject), toHost_(toHost) {
     Py_INCREF(callable);
   }
 
@@ -39,26 +43,27 @@ class PythonCallable : public Callable {
  private:
   /// A status, or a status and the user data to go on with. A function that is asked
   /// for a status alone may return nothing: the iteration goes on.
-  static std::vector<Value> results(int outputs, PyObject* answer) {
+  [[nodiscard]] std::vector<Value> results(int outputs, PyObject* answer) const {
     if (outputs == 1) {
       if (answer == Py_None) return {};
-      return {toHost(answer)};
+      return {toHost_(answer)};
     }
     if (!(PyTuple_Check(answer) || PyList_Check(answer)) || PySequence_Fast_GET_SIZE(answer) != 2) {
       throw Unconvertible(PyExc_TypeError, "a pair (status, user_data) is needed, not " +
                                                std::string(py::repr(answer)));
     }
-    return {toHost(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr()),
+    return {toHost_(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr()),
             carry(PySequence_Fast_GET_ITEM(answer, 1))};
   }
 
   std::shared_ptr<void> callable_;
+  ToHost toHost_;
 };
 
 }  // namespace
 
-Value makeCallback(PyObject* callable) {
-  return makeFunction(std::make_shared<PythonCallable>(callable));
+Value fromCallable(PyObject* callable, ToHost toHost) {
+  return makeFunction(std::make_shared<PythonCallable>(callable, toHost));
 }
 
 }  // namespace zembra::python

@@ -1,4 +1,4 @@
-#include "python/package.hpp"
+#include "python/package_classes.hpp"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "python/function.hpp"
+#include "python/gateway_function.hpp"
 
 #include <structmember.h>
 
@@ -8,9 +8,8 @@
 #include <span>
 #include <string_view>
 
-#include "python/errors.hpp"
 #include "python/gateway_call.hpp"
-#include "python/text.hpp"
+#include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
 
 namespace zembra::python {

@@ -1,8 +1,10 @@
-#include "runtime/gather.hpp"
+#include "runtime/buffer_to_array.hpp"
 
+#include <cstring>
 #include <limits>
 
-#include "runtime/datatype.hpp"
+#include "host/library_error.hpp"
+#include "runtime/memory_block.hpp"
 
 namespace zembra {
 namespace {
@@ -10,11 +12,13 @@ namespace {
 using Kind = DatatypePlan::Kind;
 using Source = Strided<const std::byte>;
 
+/// The extent of the base elements of arrays: each array's own dimensions vary fastest.
 Shape within(const Shape& dimensions, Shape extent) {
   extent.insert(extent.begin(), dimensions.begin(), dimensions.end());
   return extent;
 }
 
+/// The array, which from now on remembers the rank of the extent that it came from.
 Value withNaturalRank(Value array, const Shape& extent) {
   constexpr auto kLimit = std::numeric_limits<decltype(zbArray::naturalRank)>::max();
   if (extent.size() <= static_cast<std::size_t>(kLimit)) {
@@ -31,9 +35,9 @@ std::size_t elementsOf(const Shape& extent) {
 
 /// Elements packed in a block of `widest()` bytes each.
 Value adoptLeaf(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent) {
-  if (plan.foreign.valid()) {
-    succeeded(H5Tconvert(plan.foreign.get(), plan.native, elementsOf(extent), block.get(), nullptr,
-                         H5P_DEFAULT));
+  if (plan.needsConversion()) {
+    Zembra::checked(H5Tconvert(plan.bufferType.get(), plan.hostType, elementsOf(extent),
+                               block.get(), nullptr, H5P_DEFAULT));
   }
   if (plan.wide()) extent.insert(extent.begin(), plan.size);
   void* data = block.get();
@@ -41,7 +45,7 @@ Value adoptLeaf(const DatatypePlan& plan, std::shared_ptr<void> block, Shape ext
 }
 
 Value gatherLeaf(const DatatypePlan& plan, const Source& from, Shape extent) {
-  if (!plan.foreign.valid() && from.packed(plan.size)) {
+  if (!plan.needsConversion() && from.packed(plan.size)) {
     if (plan.wide()) extent.insert(extent.begin(), plan.size);
     return withNaturalRank(makeNumeric(plan.hostClass, extent, from.first()), extent);
   }

@@ -1,4 +1,4 @@
-#include "python/text.hpp"
+#include "python/utf8.hpp"
 
 namespace zembra::python {
 

@@ -1,16 +1,16 @@
-#include "runtime/array_pool.hpp"
+#include "runtime/array_node.hpp"
 
 #include <algorithm>
-#include <limits>
-#include <new>
 
+#include "runtime/array_class.hpp"
 #include "runtime/host_error.hpp"
+#include "runtime/memory_block.hpp"
 
 namespace zembra {
 namespace {
 
-/// Recycled nodes. Arrays live on the interpreter's thread; the list is per
-/// thread so that a host with several interpreters needs no lock.
+/// Recycled nodes. An array lives on one thread, and so does this list: a host with
+/// several interpreters needs no lock.
 constexpr std::size_t kKept = 256;
 thread_local zbArray* kept = nullptr;
 thread_local std::size_t keptCount = 0;
@@ -47,7 +47,7 @@ void keepNode(zbArray* array) {
   ++keptCount;
 }
 
-/// Back to the state of a fresh node; gives up everything that it owned.
+/// Gives up everything that the array owned. What newArray() sets may stay.
 void clear(zbArray* array) {
   array->complex = false;
   array->sparse = false;
@@ -70,24 +70,28 @@ zbArray* newArray(zbClass type) {
   return array;
 }
 
-void setShape(zbArray* array, std::size_t rank, const std::size_t* dimensions) {
-  std::size_t elements = 1;
-  for (std::size_t i = 0; i < rank; ++i) {
-    if (__builtin_mul_overflow(elements, dimensions[i], &elements)) {
-      raiseHostError("tooLarge", "An array of that shape has more elements than memory can hold.");
-    }
+void drop(zbArray* array) {
+  if (array == nullptr || --array->references > 0) return;
+  clear(array);
+  keepNode(array);
+}
+
+void setShape(zbArray* array, std::span<const std::size_t> shape) {
+  const std::optional<std::size_t> elements = countElements(shape);
+  if (!elements) {
+    raiseHostError("tooLarge", "An array of that shape has more elements than memory can hold.");
   }
-  const std::size_t kept = std::max<std::size_t>(rank, 2);
-  if (kept > 2) {
-    auto shape = std::make_unique<std::size_t[]>(kept);
-    std::copy_n(dimensions, rank, shape.get());
-    array->longShape = std::move(shape);
+  const std::size_t rank = shape.size();
+  if (rank > 2) {
+    auto dimensions = std::make_unique<std::size_t[]>(rank);
+    std::copy(shape.begin(), shape.end(), dimensions.get());
+    array->longShape = std::move(dimensions);
   } else {
     array->longShape.reset();
-    array->shortShape = {rank > 0 ? dimensions[0] : 1, rank > 1 ? dimensions[1] : 1};
+    array->shortShape = {rank > 0 ? shape[0] : 1, rank > 1 ? shape[1] : 1};
   }
-  array->rank = kept;
-  array->elements = elements;
+  array->rank = std::max<std::size_t>(rank, 2);
+  array->elements = *elements;
 }
 
 void allocateData(zbArray* array) {
@@ -95,27 +99,29 @@ void allocateData(zbArray* array) {
   if (__builtin_mul_overflow(array->elements, elementSize(array->type), &bytes)) {
     raiseHostError("tooLarge", "The array " + describe(array) + " does not fit in memory.");
   }
-  if (bytes <= array->scalar.size()) {
-    array->data = bytes == 0 ? nullptr : array->scalar.data();
+  if (bytes <= array->small.size()) {
+    array->data = bytes == 0 ? nullptr : array->small.data();
   } else {
     array->owner = allocateBlock(bytes);
     array->data = array->owner.get();
   }
 }
 
-void drop(zbArray* array) {
-  if (array == nullptr || --array->references > 0) return;
-  clear(array);
-  keepNode(array);
-}
-
 Composite::~Composite() {
   for (zbArray* value : values) drop(value);
 }
 
-Value share(zbArray* array) {
-  if (array != nullptr) ++array->references;
-  return Value(array);
+Composite& compositeOf(zbArray* array) {
+  if (!array->composite) array->composite = std::make_unique<Composite>();
+  return *array->composite;
+}
+
+std::string describe(const zbArray* array) {
+  std::string text = zbGetClassName(array);
+  for (std::size_t i = 0; i < array->rank; ++i) {
+    text += (i == 0 ? " " : "-by-") + std::to_string(array->shape()[i]);
+  }
+  return text;
 }
 
 }  // namespace zembra

@@ -1,12 +1,10 @@
-// Failures on their way between Python and C++: a Python exception that travels
-// through the gateway, a value that has no host form, and the Python exception
-// that a failed call ends in.
+// Python exceptions that travel through the gateway as C++ ones.
 #pragma once
 
 #include <exception>
 #include <memory>
-#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "python/python.hpp"
 
@@ -37,22 +35,8 @@ class PythonException : public std::exception {
   std::shared_ptr<const Raised> raised_;  // copying must not throw
 };
 
-/// A Python value that has no host form.
-class Unconvertible : public std::runtime_error {
- public:
-  Unconvertible(PyObject* type, const std::string& reason)
-      : std::runtime_error(reason), type_(type) {}
-  /// The built-in exception class that says it best.
-  [[nodiscard]] PyObject* type() const { return type_; }
-
- private:
-  PyObject* type_;
-};
-
-/// Inside a catch block: makes the C++ exception in flight Python's pending one.
-void raiseInPython() noexcept;
-
-/// From now on the host's warnings go through Python's `warnings`.
-void routeWarnings();
+/// Where the cause is a Python exception: makes it the __cause__ of the other, so that the
+/// traceback shows what happened in the script's callback.
+void setCause(const py::object& exception, const std::exception_ptr& cause);
 
 }  // namespace zembra::python

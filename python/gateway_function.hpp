@@ -1,6 +1,6 @@
 // The type behind every name in `zembra.h5`: a callable with the gateway
-// function's name bound. It speaks the vectorcall protocol itself, because a call
-// must cost no more than the HDF5 function deserves.
+// function's name bound. It takes its arguments by the vectorcall protocol, the fastest
+// there is: most HDF5 functions take no longer than a slower call would.
 #pragma once
 
 #include "python/python.hpp"
