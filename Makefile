@@ -13,7 +13,7 @@
 PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
-PYTEST := $(PYTHON) -m pytest tests/scripts
+PYTEST := $(PYTHON) -m pytest tests/scripts tests/tools
 
 # For those who only build it: no tests, and what another compiler warns of is no error.
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
@@ -80,12 +80,14 @@ fuzz:
 
 lint:
 	@tools/setup.sh lint
-	cmake --preset release $(CMAKE_ARGS)
-	tools/lint.sh build
+	cmake --preset lint $(CMAKE_ARGS)
+	cmake --build --preset lint
+	tools/lint.sh build-lint
 
 format:
 	@tools/setup.sh lint
 	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
+	git ls-files '*.py' '*.pyi' | xargs black --quiet
 
 install: build
 	cmake --install build
@@ -95,4 +97,4 @@ uninstall:
 	cmake --build --preset release --target uninstall
 
 clean:
-	rm -rf build build-debug build-sanitize
+	rm -rf build build-debug build-sanitize build-lint

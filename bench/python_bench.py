@@ -45,16 +45,18 @@ def extent_query():
 def create_space():
     create, close = h5.H5Screate, h5.H5Sclose
     # h5py closes what an identifier object names when the object goes away.
-    return best_times([lambda: close(create("H5S_SIMPLE")),
-                       lambda: h5py.h5s.create(h5py.h5s.SIMPLE)])
+    return best_times(
+        [lambda: close(create("H5S_SIMPLE")), lambda: h5py.h5s.create(h5py.h5s.SIMPLE)]
+    )
 
 
 def open_dataset(path):
     file = h5py.h5f.open(path, h5py.h5f.ACC_RDONLY)
     fid = h5.H5Fopen(os.fsdecode(path), "H5F_ACC_RDONLY", "H5P_DEFAULT")
     open_, close = h5.H5Dopen, h5.H5Dclose
-    times = best_times([lambda: close(open_(fid, "readings")),
-                        lambda: h5py.h5d.open(file, b"readings")])
+    times = best_times(
+        [lambda: close(open_(fid, "readings")), lambda: h5py.h5d.open(file, b"readings")]
+    )
     h5.H5Fclose(fid)
     return times
 
@@ -97,8 +99,10 @@ def main():
         }
     print(f"{'':26}{'zembra':>12}{'h5py':>12}{'zembra/h5py':>14}")
     for name, (zembra_time, h5py_time) in results.items():
-        print(f"{name:26}{readable(zembra_time):>12}{readable(h5py_time):>12}"
-              f"{zembra_time / h5py_time:>14.2f}")
+        print(
+            f"{name:26}{readable(zembra_time):>12}{readable(h5py_time):>12}"
+            f"{zembra_time / h5py_time:>14.2f}"
+        )
 
 
 if __name__ == "__main__":

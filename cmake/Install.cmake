@@ -52,8 +52,8 @@ install(TARGETS h5gate zembra LIBRARY
 # For hosts of one's own (host/), and for embedding the reference host (runtime/).
 install(DIRECTORY host DESTINATION "${h5gate_include}" COMPONENT development
         FILES_MATCHING PATTERN "*.hpp" PATTERN "*.def")
-install(FILES runtime/array.hpp runtime/call.hpp runtime/call_scope.hpp
-              runtime/gateway_loader.hpp runtime/host_error.hpp
+install(FILES runtime/array.hpp runtime/array_node.hpp runtime/call.hpp runtime/call_scope.hpp
+              runtime/gateway_loader.hpp runtime/host_error.hpp runtime/memory_block.hpp
         DESTINATION "${h5gate_include}/runtime" COMPONENT development)
 
 # --- What other projects find them by -----------------------------------------

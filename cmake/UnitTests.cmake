@@ -13,4 +13,11 @@ add_test(NAME unit COMMAND h5gate_tests --gtest_brief=1
 set_tests_properties(unit PROPERTIES
   ENVIRONMENT "H5GATE_SHARED_DATA=${H5GATE_SHARED_DATA};H5GATE_LIBRARY=$<TARGET_FILE:h5gate>"
   TIMEOUT 900)
+
+# The gateway that the script tests compile themselves: no target needs it here, and the
+# static checks see it all the same.
+add_library(echo_gateway OBJECT EXCLUDE_FROM_ALL
+  "${PROJECT_SOURCE_DIR}/tests/scripts/echo/echo_gateway.cpp")
+target_link_libraries(echo_gateway PRIVATE h5gate_options)
+
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/tests")

@@ -16,15 +16,16 @@
 #include <string>
 #include <utility>
 
+#include "convert/failure.hpp"
 #include "convert/identifiers.hpp"
-#include "convert/numbers.hpp"
+#include "convert/number_cast.hpp"
+#include "convert/number_results.hpp"
 #include "convert/text.hpp"
-#include "gateway/failure.hpp"
 #include "host/call.hpp"
 
 namespace h5gate {
 
-inline constexpr const char* kNoCallbackRan = "Failed before callback function could be called";
+inline constexpr char kNoCallbackRan[] = "Failed before callback function could be called";
 
 /// One iteration: lives on its wrapper's stack, reaches the adapter as op_data.
 class CallbackContext {
@@ -42,18 +43,9 @@ class CallbackContext {
   std::int64_t calls = 0;  // successful ones
   std::exception_ptr parked;
 
-  /// What HDF5 answered, unless an adapter had something to raise.
-  template <class Status>
-  Status returned(Status status) const {
+  /// To be called once HDF5 has returned: raises what an adapter could not.
+  void raiseParked() const {
     if (parked) std::rethrow_exception(parked);
-    return status;
-  }
-
-  /// A negative answer raises `Message` with the report; HDF5's own stack is not told.
-  template <class Message, class Status>
-  Status succeeded(Status status) const {
-    if (returned(status) < 0) raise<Message>(report);
-    return status;
   }
 };
 
@@ -70,7 +62,7 @@ struct NameInput {
 template <class Number>
 struct NumberInput {
   using Argument = Number;
-  static zbArray* make(Number number) { return zbCreateDoubleScalar(static_cast<double>(number)); }
+  static zbArray* make(Number number) { return makeNumber(number); }
 };
 template <class Record, zbArray* (*Make)(const Record&)>
 struct RecordInput {

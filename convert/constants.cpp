@@ -8,9 +8,9 @@
 #include <string>
 
 #include "convert/enumerations.hpp"
+#include "convert/failure.hpp"
 #include "convert/identifier_codec.hpp"
 #include "convert/name_table.hpp"
-#include "gateway/failure.hpp"
 #include "hdf5/compat.hpp"
 
 namespace h5gate {
@@ -42,7 +42,7 @@ constexpr auto kNumbers = std::to_array<Constant>({
     {"H5D_SPACE_STATUS_PART_ALLOCATED", 1},
     {"H5D_SPACE_STATUS_ALLOCATED", 2},
 
-    // Files; taking an access flag asks for a library of the headers' own release
+    // Files
     {"H5F_ACC_RDONLY", 0x00},
     {"H5F_ACC_RDWR", 0x01},
     {"H5F_ACC_TRUNC", 0x02},
@@ -397,10 +397,10 @@ constexpr auto kNames = [] {
   return names;
 }();
 
-// Identifiers are read once, when the gateway is loaded; a library that is closed and
-// opened again leaves the table with those of its first opening.
+// Identifiers are read once, when the gateway is loaded: a script that closes the
+// library and opens it again still gets those of the first opening.
 const auto kValues = [] {
-  H5check();
+  H5check();  // ends the process where headers and library are of different releases
   std::array<std::int64_t, kConstants.size()> values{};
   std::ranges::transform(kConstants, values.begin(), [](const Constant& constant) {
     return constant.identifier == nullptr

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "convert/numbers.hpp"
+#include "convert/failure.hpp"
+#include "convert/number_cast.hpp"
 #include "convert/text.hpp"
-#include "gateway/failure.hpp"
 
 namespace h5gate {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "convert/numbers.hpp"
+#include "convert/number_cast.hpp"
 #include "hdf5/compat.hpp"
 
 namespace h5gate {

@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "convert/constants.hpp"
+#include "convert/failure.hpp"
 #include "convert/text.hpp"
-#include "gateway/failure.hpp"
 
 namespace h5gate {
 namespace {
@@ -70,11 +70,6 @@ hid_t getDatatypeHidArg(const zbArray* array, const char* description) {
   hid_t id = H5I_INVALID_HID;
   if (!readIdentifier(array, id)) raise<msg::doubleDatatypeHidtMismatch>(description);
   return id;
-}
-
-hid_t listOrNothing(hid_t id) {
-  if (id == H5P_DEFAULT) return id;
-  return H5Iget_type(id) == H5I_GENPROP_LST ? id : H5I_INVALID_HID;
 }
 
 hid_t getPlistArg(const zbArray* array, const char* description) {

@@ -13,10 +13,6 @@ hid_t getHidArg(const zbArray* array, const char* description);
 /// Datatypes: the name of any named constant as well.
 hid_t getDatatypeHidArg(const zbArray* array, const char* description);
 
-/// Later releases look into an access list without asking whether it is a list: an
-/// identifier of anything else becomes one of nothing, which every release refuses.
-hid_t listOrNothing(hid_t id);
-
 /// Property lists and classes: "H5P_DEFAULT" and the names of the list classes.
 hid_t getPlistArg(const zbArray* array, const char* description);
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstddef>
 
-#include "convert/numbers.hpp"
+#include "convert/number_results.hpp"
 #include "host/array.hpp"
 
 namespace h5gate {
@@ -18,16 +18,14 @@ struct Field {
 
 /// The getter of a member that is a number.
 template <auto Member>
-constexpr auto numberOf =
-    [](const auto& record) { return zbCreateDoubleScalar(static_cast<double>(record.*Member)); };
+constexpr auto numberOf = [](const auto& record) { return makeNumber(record.*Member); };
 
-/// An entry has a name and a getter; a Field has nothing else.
-template <class Entry, std::size_t N, class Record>
-zbArray* makeRecord(const Entry (&fields)[N], const Record& record) {
+template <class Record, std::size_t N>
+zbArray* makeRecord(const Field<Record> (&fields)[N], const Record& record) {
   std::array<const char*, N> names{};
   for (std::size_t i = 0; i < N; ++i) names[i] = fields[i].name;
   zbArray* structure = zbCreateStructArray(1, N, names.data());
-  for (const Entry& field : fields) {
+  for (const Field<Record>& field : fields) {
     zbSetField(structure, 0, field.name, field.get(record));
   }
   return structure;

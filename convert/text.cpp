@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "gateway/failure.hpp"
+#include "convert/failure.hpp"
 
 namespace h5gate {
 

@@ -56,8 +56,9 @@ def create_temperature(file):
     h5.H5Pset_deflate(creation, 6)
     h5.H5Pset_fletcher32(creation)
     h5.H5Pset_fill_value(creation, "H5T_NATIVE_FLOAT", np.float32("nan"))
-    dataset = create_dataset(file, "temperature", "H5T_IEEE_F32LE", [DAYS * DAY, len(DEPTHS)],
-                             creation)
+    dataset = create_dataset(
+        file, "temperature", "H5T_IEEE_F32LE", [DAYS * DAY, len(DEPTHS)], creation
+    )
     h5.H5Pclose(creation)
     return dataset
 
@@ -66,8 +67,14 @@ def write_day(dataset, day, sensor):
     file_space = h5.H5Dget_space(dataset)
     h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [day * DAY, sensor], [], [DAY, 1], [])
     memory_space = h5.H5Screate_simple(1, [DAY], [])
-    h5.H5Dwrite(dataset, "H5ZB_DEFAULT", memory_space, file_space, "H5P_DEFAULT",
-                measure(day, DEPTHS[sensor]))
+    h5.H5Dwrite(
+        dataset,
+        "H5ZB_DEFAULT",
+        memory_space,
+        file_space,
+        "H5P_DEFAULT",
+        measure(day, DEPTHS[sensor]),
+    )
     h5.H5Sclose(memory_space)
     h5.H5Sclose(file_space)
 
@@ -75,8 +82,10 @@ def write_day(dataset, day, sensor):
 def write(path):
     file = h5.H5Fcreate(path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")
     temperature = create_temperature(file)
-    scales = [write_scale(file, "time", np.arange(DAYS * DAY), "minutes since the start"),
-              write_scale(file, "depth", DEPTHS, "metres below the surface")]
+    scales = [
+        write_scale(file, "time", np.arange(DAYS * DAY), "minutes since the start"),
+        write_scale(file, "depth", DEPTHS, "metres below the surface"),
+    ]
     for dimension, label in enumerate(["time", "depth"]):
         h5.H5DSset_label(temperature, dimension, label)
         h5.H5DSattach_scale(temperature, scales[dimension], dimension)
@@ -98,6 +107,7 @@ def read_all(dataset):
 
 def scales_of(dataset, dimension):
     """What each scale of a dimension is called, and its values."""
+
     def look(_dataset, _dimension, scale, found):
         return 0, found + [(h5.H5DSget_scale_name(scale), read_all(scale))]
 
@@ -107,7 +117,7 @@ def scales_of(dataset, dimension):
 
 def show_dimensions(dataset, shape):
     for dimension, size in enumerate(shape):
-        (name, values), = scales_of(dataset, dimension)
+        ((name, values),) = scales_of(dataset, dimension)
         label = h5.H5DSget_label(dataset, dimension)
         print(f"  {label:6} {size:6} values, {values[0]:g} to {values[-1]:g} {name}")
 
@@ -115,8 +125,9 @@ def show_dimensions(dataset, shape):
 def show_storage(dataset, values):
     creation = h5.H5Dget_create_plist(dataset)
     _, chunk = h5.H5Pget_chunk(creation)
-    filters = [h5.H5Pget_filter(creation, index)[3]
-               for index in range(int(h5.H5Pget_nfilters(creation)))]
+    filters = [
+        h5.H5Pget_filter(creation, index)[3] for index in range(int(h5.H5Pget_nfilters(creation)))
+    ]
     h5.H5Pclose(creation)
     stored = h5.H5Dget_storage_size(dataset)
     print(f"  in chunks of {chunk[0]:.0f} x {chunk[1]:.0f} through {', '.join(filters)}")
@@ -124,12 +135,14 @@ def show_storage(dataset, values):
 
 
 def show_depths(dataset, values):
-    (_, depths), = scales_of(dataset, 1)
+    ((_, depths),) = scales_of(dataset, 1)
     print("\n   depth    coldest   mean  warmest    measured")
     for depth, column in zip(depths, values.T):
         measured = column[~np.isnan(column)]
-        print(f"  {depth:4.1f} m  {measured.min():7.2f}  {measured.mean():7.2f}"
-              f"  {measured.max():7.2f} °C  {measured.size / column.size:7.1%}")
+        print(
+            f"  {depth:4.1f} m  {measured.min():7.2f}  {measured.mean():7.2f}"
+            f"  {measured.max():7.2f} °C  {measured.size / column.size:7.1%}"
+        )
 
 
 def read(path):

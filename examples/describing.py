@@ -2,14 +2,6 @@
 
 from zembra import h5
 
-# h5.H5Tget_class gives numbers; their names are HDF5's own constants.
-CLASSES = {
-    h5.H5ZBget_constant_value(name): name
-    for name in ("H5T_INTEGER", "H5T_FLOAT", "H5T_TIME", "H5T_STRING", "H5T_BITFIELD",
-                 "H5T_OPAQUE", "H5T_COMPOUND", "H5T_REFERENCE", "H5T_ENUM", "H5T_VLEN",
-                 "H5T_ARRAY")
-}
-
 
 def closing(close, identifier, describe):
     """What `describe` says of an identifier that is then closed."""
@@ -39,6 +31,10 @@ def _string(datatype):
     return f"text of {h5.H5Tget_size(datatype):.0f} bytes"
 
 
+def _opaque(datatype):
+    return f"{h5.H5Tget_size(datatype):.0f} opaque bytes '{h5.H5Tget_tag(datatype)}'"
+
+
 def _base(datatype):
     return closing(h5.H5Tclose, h5.H5Tget_super(datatype), describe_type)
 
@@ -52,8 +48,9 @@ def _compound(datatype):
 
 
 def _enumeration(datatype):
-    names = [h5.H5Tget_member_name(datatype, index)
-             for index in range(int(h5.H5Tget_nmembers(datatype)))]
+    names = [
+        h5.H5Tget_member_name(datatype, index) for index in range(int(h5.H5Tget_nmembers(datatype)))
+    ]
     return f"one of {', '.join(names)} ({_base(datatype)})"
 
 
@@ -68,14 +65,16 @@ DESCRIPTIONS = {
     "H5T_TIME": lambda datatype: f"{_bits(datatype)} time",
     "H5T_STRING": _string,
     "H5T_BITFIELD": lambda datatype: f"{_bits(datatype)} bit field",
-    "H5T_OPAQUE": lambda datatype: f"{h5.H5Tget_size(datatype):.0f} opaque bytes"
-                                   f" '{h5.H5Tget_tag(datatype)}'",
+    "H5T_OPAQUE": _opaque,
     "H5T_COMPOUND": _compound,
     "H5T_REFERENCE": _reference,
     "H5T_ENUM": _enumeration,
     "H5T_VLEN": lambda datatype: f"list of {_base(datatype)}",
     "H5T_ARRAY": lambda datatype: f"{by(h5.H5Tget_array_dims(datatype))} of {_base(datatype)}",
 }
+
+# h5.H5Tget_class gives numbers; their names are HDF5's own constants.
+CLASSES = {h5.H5ZBget_constant_value(name): name for name in DESCRIPTIONS}
 
 
 def describe_type(datatype):
@@ -105,12 +104,15 @@ def describe_layout(dataset):
 
 
 def _layout(creation):
-    layouts = {h5.H5ZBget_constant_value(f"H5D_{name}"): name.lower()
-               for name in ("COMPACT", "CONTIGUOUS", "CHUNKED")}
+    layouts = {
+        h5.H5ZBget_constant_value(f"H5D_{name}"): name.lower()
+        for name in ("COMPACT", "CONTIGUOUS", "CHUNKED")
+    }
     layout = layouts.get(h5.H5Pget_layout(creation), "virtual")
     if layout != "chunked":
         return layout
     _, dimensions = h5.H5Pget_chunk(creation)
-    filters = [h5.H5Pget_filter(creation, index)[3]
-               for index in range(int(h5.H5Pget_nfilters(creation)))]
+    filters = [
+        h5.H5Pget_filter(creation, index)[3] for index in range(int(h5.H5Pget_nfilters(creation)))
+    ]
     return ", ".join([f"chunks of {by(dimensions)}", *filters])

@@ -20,8 +20,9 @@ def read_first(dataset):
     memory_space = "H5S_ALL"
     rank, dimensions, _ = h5.H5Sget_simple_extent_dims(file_space)
     if rank > 0:
-        count = [min(size, SHOWN if axis >= rank - 2 else 1)
-                 for axis, size in enumerate(dimensions)]
+        count = [
+            min(size, SHOWN if axis >= rank - 2 else 1) for axis, size in enumerate(dimensions)
+        ]
         if min(count) > 0:
             h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [0] * len(count), [], count, [])
         else:
@@ -55,8 +56,9 @@ def aligned(rows):
 def lines(values):
     """Values as lines of text: a table has a line a record under its names."""
     if isinstance(values, dict):
-        single = not all(isinstance(column, list) or getattr(column, "ndim", 0) > 0
-                         for column in values.values())
+        single = not all(
+            isinstance(column, list) or getattr(column, "ndim", 0) > 0 for column in values.values()
+        )
         if single:  # one record, or records inside records
             return aligned([(name, word(value)) for name, value in values.items()])
         records = zip(*values.values())

@@ -21,6 +21,7 @@ SHOWN = 6  # values of an attribute
 
 GROUP, DATASET, DATATYPE = 0, 1, 2  # what H5Oget_info calls objects
 HARD, SOFT, EXTERNAL = 0, 1, 64  # what H5Lget_info calls links
+BY_NAME = "H5_INDEX_NAME", "H5_ITER_INC"
 
 
 class Tree:
@@ -43,12 +44,15 @@ class Tree:
         name = path.rpartition("/")[2] or "/"
         kind = HARD if path == "/" else h5.H5Lget_info(self._file, path, "H5P_DEFAULT")["type"]
         if kind == HARD:
-            closing(h5.H5Oclose, h5.H5Oopen(self._file, path, "H5P_DEFAULT"),
-                    lambda thing: self._object(thing, path, name, depth))
+            closing(
+                h5.H5Oclose,
+                h5.H5Oopen(self._file, path, "H5P_DEFAULT"),
+                lambda thing: self._object(thing, path, name, depth),
+            )
         elif kind == SOFT:
             (target,) = h5.H5Lget_val(self._file, path, "H5P_DEFAULT")
-            self._row(depth, name,
-                      f"-> {target}" if self._leads_on(path) else f"-> {target} (nothing there)")
+            broken = "" if self._leads_on(path) else " (nothing there)"
+            self._row(depth, name, f"-> {target}{broken}")
         elif kind == EXTERNAL:
             file, target = h5.H5Lget_val(self._file, path, "H5P_DEFAULT")
             self._row(depth, name, f"-> {target} in {file}")
@@ -71,19 +75,26 @@ class Tree:
         comment = " ".join(h5.H5Oget_comment(thing).split())
         self._row(depth, name, *describe(thing, info["type"]), *[f"# {comment}"] * bool(comment))
         if info["num_attrs"]:
-            h5.H5Aiterate(thing, "H5_INDEX_NAME", "H5_ITER_INC", 0,
-                          lambda owner, attribute, *_: self._attribute(owner, attribute, depth), [])
+
+            def show(owner, attribute, _info, data):
+                self._attribute(owner, attribute, depth)
+                return 0, data
+
+            h5.H5Aiterate(thing, *BY_NAME, 0, show, [])
         if info["type"] == GROUP:
             names = []
-            h5.H5Literate(thing, "H5_INDEX_NAME", "H5_ITER_INC", 0,
-                          lambda group, member, _: (names.append(member) or 0, []), [])
+
+            def collect(_group, member, data):
+                names.append(member)
+                return 0, data
+
+            h5.H5Literate(thing, *BY_NAME, 0, collect, [])
             parent = path if path.endswith("/") else path + "/"
             self._ahead += [(parent + member, depth + 1) for member in reversed(names)]
 
     def _attribute(self, owner, name, depth):
         attribute = h5.H5Aopen_by_name(owner, ".", name, "H5P_DEFAULT", "H5P_DEFAULT")
         self._row(depth + 1, f"@{name}", closing(h5.H5Aclose, attribute, attribute_value))
-        return 0, []
 
 
 # --- In words ---------------------------------------------------------------------
@@ -92,9 +103,11 @@ class Tree:
 def describe(thing, kind):
     """What there is to say about an object, a dataset's shape and storage apart."""
     if kind == DATASET:
-        return (closing(h5.H5Sclose, h5.H5Dget_space(thing), describe_space),
-                describe_layout(thing),
-                closing(h5.H5Tclose, h5.H5Dget_type(thing), describe_type))
+        return (
+            closing(h5.H5Sclose, h5.H5Dget_space(thing), describe_space),
+            describe_layout(thing),
+            closing(h5.H5Tclose, h5.H5Dget_type(thing), describe_type),
+        )
     if kind == DATATYPE:
         return (f"datatype: {describe_type(thing)}",)
     return ("group",)
@@ -150,25 +163,31 @@ def columns(rows):
     and storage, the first two words of three, in columns of their own."""
     total = shutil.get_terminal_size((100, 24)).columns
     beside = 2 + min(max(len(name) for name, _ in rows), total // 2)
-    widths = [min(max((len(words[place]) for _, words in rows if len(words) >= 3), default=0),
-                  total // 3) for place in range(2)]
+    widths = [
+        min(max((len(words[place]) for _, words in rows if len(words) >= 3), default=0), total // 3)
+        for place in range(2)
+    ]
     for name, words in rows:
         if len(words) >= 3:
             words = [word.ljust(width) for word, width in zip(words, widths)] + list(words[2:])
         if len(name) + 2 > beside:
             yield name
             name = ""
-        yield from textwrap.wrap("  ".join(words), max(total, beside + 40),
-                                 initial_indent=name.ljust(beside),
-                                 subsequent_indent=" " * (beside + 2),
-                                 break_long_words=False, break_on_hyphens=False)
+        yield from textwrap.wrap(
+            "  ".join(words),
+            max(total, beside + 40),
+            initial_indent=name.ljust(beside),
+            subsequent_indent=" " * (beside + 2),
+            break_long_words=False,
+            break_on_hyphens=False,
+        )
 
 
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     # Names need not be text at all.
-    sys.stdout.reconfigure(errors="backslashreplace")
+    sys.stdout.reconfigure(errors="backslashreplace")  # type: ignore[attr-defined]
     try:
         file = h5.H5Fopen(sys.argv[1], "H5F_ACC_RDONLY", "H5P_DEFAULT")
         rows = closing(h5.H5Fclose, file, lambda opened: Tree(opened).rows)

@@ -9,12 +9,13 @@ at a time, so the dataset grows along its first dimension and is stored in chunk
 """
 
 import sys
+from typing import Any
 
 import numpy as np
 
 from zembra import h5
 
-STATIONS = {
+STATIONS: dict[str, Any] = {
     "code": np.array([b"ZUG", b"SIO", b"DAV", b"LUG"]),
     "name": ["Zugspitze", "Sion", "Davos", "Lugano"],  # of any length
     "latitude": np.array([47.42, 46.22, 46.81, 46.00]),
@@ -41,8 +42,13 @@ def text_type(size):
 def station_type():
     """The record of a station, as the file lays it out."""
     code, name = text_type(4), text_type("H5T_VARIABLE")
-    members = [("code", code), ("name", name), ("latitude", "H5T_IEEE_F64LE"),
-               ("longitude", "H5T_IEEE_F64LE"), ("elevation", "H5T_STD_I32LE")]
+    members = [
+        ("code", code),
+        ("name", name),
+        ("latitude", "H5T_IEEE_F64LE"),
+        ("longitude", "H5T_IEEE_F64LE"),
+        ("elevation", "H5T_STD_I32LE"),
+    ]
     record = h5.H5Tcreate("H5T_COMPOUND", sum(h5.H5Tget_size(member) for _, member in members))
     offset = 0
     for member_name, member in members:

@@ -126,33 +126,11 @@ class Fuzzer {
   }
 
   Value anyNumber() {
-    static const std::vector<double> kNumbers = {0,
-                                                 1,
-                                                 2,
-                                                 3,
-                                                 4,
-                                                 5,
-                                                 7,
-                                                 8,
-                                                 10,
-                                                 12,
-                                                 32,
-                                                 33,
-                                                 64,
-                                                 1000,
-                                                 65536,
-                                                 -1,
-                                                 -2,
-                                                 0.5,
-                                                 -0.5,
-                                                 2.7,
-                                                 1e10,
-                                                 1e20,
-                                                 4294967295.0,
-                                                 4503599627370496.0,
-                                                 9223372036854775808.0,
-                                                 std::numeric_limits<double>::quiet_NaN(),
-                                                 std::numeric_limits<double>::infinity()};
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    static const std::vector<double> kNumbers = {
+        0,     1,  2,  3,   4,    5,   7,    8,    10,         12,     32,     33,   64,       1000,
+        65536, -1, -2, 0.5, -0.5, 2.7, 1e10, 1e20, 0x1p32 - 1, 0x1p52, 0x1p63, kNaN, kInfinity};
     return number(any(kNumbers));
   }
 
@@ -203,7 +181,8 @@ class Fuzzer {
       case 7: {
         std::vector<Value> items(below(4));
         for (Value& item : items) item = below(2) == 0 ? text(any(texts_)) : anyRow();
-        return zembra::makeCell({1, items.size()}, std::move(items));
+        const std::size_t count = items.size();
+        return zembra::makeCell({1, count}, std::move(items));
       }
       case 8: return zembra::makeStruct({{"x", anyRow()}, {"s", text(any(texts_))}});
       default: return kept_.empty() ? anyNumber() : any(kept_);

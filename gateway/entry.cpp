@@ -13,9 +13,10 @@ extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, con
   requireArgCount(nIn >= 1);
   if (zbGetClass(ins[0]) != zbClass::Char) raise<msg::firstArgNotChar>();
 
-  // HDF5 neither ends itself behind the host's back, which it remembers once and for
-  // all, nor prints its error stack, which anybody in the process may have switched on
-  // since the last call. Neither touches the stack that the last call left.
+  // HDF5 is told not to close itself when the process exits, which the host does when it
+  // is ready; told once, it remembers. It is told on every call not to print its error
+  // stack, because anybody in the process may have switched that on since. Neither call
+  // changes the error stack that the last call left.
   [[maybe_unused]] static const herr_t keptFromExit = H5dont_atexit();
   H5Eset_auto1(nullptr, nullptr);
 

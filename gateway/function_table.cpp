@@ -4,22 +4,50 @@
 #include <unordered_map>
 #include <vector>
 
+#include "wrappers/name_list.hpp"
+#include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
 namespace {
+
+// --- The function about the table itself ----------------------------------------------
+
+void getFunctionNames(Inputs ins, Results& outs) {
+  take<>(ins);
+  outs.give(makeNameList(functionTable(), [](const Row& row) { return row.name; }));
+}
+
+constexpr Row kTableFunctions[] = {OWN(H5ZBget_function_names, getFunctionNames)};
+
+// --- The table ------------------------------------------------------------------------
 
 /// Built when the library is loaded, never changed. Names are listed in order and
 /// looked up by hash: the look-up is a part of every call.
 class FunctionTable {
  public:
   FunctionTable() {
-    for (const std::span<const Row> table :
-         {gatewayFunctions(), libraryFunctions(), fileFunctions(), dataspaceFunctions(),
-          datasetFunctions(), datatypeFunctions(), referenceFunctions(), attributeFunctions(),
-          groupFunctions(), linkFunctions(), objectFunctions(), errorFunctions(),
-          propertyListFunctions(), creationPropertyFunctions(), filePropertyFunctions(),
-          otherPropertyFunctions(), dimensionScaleFunctions()}) {
+    for (const std::span<const Row> table : {std::span<const Row>(kTableFunctions),
+                                             libraryFunctions(),
+                                             identifierFunctions(),
+                                             filterFunctions(),
+                                             constantFunctions(),
+                                             fileFunctions(),
+                                             dataspaceFunctions(),
+                                             datasetFunctions(),
+                                             datatypeFunctions(),
+                                             referenceFunctions(),
+                                             attributeFunctions(),
+                                             groupFunctions(),
+                                             linkFunctions(),
+                                             objectFunctions(),
+                                             errorFunctions(),
+                                             propertyListFunctions(),
+                                             creationPropertyFunctions(),
+                                             filePropertyFunctions(),
+                                             transferPropertyFunctions(),
+                                             linkPropertyFunctions(),
+                                             dimensionScaleFunctions()}) {
       rows_.insert(rows_.end(), table.begin(), table.end());
     }
     std::ranges::sort(rows_, {}, &Row::name);

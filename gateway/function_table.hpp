@@ -4,7 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "gateway/handler.hpp"
+#include "wrappers/handler.hpp"
 
 namespace h5gate {
 

@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "host/library_error.hpp"
+
 namespace resource_core {
 
 /// A catalogued message: its component, its key and its parameters in order.
@@ -68,7 +70,3 @@ class Message : public resource_core::BaseMsgID {
 
 /// Issues a host warning.
 void zbWarningMsgId(const resource_core::BaseMsgID& message);
-
-/// Raises HDF5's current error stack as a host error. Does not return; the stack
-/// stays as it is, so that a script can walk it afterwards.
-[[noreturn]] void KVH5libraryError();

@@ -7,15 +7,16 @@
 #include <string>
 #include <string_view>
 
-#include "python/errors.hpp"
 #include "python/numpy.hpp"
-#include "python/package.hpp"
-#include "python/text.hpp"
+#include "python/package_classes.hpp"
+#include "python/unconvertible.hpp"
+#include "python/utf8.hpp"
+#include "runtime/array_class.hpp"
 
 namespace zembra::python {
 namespace {
 
-/// Below this, copying costs less than an object that shares.
+/// Up to here, copying the data costs less than an object that shares them.
 constexpr std::size_t kFewBytes = 512;
 
 // --- Shapes -------------------------------------------------------------------
@@ -44,8 +45,8 @@ Extent reversed(const zbArray* array, std::size_t first, std::size_t end) {
   return extent;
 }
 
-/// The shape that HDF5 knows; where there is none, vectors and empty arrays are
-/// one-dimensional and a matrix turns as data do: one row a point, one row a block.
+/// The shape that HDF5 knows. Where there is none, vectors and empty arrays have one
+/// dimension, and a matrix is turned as data are: a list of points has a point in each row.
 Extent extentOf(const zbArray* array) {
   if (array->naturalRank >= 0) {
     return reversed(array, 0, static_cast<std::size_t>(array->naturalRank));
@@ -74,10 +75,6 @@ int typeNumber(zbClass type) {
     case zbClass::UInt64: return NPY_UINT64;
     default: return NPY_FLOAT64;
   }
-}
-
-PyArrayObject* asArray(const py::object& object) {
-  return reinterpret_cast<PyArrayObject*>(object.ptr());
 }
 
 /// `itemSize` counts for strings only.

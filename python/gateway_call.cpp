@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "python/errors.hpp"
 #include "python/from_host.hpp"
-#include "python/text.hpp"
+#include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
+#include "python/unconvertible.hpp"
+#include "python/utf8.hpp"
 #include "runtime/call.hpp"
 #include "runtime/gateway_loader.hpp"
 

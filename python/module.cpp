@@ -1,12 +1,12 @@
 // The extension module zembra._zembra: what the package needs from C++.
 #include <hdf5/compat.hpp>
 
-#include "python/errors.hpp"
-#include "python/function.hpp"
 #include "python/gateway_call.hpp"
+#include "python/gateway_function.hpp"
 #define ZEMBRA_IMPORTS_NUMPY
 #include "python/numpy.hpp"
-#include "python/package.hpp"
+#include "python/package_classes.hpp"
+#include "python/warnings.hpp"
 #include "runtime/gateway_loader.hpp"
 
 namespace {

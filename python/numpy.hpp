@@ -1,7 +1,7 @@
 // NumPy's C interface, imported once by module.cpp for all files of the module.
 #pragma once
 
-#include <Python.h>
+#include "python/python.hpp"
 
 #define NPY_NO_DEPRECATED_API NPY_1_7_API_VERSION
 #define PY_ARRAY_UNIQUE_SYMBOL zembra_numpy_api
@@ -10,3 +10,11 @@
 #endif
 #include <numpy/arrayobject.h>
 #include <numpy/arrayscalars.h>
+
+namespace zembra::python {
+
+inline PyArrayObject* asArray(const py::object& object) {
+  return reinterpret_cast<PyArrayObject*>(object.ptr());
+}
+
+}  // namespace zembra::python

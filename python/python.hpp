@@ -1,5 +1,4 @@
-// Owning Python objects from C++: pybind11's handles, and how host arrays and
-// exceptions let go of an object.
+// Owning Python objects from C++, on top of pybind11's handles.
 #pragma once
 
 #include <pybind11/pybind11.h>
@@ -16,15 +15,7 @@ inline py::object steal(PyObject* object) {
 
 inline py::object borrow(PyObject* object) { return py::reinterpret_borrow<py::object>(object); }
 
-/// Gives up the reference of a host array. Arrays live and die in calls and in
-/// NumPy arrays, with the interpreter's lock held; the few that are left when the
-/// interpreter has ended have nothing to give back to.
-inline void releaseInCall(void* object) {
-  if (Py_IsInitialized() != 0) Py_DECREF(static_cast<PyObject*>(object));
-}
-
-/// Gives a reference up, whichever thread is the last to hold it: an
-/// exception is remembered until its thread ends, outside the lock.
+/// Gives a reference up from whichever thread, with the interpreter's lock or without.
 inline void releaseObject(void* object) {
   if (Py_IsInitialized() == 0) return;
   const PyGILState_STATE state = PyGILState_Ensure();

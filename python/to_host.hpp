@@ -12,7 +12,4 @@ namespace zembra::python {
 /// values that have no form, and whatever Python raises on the way.
 Value toHost(PyObject* object);
 
-/// A value that only travels: carried as it is, never looked at.
-Value carry(PyObject* object);
-
 }  // namespace zembra::python

@@ -10,8 +10,6 @@
 namespace zembra {
 namespace {
 
-thread_local std::exception_ptr pendingCause;
-
 /// One line, without NULs: "basic" report of what a host function threw.
 std::string report(const std::exception_ptr& exception) {
   std::string text;
@@ -57,7 +55,7 @@ std::exception_ptr run(int nOut, zbArray** outs, int nIn, zbArray** ins,
     const std::span<zbArray* const> inputs(ins, static_cast<std::size_t>(std::max(nIn, 0)));
     if (function == "feval") {
       fillSlots(nOut, outs, feval(nOut, inputs));
-      pendingCause = nullptr;
+      setPendingCause(nullptr);
       return nullptr;
     }
     if (function == "getReport" && !inputs.empty() && inputs[0]->composite &&
@@ -75,14 +73,11 @@ std::exception_ptr run(int nOut, zbArray** outs, int nIn, zbArray** ins,
 std::exception_ptr runAndRemember(int nOut, zbArray** outs, int nIn, zbArray** ins,
                                   std::string_view function) noexcept {
   std::exception_ptr failure = run(nOut, outs, nIn, ins, function);
-  if (failure && function == "feval") pendingCause = failure;
+  if (failure && function == "feval") setPendingCause(failure);
   return failure;
 }
 
 }  // namespace
-
-void setPendingCause(std::exception_ptr cause) { pendingCause = std::move(cause); }
-std::exception_ptr takePendingCause() { return std::exchange(pendingCause, nullptr); }
 
 std::vector<Value> callExtension(zbExtensionFunction* function, int nOut,
                                  std::span<const zbArray* const> ins) {

@@ -10,7 +10,8 @@ thread_local CallScope* innermost = nullptr;
 }  // namespace
 
 CallScope::CallScope() : outer_(std::exchange(innermost, this)) {
-  setPendingCause(nullptr);  // what a call before this one got over is no cause in this one
+  // A failure that an earlier call has survived is not the cause of an error in this one.
+  setPendingCause(nullptr);
 }
 
 CallScope::~CallScope() {

@@ -1,6 +1,6 @@
-// The arrays that one extension call creates, kept as a list through the arrays
-// themselves. Whatever is not taken over when the scope ends is reclaimed; scopes
-// nest as calls do.
+// The arrays that an extension creates during one call, in a list that is linked through
+// the arrays themselves. What nobody has taken over when the call ends is reclaimed; a
+// call within a call has a scope within the scope.
 #pragma once
 
 #include "runtime/array.hpp"

@@ -1,10 +1,14 @@
 #include "runtime/datatype.hpp"
 
-#include <memory>
-
+#include "hdf5/allocated_text.hpp"
+#include "host/library_error.hpp"
+#include "host/numeric_class.hpp"
 #include "runtime/host_error.hpp"
 
 namespace zembra {
+
+using Zembra::checked;
+
 namespace {
 
 const char* datatypeClassName(H5T_class_t typeClass) {
@@ -26,7 +30,7 @@ const char* datatypeClassName(H5T_class_t typeClass) {
 
 }  // namespace
 
-H5T_class_t datatypeClass(hid_t type) { return succeeded(H5Tget_class(type)); }
+H5T_class_t datatypeClass(hid_t type) { return checked(H5Tget_class(type)); }
 
 std::size_t datatypeSize(hid_t type) {
   const std::size_t size = H5Tget_size(type);
@@ -34,28 +38,27 @@ std::size_t datatypeSize(hid_t type) {
   return size;
 }
 
-bool isVariableText(hid_t type) { return succeeded(H5Tis_variable_str(type)) > 0; }
+bool isVariableText(hid_t type) { return checked(H5Tis_variable_str(type)) > 0; }
 
-hdf5::Type baseDatatype(hid_t type) { return hdf5::Type(succeeded(H5Tget_super(type))); }
+hdf5::Type baseDatatype(hid_t type) { return hdf5::Type(checked(H5Tget_super(type))); }
 
-hdf5::Type copyDatatype(hid_t type) { return hdf5::Type(succeeded(H5Tcopy(type))); }
+hdf5::Type copyDatatype(hid_t type) { return hdf5::Type(checked(H5Tcopy(type))); }
 
-unsigned memberCount(hid_t type) { return static_cast<unsigned>(succeeded(H5Tget_nmembers(type))); }
+unsigned memberCount(hid_t type) { return static_cast<unsigned>(checked(H5Tget_nmembers(type))); }
 
 std::string memberName(hid_t type, unsigned index) {
-  const std::unique_ptr<char, void (*)(void*)> name(H5Tget_member_name(type, index),
-                                                    hdf5::freeText);
+  const hdf5::AllocatedText name(H5Tget_member_name(type, index));
   if (!name) KVH5libraryError();
   return name.get();
 }
 
 hdf5::Type memberDatatype(hid_t type, unsigned index) {
-  return hdf5::Type(succeeded(H5Tget_member_type(type, index)));
+  return hdf5::Type(checked(H5Tget_member_type(type, index)));
 }
 
 std::vector<hsize_t> arrayDimensions(hid_t type) {
-  std::vector<hsize_t> dimensions(static_cast<std::size_t>(succeeded(H5Tget_array_ndims(type))));
-  succeeded(H5Tget_array_dims2(type, dimensions.data()));
+  std::vector<hsize_t> dimensions(static_cast<std::size_t>(checked(H5Tget_array_ndims(type))));
+  checked(H5Tget_array_dims2(type, dimensions.data()));
   return dimensions;
 }
 
@@ -75,12 +78,10 @@ zbClass numberClass(hid_t type) {
 
 zbClass numberClass(hid_t type, H5T_class_t typeClass, std::size_t size) {
   if (typeClass == H5T_FLOAT) return size <= 4 ? zbClass::Single : zbClass::Double;
-  const bool isSigned = typeClass == H5T_INTEGER && succeeded(H5Tget_sign(type)) != H5T_SGN_NONE;
-  if (size == 1) return isSigned ? zbClass::Int8 : zbClass::UInt8;
-  if (size == 2) return isSigned ? zbClass::Int16 : zbClass::UInt16;
-  if (size <= 4) return isSigned ? zbClass::Int32 : zbClass::UInt32;
-  if (size <= 8) return isSigned ? zbClass::Int64 : zbClass::UInt64;
-  refuseDatatype(type);
+  const bool isSigned = typeClass == H5T_INTEGER && checked(H5Tget_sign(type)) != H5T_SGN_NONE;
+  const zbClass holder = Zembra::integerClass(size, isSigned);
+  if (holder == zbClass::Unknown) refuseDatatype(type);
+  return holder;
 }
 
 hid_t nativeNumber(zbClass hostClass) {

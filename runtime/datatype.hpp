@@ -1,5 +1,5 @@
-// Questions to HDF5 datatypes. Every answer is a good one: what HDF5 cannot answer
-// is raised as its own error, what has no host form as a host error.
+// Questions to HDF5 datatypes, whose answers need no checking: where HDF5 has none, its
+// error is raised, and a host error for a datatype that has no form in the host.
 #pragma once
 
 #include <string>
@@ -7,19 +7,11 @@
 
 #include "hdf5/handle.hpp"
 #include "host/array.hpp"
-#include "host/messages.hpp"
 
 namespace zembra {
 
 /// Levels of compounds, arrays and sequences within each other that have a host form.
 inline constexpr int kMaxNesting = 32;
-
-/// An HDF5 result that is not a failure.
-template <class Result>
-Result succeeded(Result result) {
-  if (result < 0) KVH5libraryError();
-  return result;
-}
 
 H5T_class_t datatypeClass(hid_t type);
 std::size_t datatypeSize(hid_t type);
@@ -42,7 +34,7 @@ std::string describeDatatype(H5T_class_t typeClass, std::size_t size, bool varia
 zbClass numberClass(hid_t type);
 /// The same for whoever has asked for class and size already.
 zbClass numberClass(hid_t type, H5T_class_t typeClass, std::size_t size);
-/// HDF5's own datatype for the elements of a numeric array; not to be closed.
+/// HDF5's own datatype for the elements of a numeric or logical array; not to be closed.
 hid_t nativeNumber(zbClass hostClass);
 /// The native bit field of an unsigned class's size; not to be closed.
 hid_t nativeBitField(zbClass hostClass);

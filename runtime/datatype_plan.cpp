@@ -2,17 +2,87 @@
 
 #include <algorithm>
 
+#include "host/library_error.hpp"
+#include "runtime/array_class.hpp"
 #include "runtime/datatype.hpp"
-#include "runtime/host_error.hpp"
+#include "runtime/memory_block.hpp"
 
 namespace zembra {
 namespace {
 
 using Kind = DatatypePlan::Kind;
+using Zembra::checked;
 
-void planNumber(DatatypePlan& plan, hid_t type, hid_t native) {
-  plan.native = native;
-  if (succeeded(H5Tequal(type, native)) == 0) plan.foreign = copyDatatype(type);
+DatatypePlan planLevel(hid_t type, int depth);
+
+void setTypes(DatatypePlan& plan, hid_t bufferType, hid_t hostType) {
+  plan.hostType = hostType;
+  if (checked(H5Tequal(bufferType, hostType)) == 0) plan.bufferType = copyDatatype(bufferType);
+}
+
+void planNumber(DatatypePlan& plan, hid_t type) {
+  plan.kind = Kind::Number;
+  plan.hostClass = numberClass(type, plan.typeClass, plan.size);
+  setTypes(plan, type, nativeNumber(plan.hostClass));
+}
+
+void planBitField(DatatypePlan& plan, hid_t type) {
+  plan.kind = Kind::Code;
+  plan.hostClass = numberClass(type, plan.typeClass, plan.size);
+  setTypes(plan, type, nativeBitField(plan.hostClass));
+}
+
+void planEnumeration(DatatypePlan& plan, hid_t type) {
+  const hdf5::Type base = baseDatatype(type);
+  plan.kind = Kind::Code;
+  plan.hostClass = numberClass(base.get());
+  setTypes(plan, base.get(), nativeNumber(plan.hostClass));
+}
+
+void planText(DatatypePlan& plan, hid_t type) {
+  if (isVariableText(type)) {
+    plan.kind = Kind::VariableText;
+    plan.variableLength = true;
+  } else {
+    plan.kind = Kind::FixedText;
+    plan.hostClass = zbClass::Char;
+    plan.padding = checked(H5Tget_strpad(type)) == H5T_STR_SPACEPAD ? ' ' : '\0';
+  }
+}
+
+void planBytes(DatatypePlan& plan) {
+  plan.kind = Kind::Bytes;
+  plan.hostClass = zbClass::UInt8;
+}
+
+void planCompound(DatatypePlan& plan, hid_t type, int depth) {
+  plan.kind = Kind::Compound;
+  for (unsigned i = 0; i < memberCount(type); ++i) {
+    plan.members.push_back({memberName(type, i), H5Tget_member_offset(type, i),
+                            planLevel(memberDatatype(type, i).get(), depth + 1)});
+    plan.variableLength |= plan.members.back().plan.variableLength;
+  }
+}
+
+std::unique_ptr<DatatypePlan> planBase(hid_t type, int depth) {
+  return std::make_unique<DatatypePlan>(planLevel(baseDatatype(type).get(), depth + 1));
+}
+
+void planSequence(DatatypePlan& plan, hid_t type, int depth) {
+  plan.kind = Kind::Sequence;
+  plan.variableLength = true;
+  plan.base = planBase(type, depth);
+}
+
+void planArray(DatatypePlan& plan, hid_t type, int depth) {
+  plan.kind = Kind::Array;
+  plan.base = planBase(type, depth);
+  plan.variableLength = plan.base->variableLength;
+  const std::vector<hsize_t> dimensions = arrayDimensions(type);
+  plan.dimensions.assign(dimensions.rbegin(), dimensions.rend());
+  for (const std::size_t dimension : plan.dimensions) {
+    plan.repeat = checkedProduct(plan.repeat, dimension);
+  }
 }
 
 DatatypePlan planLevel(hid_t type, int depth) {
@@ -22,60 +92,15 @@ DatatypePlan planLevel(hid_t type, int depth) {
   plan.size = datatypeSize(type);
   switch (plan.typeClass) {
     case H5T_INTEGER:
-    case H5T_FLOAT:
-      plan.kind = Kind::Number;
-      plan.hostClass = numberClass(type, plan.typeClass, plan.size);
-      planNumber(plan, type, nativeNumber(plan.hostClass));
-      break;
-    case H5T_BITFIELD:
-      plan.kind = Kind::Code;
-      plan.hostClass = numberClass(type, plan.typeClass, plan.size);
-      planNumber(plan, type, nativeBitField(plan.hostClass));
-      break;
-    case H5T_ENUM: {
-      const hdf5::Type base = baseDatatype(type);
-      plan.kind = Kind::Code;
-      plan.hostClass = numberClass(base.get());
-      planNumber(plan, base.get(), nativeNumber(plan.hostClass));
-      break;
-    }
-    case H5T_STRING:
-      if (isVariableText(type)) {
-        plan.kind = Kind::VariableText;
-        plan.variableLength = true;
-      } else {
-        plan.kind = Kind::FixedText;
-        plan.hostClass = zbClass::Char;
-        plan.padding = succeeded(H5Tget_strpad(type)) == H5T_STR_SPACEPAD ? ' ' : '\0';
-      }
-      break;
+    case H5T_FLOAT: planNumber(plan, type); break;
+    case H5T_BITFIELD: planBitField(plan, type); break;
+    case H5T_ENUM: planEnumeration(plan, type); break;
+    case H5T_STRING: planText(plan, type); break;
     case H5T_REFERENCE: requireReference(type); [[fallthrough]];
-    case H5T_OPAQUE:
-      plan.kind = Kind::Bytes;
-      plan.hostClass = zbClass::UInt8;
-      break;
-    case H5T_COMPOUND:
-      plan.kind = Kind::Compound;
-      for (unsigned i = 0; i < memberCount(type); ++i) {
-        plan.members.push_back({memberName(type, i), H5Tget_member_offset(type, i),
-                                planLevel(memberDatatype(type, i).get(), depth + 1)});
-        plan.variableLength |= plan.members.back().plan.variableLength;
-      }
-      break;
-    case H5T_VLEN:
-      plan.kind = Kind::Sequence;
-      plan.variableLength = true;
-      plan.base = std::make_unique<DatatypePlan>(planLevel(baseDatatype(type).get(), depth + 1));
-      break;
-    case H5T_ARRAY:
-      plan.kind = Kind::Array;
-      plan.base = std::make_unique<DatatypePlan>(planLevel(baseDatatype(type).get(), depth + 1));
-      plan.variableLength = plan.base->variableLength;
-      for (const hsize_t dimension : arrayDimensions(type)) {
-        plan.dimensions.insert(plan.dimensions.begin(), static_cast<std::size_t>(dimension));
-        plan.repeat = checkedProduct(plan.repeat, static_cast<std::size_t>(dimension));
-      }
-      break;
+    case H5T_OPAQUE: planBytes(plan); break;
+    case H5T_COMPOUND: planCompound(plan, type, depth); break;
+    case H5T_VLEN: planSequence(plan, type, depth); break;
+    case H5T_ARRAY: planArray(plan, type, depth); break;
     default: refuseDatatype(type);
   }
   return plan;
@@ -85,7 +110,7 @@ DatatypePlan planLevel(hid_t type, int depth) {
 
 std::size_t DatatypePlan::widest() const {
   if (kind == Kind::Array) return checkedProduct(repeat, base->widest());
-  return foreign.valid() ? std::max(size, elementSize(hostClass)) : size;
+  return needsConversion() ? std::max(size, elementSize(hostClass)) : size;
 }
 
 std::string DatatypePlan::describe() const {
@@ -93,14 +118,5 @@ std::string DatatypePlan::describe() const {
 }
 
 DatatypePlan planDatatype(hid_t memoryType) { return planLevel(memoryType, 1); }
-
-std::size_t checkedProduct(std::size_t a, std::size_t b) {
-  std::size_t product = 0;
-  if (__builtin_mul_overflow(a, b, &product)) {
-    raiseHostError("tooLarge", "A buffer of " + std::to_string(a) + " times " + std::to_string(b) +
-                                   " bytes does not fit in memory.");
-  }
-  return product;
-}
 
 }  // namespace zembra

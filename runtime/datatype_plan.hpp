@@ -12,15 +12,16 @@
 namespace zembra {
 
 struct DatatypePlan {
+  /// How data of the datatype look in the host.
   enum class Kind {
-    Number,     // the host class that holds it, as it stands
-    Code,       // enumerations and bit fields: integers that any number may become
-    FixedText,  // char, `size` fastest
-    Bytes,      // opaque and references: uint8, `size` fastest
-    VariableText,
-    Compound,
-    Sequence,
-    Array,
+    Number,        // an array of numbers of the same kind
+    Code,          // enumerations and bit fields: an array of integers
+    FixedText,     // a char array, whose first dimension is a text's `size` bytes
+    Bytes,         // opaque data and references: a uint8 array, likewise
+    VariableText,  // a cell of char rows
+    Compound,      // a 1-by-1 structure with a field for each member
+    Sequence,      // a cell of arrays of the base
+    Array,         // an array of the base, whose first dimensions are the datatype's
   };
 
   struct Member;
@@ -30,11 +31,13 @@ struct DatatypePlan {
   std::size_t size = 0;         // of an element in the HDF5 buffer
   bool variableLength = false;  // holds pointers to memory that HDF5 allocated
 
-  // Leaves: data that lie packed in the host's arrays as they do in the buffer.
+  // Leaves: one array each, whose elements lie next to each other as in the buffer.
   zbClass hostClass = zbClass::Unknown;
-  char padding = '\0';             // of fixed texts
-  hdf5::Type foreign;              // valid where bytes need HDF5's conversion, from or to
-  hid_t native = H5I_INVALID_HID;  // this one, which nobody closes
+  char padding = '\0';  // of fixed texts
+
+  // Numbers and codes: two datatypes, between which HDF5 converts where they differ.
+  hid_t hostType = H5I_INVALID_HID;  // in the array; one of HDF5's own, never closed
+  hdf5::Type bufferType;             // in the buffer; valid where it is another
 
   std::vector<Member> members;         // compounds
   std::unique_ptr<DatatypePlan> base;  // sequences and arrays
@@ -44,6 +47,8 @@ struct DatatypePlan {
   [[nodiscard]] bool leaf() const { return kind <= Kind::Bytes; }
   /// A leaf whose elements are whole strings of bytes.
   [[nodiscard]] bool wide() const { return kind == Kind::FixedText || kind == Kind::Bytes; }
+  /// HDF5 has to convert between buffer and array.
+  [[nodiscard]] bool needsConversion() const { return bufferType.valid(); }
   /// Bytes of one element before or after conversion, whichever is more.
   [[nodiscard]] std::size_t widest() const;
   [[nodiscard]] std::string describe() const;
@@ -57,8 +62,5 @@ struct DatatypePlan::Member {
 
 /// Raises a host error for a datatype that has no host form.
 DatatypePlan planDatatype(hid_t memoryType);
-
-/// a * b, or a host error: a buffer of that size does not fit in memory.
-std::size_t checkedProduct(std::size_t a, std::size_t b);
 
 }  // namespace zembra

@@ -4,12 +4,16 @@
 
 #include <array>
 #include <cstring>
+#include <optional>
 
+#include "hdf5/handle.hpp"
+#include "host/library_error.hpp"
+#include "runtime/array_to_buffer.hpp"
+#include "runtime/buffer_to_array.hpp"
 #include "runtime/call_scope.hpp"
 #include "runtime/datatype.hpp"
-#include "runtime/gather.hpp"
 #include "runtime/host_error.hpp"
-#include "runtime/scatter.hpp"
+#include "runtime/memory_block.hpp"
 
 namespace zembra {
 namespace {
@@ -17,26 +21,24 @@ namespace {
 /// Fastest-varying first. A space without any extent is an empty matrix.
 Shape extentOf(hid_t space) {
   std::array<hsize_t, H5S_MAX_RANK> dimensions{};
-  const int rank = succeeded(H5Sget_simple_extent_dims(space, dimensions.data(), nullptr));
-  if (rank == 0 && succeeded(H5Sget_simple_extent_type(space)) == H5S_NULL) return {0, 0};
+  const int rank = Zembra::checked(H5Sget_simple_extent_dims(space, dimensions.data(), nullptr));
+  if (rank == 0 && Zembra::checked(H5Sget_simple_extent_type(space)) == H5S_NULL) return {0, 0};
   return Shape(dimensions.rend() - rank, dimensions.rend());
 }
 
 /// HDF5's own count wraps around where the extent is larger than any memory.
 std::size_t pointsOf(const Shape& extent) {
-  std::size_t points = 1;
-  for (const std::size_t dimension : extent) {
-    if (__builtin_mul_overflow(points, dimension, &points)) {
-      raiseHostError("tooLarge", "The memory space has more elements than memory can hold.");
-    }
+  const std::optional<std::size_t> points = countElements(extent);
+  if (!points) {
+    raiseHostError("tooLarge", "The memory space has more elements than memory can hold.");
   }
-  return points;
+  return *points;
 }
 
 /// Elements that the space selects. A selection outlives the extent that it was made
 /// on; one of more elements than there are would have HDF5 leave the buffer.
 std::size_t selectedPoints(hid_t space, std::size_t points) {
-  const auto selected = static_cast<std::size_t>(succeeded(H5Sget_select_npoints(space)));
+  const auto selected = static_cast<std::size_t>(Zembra::checked(H5Sget_select_npoints(space)));
   const bool mayRepeat = points > 0 && H5Sget_select_type(space) == H5S_SEL_POINTS;
   if (selected > points && !mayRepeat) {
     raiseHostError("staleSelection", "The memory space selects " + std::to_string(selected) +
@@ -82,15 +84,15 @@ struct HDF5Dataset::Transfer {
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
-  hid_t type;
+  hid_t type;  // the caller's, who may close it before this ends
   hid_t space;
   zembra::DatatypePlan plan;
   zembra::Shape extent;
   std::size_t points;
 
-  std::shared_ptr<void> block;
-  hdf5::Type reclaimed;  // the memory datatype, which its owner may close before us
-  zembra::Scatter scatter;
+  std::shared_ptr<void> block;  // what getBuffer() gives
+  hdf5::Type reclaimed;         // the type again, where the block points to HDF5's memory
+  zembra::Buffers written;      // what write() gives
 };
 
 HDF5Dataset::HDF5Dataset(hid_t memoryType, hid_t memorySpace)
@@ -131,5 +133,5 @@ const void* HDF5Dataset::write(const zbArray* data) {
   Transfer& transfer = *transfer_;
   const std::string advice =
       zembra::adviceFor(zembra::selectedPoints(transfer.space, transfer.points), transfer.points);
-  return transfer.scatter.layOut(transfer.plan, transfer.points, data, zembra::DataPlace(advice));
+  return transfer.written.layOut(transfer.plan, transfer.points, data, zembra::ValuePath(advice));
 }

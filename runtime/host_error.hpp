@@ -1,19 +1,19 @@
 // Host errors and warnings.
 #pragma once
 
-#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
+
+#include "host/messages.hpp"
 
 namespace zembra {
 
-using Parameter = std::variant<std::string, std::int64_t>;
+using Parameter = resource_core::BaseMsgID::Parameter;
 
 /// One record of HDF5's error stack.
 struct ErrorRecord {
@@ -58,6 +58,8 @@ struct Warning {
 /// Who receives warnings; standard error until set, and again when set to none. May
 /// throw: the exception ends the call that warned.
 void setWarningHandler(std::function<void(const Warning&)> handler);
+/// Passes a warning to whoever receives them.
+void issueWarning(const Warning& warning);
 
 /// Every message that the catalogue knows (component, key, text): for tests and documents.
 struct CatalogueEntry {

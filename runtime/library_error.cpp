@@ -1,6 +1,7 @@
 // HDF5's error stack as a host error.
+#include "host/library_error.hpp"
+
 #include "hdf5/compat.hpp"
-#include "host/messages.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
 
@@ -32,8 +33,11 @@ std::string summary(const std::vector<ErrorRecord>& stack) {
   if (stack.empty()) return "HDF5 reported a failure without an error record.";
   const ErrorRecord& reason = stack.front();
   std::string text = reason.description;
-  if (!reason.minor.empty())
-    text += (text.empty() ? "" : " (") + reason.minor + (text.empty() ? "" : ")");
+  if (text.empty()) {
+    text = reason.minor;
+  } else if (!reason.minor.empty()) {
+    text += " (" + reason.minor + ")";
+  }
   return stack.back().function + ": " + text;
 }
 

@@ -1,7 +1,5 @@
-// The message catalogue: texts of the keys, and the raising of host errors and warnings.
+// The message catalogue: the texts of the keys, and the errors and warnings made from them.
 #include "host/messages.hpp"
-
-#include <cstdio>
 
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
@@ -15,6 +13,7 @@ struct Count {
   static constexpr std::size_t value = sizeof...(Kinds);
 };
 
+/// The text with its parameters in place of %1, %2, ...
 std::string fill(std::string_view pattern, const std::vector<Parameter>& parameters) {
   std::string text;
   for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -50,15 +49,6 @@ HostError::Content contentOf(const resource_core::BaseMsgID& message) {
   return content;
 }
 
-void printWarning(const Warning& warning) {
-  std::fprintf(stderr, "Warning: %s\n", warning.text.c_str());
-}
-
-std::function<void(const Warning&)>& warningHandler() {
-  static std::function<void(const Warning&)> handler = printWarning;
-  return handler;
-}
-
 }  // namespace
 
 const std::vector<CatalogueEntry>& catalogue() {
@@ -74,19 +64,6 @@ const std::vector<CatalogueEntry>& catalogue() {
   return entries;
 }
 
-void raiseHostError(std::string_view key, std::string text, std::vector<Parameter> parameters) {
-  HostError::Content content;
-  content.key = key;
-  content.identifier = "Zembra:host:" + content.key;
-  content.parameters = std::move(parameters);
-  content.text = std::move(text);
-  throw HostError(std::move(content));
-}
-
-void setWarningHandler(std::function<void(const Warning&)> handler) {
-  warningHandler() = handler ? std::move(handler) : printWarning;
-}
-
 }  // namespace zembra
 
 void zbErrMsgId(const resource_core::BaseMsgID& message) {
@@ -95,6 +72,6 @@ void zbErrMsgId(const resource_core::BaseMsgID& message) {
 
 void zbWarningMsgId(const resource_core::BaseMsgID& message) {
   const auto content = zembra::contentOf(message);
-  zembra::warningHandler()({content.identifier, content.text, content.cause});
-  zembra::setPendingCause(content.cause);  // of the error that may follow, too
+  zembra::issueWarning({content.identifier, content.text, content.cause});
+  zembra::setPendingCause(content.cause);  // an error that follows has the same one
 }

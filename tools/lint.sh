@@ -1,19 +1,33 @@
 #!/bin/bash
-# Checks the formatting of every C++ file that git knows, then runs the static
-# checks on every source that the build in the given folder compiles.
+# Looks at everything that git knows: C++, Python and shell, and where the files stand.
+# The folder build-lint is to be configured with the preset `lint`, and its target
+# zembra_package built: mypy needs the stubs that it makes.
 set -eu
-build=$(realpath "${1:-build}")
 cd "$(dirname "$0")/.."
 
+files() { git ls-files -z "$@"; }
+mapfile -d '' cpp < <(files '*.cpp' '*.hpp')
+mapfile -d '' python < <(files '*.py' '*.pyi')
+mapfile -d '' tests < <(files 'tests/*.cpp' 'tests/*.hpp' 'tests/*.py')
+mapfile -d '' shell < <(files | xargs -0 awk '
+  FNR == 1 && /^#!.*[\/ ](ba|da)?sh( |$)/ { printf "%s%c", FILENAME, 0 } { nextfile }')
+
 failed=0
-git ls-files -z '*.cpp' '*.hpp' | xargs -0 clang-format --dry-run -Werror || failed=1
+check() {
+  echo "--- $1"
+  shift
+  "$@" || failed=1
+}
 
-# Which warnings are errors is for the compiler that builds it to say, not for clang.
-# Only our own: the compilation database may know generated sources as well.
-git ls-files '*.cpp' | while read -r source; do
-  if grep -q "\"file\": \"$PWD/$source\"" "$build/compile_commands.json"; then
-    printf '%s\0' "$source"
-  fi
-done | xargs -0 -P2 -n1 clang-tidy --quiet --extra-arg=-Wno-error -p "$build" || failed=1
-
+check 'C++ format' clang-format --dry-run -Werror "${cpp[@]}"
+check 'Python format' black --quiet --diff --check "${python[@]}"
+check 'Python style' flake8 "${python[@]}"
+check 'types of the package' mypy --strict python/zembra
+check 'types of the scripts' mypy bench examples tests/scripts tests/tools tools
+check 'shell scripts' shellcheck "${shell[@]}"
+check layers tools/check_layers.py
+check 'lengths of tests' \
+  awk 'FNR == 601 { print FILENAME ": has over 600 lines"; found = 1 } END { exit found }' \
+  "${tests[@]}"
+check clang-tidy tools/tidy.py build-lint
 exit $failed

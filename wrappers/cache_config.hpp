@@ -1,9 +1,10 @@
 // The metadata cache configuration between HDF5's record and a host structure.
 #pragma once
 
-#include "gateway/failure.hpp"
+#include "convert/failure.hpp"
 #include "hdf5/compat.hpp"
 #include "host/array.hpp"
+#include "wrappers/takes.hpp"
 
 namespace h5gate {
 
@@ -17,15 +18,16 @@ H5AC_cache_config_t getCacheConfigArg(const zbArray* structure);
 
 /// The handlers of whatever has a configuration: an open file, a file access list.
 template <auto Get, class Owner>
-void getCacheConfig(zbArray** outs, const zbArray** ins) {
+void getCacheConfig(Inputs ins, Results& outs) {
+  const auto [owner] = take<Owner>(ins);
   H5AC_cache_config_t config = emptyCacheConfig();
-  checked(Get(Owner::from(ins[0]), &config));
-  outs[0] = makeCacheConfig(config);
+  checked(Get(owner, &config));
+  outs.give(makeCacheConfig(config));
 }
 template <auto Set, class Owner>
-void setCacheConfig(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t owner = Owner::from(ins[0]);
-  H5AC_cache_config_t config = getCacheConfigArg(ins[1]);
+void setCacheConfig(Inputs ins, Results& /*outs*/) {
+  const auto [owner, structure] = take<Owner, Any>(ins);
+  H5AC_cache_config_t config = getCacheConfigArg(structure);
   checked(Set(owner, &config));
 }
 

@@ -1,7 +1,7 @@
 // Data between host arrays and HDF5: what datasets and attributes share.
 #pragma once
 
-#include "gateway/failure.hpp"
+#include "convert/failure.hpp"
 #include "hdf5/handle.hpp"
 #include "host/array.hpp"
 #include "host/hdf5_dataset.hpp"

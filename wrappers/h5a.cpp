@@ -1,12 +1,11 @@
 // H5A: attributes. Several inputs are described as what they are not; scripts match
 // the messages as they stand.
-#include "convert/callbacks.hpp"
 #include "convert/record.hpp"
-#include "convert/two_calls.hpp"
 #include "wrappers/data_transfer.hpp"
-#include "wrappers/memory_datatype.hpp"
+#include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
+#include "wrappers/transfer_datatype.hpp"
 
 namespace h5gate {
 namespace {
@@ -19,29 +18,12 @@ using SpaceOf = Id<"attribute dataspace">;
 using CreationList = ObjectList<"attribute creation property list identifier">;
 using AccessList = ObjectList<"attribute access property list identifier">;
 using LinkList = ObjectList<"link access property list identifier">;
-
-void create(int /*nOut*/, zbArray** outs, int nIn, const zbArray** ins) {
-  requireArgCount(nIn == 5 || nIn == 6);
-  const hid_t object = AttributeId::from(ins[0]);
-  const std::string name = Name::from(ins[1]);
-  const hid_t type = TypeOf::from(ins[2]);
-  const hid_t space = SpaceOf::from(ins[3]);
-  const hid_t creation = CreationList::from(ins[4]);
-  if (nIn == 5) {
-    outs[0] = makeHidResult(checked(H5Acreate1(object, name.c_str(), type, space, creation)));
-    return;
-  }
-  // The creation list stands for the access list, too: a sixth input is never read.
-  const hid_t access = AccessList::from(ins[4]);
-  outs[0] = makeHidResult(checked(H5Acreate2(object, name.c_str(), type, space, creation, access)));
-}
-
-void getName(zbArray** outs, const zbArray** ins) {
-  const hid_t attribute = AttributeId::from(ins[0]);
-  outs[0] = makeText(
-      readText([&](char* buffer, std::size_t size) { return H5Aget_name(attribute, size, buffer); },
-               kChecked));
-}
+using ObjectName = Text<"object name">;
+using Index = Enum<H5_index_t>;
+using Order = Enum<H5_iter_order_t>;
+// The quotation marks belong to the descriptions.
+using Nth = StrictSize<"\"index\"">;
+using StartWithin = StrictSize<"\"initial offset within index\"">;
 
 // --- Information -----------------------------------------------------------------
 
@@ -50,98 +32,76 @@ constexpr Field<H5A_info_t> kAttributeInfo[] = {
      [](const H5A_info_t& info) { return zbCreateLogicalScalar(info.corder_valid == 1); }},
     {"corder", numberOf<&H5A_info_t::corder>},
     {"cset", numberOf<&H5A_info_t::cset>},
-    {"data_size", [](const H5A_info_t& info) { return makeSizeResult(info.data_size); }},
+    {"data_size", numberOf<&H5A_info_t::data_size>},
 };
 
 zbArray* makeAttributeInfo(const H5A_info_t& info) { return makeRecord(kAttributeInfo, info); }
 
-void getInfo(zbArray** outs, const zbArray** ins) {
-  H5A_info_t info{};
-  checked(H5Aget_info(AttributeId::from(ins[0]), &info));
-  outs[0] = makeAttributeInfo(info);
-}
-
-// --- Iteration -------------------------------------------------------------------
+// --- Iteration ------------------------------------------------------------------------
 
 /// The caller gets HDF5's own failure; what the host function had to say is a warning.
 void warn(CallbackContext& /*context*/, std::string report) {
   zbWarningMsgId(msg::H5Aiterator2_Callback_failure(std::move(report)));
 }
 
-/// Gives nothing, not even where the iteration stopped.
-void iterateByNumber(const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  unsigned index = getUIntArg(ins[1]);
-  CallbackContext context(ins[2]);
-  checked(context.returned(
-      H5Aiterate1(location, &index,
-                  plainAdapter<msg::attributeIteratorCallback, IdInput, NameInput>, &context)));
-}
-
-void iterateByIndex(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const auto index = getEnumArg<H5_index_t>(ins[1]);
-  const auto order = getEnumArg<H5_iter_order_t>(ins[2]);
-  hsize_t position = getStrictSizeArg(ins[3], "\"initial offset within index\"");
-  CallbackContext context(ins[4], ins[5]);
-  const herr_t status = checked(context.returned(H5Aiterate2(
-      location, index, order, &position,
-      trappedAdapter<warn, IdInput, NameInput, RecordInput<H5A_info_t, makeAttributeInfo>>,
-      &context)));
-  storeRequested(nOut, outs,
-                 {zbCreateDoubleScalar(status), makeSizeResult(position), context.userData});
-}
-
-void iterate(int nOut, zbArray** outs, int nIn, const zbArray** ins) {
-  requireArgCount(nIn == 3 || nIn == 6);
-  if (nIn == 3) {
-    iterateByNumber(ins);
-  } else {
-    iterateByIndex(nOut, outs, ins);
-  }
-}
+constexpr auto callHost = plainAdapter<msg::attributeIteratorCallback, IdInput, NameInput>;
+constexpr auto callHostWithData =
+    trappedAdapter<warn, IdInput, NameInput, RecordInput<H5A_info_t, makeAttributeInfo>>;
 
 // --- Reading and writing ---------------------------------------------------------
 
-void read(zbArray** outs, const zbArray** ins) {
-  const hid_t attribute = AttributeId::from(ins[0]);
-  const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, ins[1], nullptr);
+void read(Inputs ins, Results& outs) {
+  const auto [attribute, memoryType] = take<AttributeId, Any>(ins);
+  const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, memoryType, nullptr);
   const hdf5::Space space(checked(H5Aget_space(attribute)));
-  outs[0] = readData(type.get(), space.get(), H5Sget_simple_extent_npoints(space.get()),
-                     [&](void* buffer) { return H5Aread(attribute, type.get(), buffer); });
+  const hssize_t points = H5Sget_simple_extent_npoints(space.get());
+  outs.give(readData(type.get(), space.get(), points, [&, from = attribute](void* buffer) {
+    return H5Aread(from, type.get(), buffer);
+  }));
 }
 
-void write(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t attribute = AttributeId::from(ins[0]);
-  const zbArray* data = ins[2];
-  const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, ins[1], data);
+void write(Inputs ins, Results& /*outs*/) {
+  const auto [attribute, memoryType, data] = take<AttributeId, Any, Any>(ins);
+  const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, memoryType, data);
   const hdf5::Space space(checked(H5Aget_space(attribute)));
-  writeData<msg::nullAttributeDataspace>(type.get(), space.get(), data, [&](const void* buffer) {
-    return H5Awrite(attribute, type.get(), buffer);
-  });
+  writeData<msg::nullAttributeDataspace>(
+      type.get(), space.get(), data,
+      [&, to = attribute](const void* buffer) { return H5Awrite(to, type.get(), buffer); });
 }
 
 constexpr Row kAttributeFunctions[] = {
-    // name                call               gives       takes
-    {"H5Aclose", wrap<H5Aclose, Nothing, AttributeId>},
-    {"H5Acreate", create},
-    {"H5Adelete", wrap<H5Adelete, Nothing, AttributeId, Name>},
-    {"H5Aget_info", rule<1, getInfo>},
-    {"H5Aget_name", rule<1, getName>},
-    {"H5Aget_num_attrs", wrap<H5Aget_num_attrs, Number, AttributeId>},
-    {"H5Aget_space", wrap<H5Aget_space, Identifier, AttributeId>},
-    {"H5Aget_type", wrap<H5Aget_type, Identifier, AttributeId>},
-    {"H5Aiterate", iterate},
-    {"H5Aopen", wrap<H5Aopen, Identifier, AttributeId, Name, AccessList>},
-    {"H5Aopen_by_idx", wrap<H5Aopen_by_idx, Identifier, AttributeId, Name, Enum<H5_index_t>,
-                            Enum<H5_iter_order_t>, StrictSize<"\"index\"">, AccessList, LinkList>},
-    {"H5Aopen_by_name", wrap<H5Aopen_by_name, Identifier, LocationId, Text<"object name">, Name,
-                             AccessList, LinkList>},
-    {"H5Aopen_idx", wrap<H5Aopen_idx, Identifier, AttributeId, Unsigned>},
-    {"H5Aopen_name", wrap<H5Aopen_name, Identifier, Id<"object identifier">, Name>},
-    {"H5Aread", rule<2, read>},
-    {"H5Awrite", rule<3, write>},
-};
+    // clang-format off
+    //  name              gives                            takes
+    ROW(H5Aclose,         Nothing,                         AttributeId),
+    // The creation list stands for the access list, too: a sixth input is never read.
+    BY_COUNT(H5Acreate,
+        Form<H5Acreate1,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
+                                                           CreationList>,
+        Form<H5Acreate2,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
+                                                           CreationList, At<4, AccessList>>),
+    ROW(H5Adelete,        Nothing,                         AttributeId, Name),
+    ROW(H5Aget_info,      Outputs<Record<kAttributeInfo>>, AttributeId),
+    ROW(H5Aget_name,      BufferedText,                    AttributeId, SizeThenBuffer),
+    ROW(H5Aget_num_attrs, Number,                          AttributeId),
+    ROW(H5Aget_space,     Identifier,                      AttributeId),
+    ROW(H5Aget_type,      Identifier,                      AttributeId),
+    // The first form gives nothing, not even where the iteration stopped.
+    BY_COUNT(H5Aiterate,
+        Form<H5Aiterate1, Nothing,                         LocationId, InOut<Unsigned>,
+                                                           Function<callHost>>,
+        Form<H5Aiterate2, Walked,                          LocationId, Index, Order,
+                                                           InOut<StartWithin>,
+                                                           FunctionAndData<callHostWithData>>),
+    ROW(H5Aopen,          Identifier,                      AttributeId, Name, AccessList),
+    ROW(H5Aopen_by_idx,   Identifier,                      AttributeId, Name, Index, Order, Nth,
+                                                           AccessList, LinkList),
+    ROW(H5Aopen_by_name,  Identifier,                      LocationId, ObjectName, Name,
+                                                           AccessList, LinkList),
+    ROW(H5Aopen_idx,      Identifier,                      AttributeId, Unsigned),
+    ROW(H5Aopen_name,     Identifier,                      Id<"object identifier">, Name),
+    OWN(H5Aread,          read),
+    OWN(H5Awrite,         write),
+};  // clang-format on
 
 }  // namespace
 

@@ -1,11 +1,13 @@
 // H5D: datasets.
+#include <optional>
 #include <string>
+#include <utility>
 
-#include "wrappers/bounds.hpp"
+#include "hdf5/shields.hpp"
 #include "wrappers/data_transfer.hpp"
-#include "wrappers/memory_datatype.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
+#include "wrappers/transfer_datatype.hpp"
 
 namespace h5gate {
 namespace {
@@ -20,15 +22,19 @@ using AccessList = ObjectList<"dataset access property list">;
 using LinkList = ObjectList<"link creation property list">;
 using TransferList = ListId<"transfer property list identifier">;
 
-// --- Extents ------------------------------------------------------------------
+// --- Extents --------------------------------------------------------------------------
+
+/// The data of any array, read as doubles.
+struct Extent {
+  static PaddedSizes from(const zbArray* array) { return getExtentArg(array); }
+};
 
 /// Extents that a script leaves off keep their size: nothing is cut away because a
 /// vector is short. Without any extent HDF5 itself refuses the call.
 template <herr_t (*SetExtent)(hid_t, const hsize_t*)>
-void setExtent(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t dataset = DatasetId::from(ins[0]);
-  const Dims given = getExtentArg(ins[1]);
-  Dims extent(H5S_MAX_RANK);
+void setExtent(Inputs ins, Results& /*outs*/) {
+  const auto [dataset, given] = take<DatasetId, Extent>(ins);
+  PaddedSizes extent(H5S_MAX_RANK);
   const hdf5::Space space(H5Dget_space(dataset));
   if (space.valid()) H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr);
   for (std::size_t i = 0; i < given.size() && i < extent.size(); ++i) extent[i] = given[i];
@@ -51,7 +57,7 @@ void checkFillBuffer(hid_t space, const zbArray* buffer) {
   const int ndims = H5Sget_simple_extent_ndims(space);
   if (ndims < 0) raise<msg::failureToRetrieveDataspaceNdims>();
   const auto rank = static_cast<std::size_t>(ndims);
-  Dims extent(rank);
+  PaddedSizes extent(rank);
   if (H5Sget_simple_extent_dims(space, extent.data(), nullptr) < 0) {
     raise<msg::failureToRetrieveDataspace>();
   }
@@ -86,24 +92,25 @@ void requireElements(const zbArray* array, hssize_t elements, hid_t type, const 
   if (elements > 0 && bytes / size < static_cast<std::size_t>(elements)) {
     raiseRefusal("H5Dfill", tooShort);
   }
-  if (holdsPointers(type)) raiseRefusal("H5Dfill", "an array cannot hold variable-length data");
+  if (hdf5::holdsPointers(type)) {
+    raiseRefusal("H5Dfill", "an array cannot hold variable-length data");
+  }
 }
 
-void fill(zbArray** outs, const zbArray** ins) {
-  const zbArray* value = ins[0];
-  const hid_t valueType = Id<"fill type identifier">::from(ins[1]);
-  const hid_t bufferType = Id<"fill buffer type identifier">::from(ins[3]);
-  const hid_t space = Id<"fill dataspace identifier">::from(ins[4]);
-  zbArray* filled = zbDuplicateArray(ins[2]);
-  checkFillBuffer(space, ins[2]);
+void fill(Inputs ins, Results& outs) {
+  const auto [value, valueType, buffer, bufferType, space] =
+      take<Any, Id<"fill type identifier">, Any, Id<"fill buffer type identifier">,
+           Id<"fill dataspace identifier">>(ins);
+  zbArray* filled = zbDuplicateArray(buffer);
+  checkFillBuffer(space, buffer);
   // An empty fill value has no data: HDF5 fills with zeros then.
   requireElements(value, zbGetNumberOfElements(value) == 0 ? 0 : 1, valueType,
                   "the fill value has fewer bytes than its datatype");
   requireElements(filled, H5Sget_simple_extent_npoints(space), bufferType,
                   "the buffer has fewer bytes than the dataspace needs in its datatype");
-  if (!selectionFits(space)) raiseRefusal("H5Dfill", "the selection leaves the extent");
+  if (!hdf5::selectionFits(space)) raiseRefusal("H5Dfill", "the selection leaves the extent");
   checked(H5Dfill(zbGetData(value), valueType, zbGetWritableData(filled), bufferType, space));
-  outs[0] = filled;
+  outs.give(filled);
 }
 
 // --- Reading and writing ------------------------------------------------------------
@@ -115,20 +122,24 @@ class TransferSpaces {
   TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
         memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
-    if (!selectionFits(file.get())) raiseRefusal(function, "the file selection leaves the extent");
-    if (!selectionFits(memory.get())) {
+    if (!hdf5::selectionFits(file.get())) {
+      raiseRefusal(function, "the file selection leaves the extent");
+    }
+    if (!hdf5::selectionFits(memory.get())) {
       raiseRefusal(function, "the memory selection leaves the extent");
     }
-    raised = raisedPoints(memory.get(), file.get());
+    std::optional<hdf5::Space> points = hdf5::pointsInRankOf(file.get(), memory.get());
+    if (!points) KVH5libraryError();
+    points_ = std::move(*points);
   }
   /// The memory space that HDF5 gets; the host's array has the shape of `memory`.
-  [[nodiscard]] hid_t transferred() const { return raised.valid() ? raised.get() : memory.get(); }
+  [[nodiscard]] hid_t transferred() const { return points_.valid() ? points_.get() : memory.get(); }
 
   hdf5::Space file;
   hdf5::Space memory;
 
  private:
-  hdf5::Space raised;
+  hdf5::Space points_;
 };
 
 hssize_t pointsOf(hid_t dataset) {
@@ -151,60 +162,69 @@ OwnTransferList readingList(hid_t given) {
   return list;
 }
 
-void read(zbArray** outs, const zbArray** ins) {
-  const hid_t dataset = DatasetId::from(ins[0]);
-  const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, ins[1], nullptr);
-  const hid_t memorySpace = getMemorySpaceArg(ins[2]);
-  const hid_t fileSpace = getFileSpaceArg(ins[3]);
-  const hid_t givenList = TransferList::from(ins[4]);
-  const hssize_t points = pointsOf(dataset);
-  const TransferSpaces spaces("H5Dread", dataset, memorySpace, fileSpace);
+/// Where a read comes from and the memory datatype that it is given or that suits it:
+/// two inputs.
+struct ReadFrom {
+  static constexpr std::size_t inputs = 2;
+  hid_t dataset;
+  MemoryDatatype type;
+  static ReadFrom from(Inputs ins) {
+    const hid_t dataset = DatasetId::from(ins[0]);
+    return {dataset, chooseMemoryDatatype(dataset, H5Dget_type, ins[1], nullptr)};
+  }
+};
+
+void read(Inputs ins, Results& outs) {
+  const auto [from, memorySpace, fileSpace, givenList] =
+      take<ReadFrom, MemorySpaceId, FileSpaceId, TransferList>(ins);
+  const hssize_t points = pointsOf(from.dataset);
+  const TransferSpaces spaces("H5Dread", from.dataset, memorySpace, fileSpace);
   const OwnTransferList list = readingList(givenList);
-  outs[0] = readData(type.get(), spaces.memory.get(), points, [&](void* buffer) {
-    return H5Dread(dataset, type.get(), spaces.transferred(), spaces.file.get(), list.get(),
-                   buffer);
-  });
+  const hid_t type = from.type.get();
+  const auto transfer = [&, dataset = from.dataset](void* buffer) {
+    return H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+  };
+  outs.give(readData(type, spaces.memory.get(), points, transfer));
 }
 
-void write(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t dataset = DatasetId::from(ins[0]);
-  const hid_t memorySpace = getMemorySpaceArg(ins[2]);
-  const hid_t fileSpace = getFileSpaceArg(ins[3]);
-  const hid_t list = TransferList::from(ins[4]);
-  const zbArray* data = ins[5];
-  const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, ins[1], data);
+void write(Inputs ins, Results& /*outs*/) {
+  const auto [dataset, memoryType, memorySpace, fileSpace, list, data] =
+      take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
+  const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
-  writeData<msg::nullDatasetDataspace>(
-      type.get(), spaces.memory.get(), data, [&](const void* buffer) {
-        return H5Dwrite(dataset, type.get(), spaces.transferred(), spaces.file.get(), list, buffer);
-      });
+  const auto transfer = [&, to = dataset, by = list](const void* buffer) {
+    return H5Dwrite(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+  };
+  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
 }
 
 constexpr Row kDatasetFunctions[] = {
-    // name                    call                  gives       takes
-    {"H5Dclose", wrap<H5Dclose, Nothing, DatasetId>},
-    {"H5Dcreate",
-     byCount<Form<H5Dcreate1, Identifier, LocationId, Name, TypeOf, SpaceOf, CreationList>,
-             Form<H5Dcreate2, Identifier, LocationId, Name, TypeOf, SpaceOf, LinkList, CreationList,
-                  AccessList>>},
-    {"H5Dextend", rule<2, setExtent<H5Dextend>>},
-    {"H5Dfill", rule<5, fill>},
-    {"H5Dget_access_plist", wrap<H5Dget_access_plist, Identifier, DatasetId>},
-    {"H5Dget_create_plist", wrap<H5Dget_create_plist, Identifier, DatasetId>},
-    {"H5Dget_offset", wrap<H5Dget_offset, Address, DatasetId>},
-    {"H5Dget_space", wrap<H5Dget_space, Identifier, DatasetId>},
-    {"H5Dget_space_status",
-     wrap<H5Dget_space_status, Outputs<AsNumber<H5D_space_status_t>>, DatasetId>},
-    {"H5Dget_storage_size", wrap<H5Dget_storage_size, RawSize, DatasetId>},
-    {"H5Dget_type", wrap<H5Dget_type, Identifier, DatasetId>},
-    {"H5Dopen", byCount<Form<H5Dopen1, Identifier, LocationId, Name>,
-                        Form<H5Dopen2, Identifier, LocationId, Name, AccessList>>},
-    {"H5Dread", rule<5, read>},
-    {"H5Dset_extent", rule<2, setExtent<H5Dset_extent>>},
-    {"H5Dvlen_get_buf_size", wrap<H5Dvlen_get_buf_size, Outputs<AsSize<hsize_t>>, DatasetId,
-                                  Id<"datatype identifier">, SpaceOf>},
-    {"H5Dwrite", rule<6, write>},
-};
+    // clang-format off
+    //  name                  gives                         takes
+    ROW(H5Dclose,             Nothing,                      DatasetId),
+    BY_COUNT(H5Dcreate,
+        Form<H5Dcreate1,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
+                                                            CreationList>,
+        Form<H5Dcreate2,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
+                                                            LinkList, CreationList, AccessList>),
+    OWN(H5Dextend,            setExtent<H5Dextend>),
+    OWN(H5Dfill,              fill),
+    ROW(H5Dget_access_plist,  Identifier,                   DatasetId),
+    ROW(H5Dget_create_plist,  Identifier,                   DatasetId),
+    ROW(H5Dget_offset,        Unless<HADDR_UNDEF, Number>,  DatasetId),
+    ROW(H5Dget_space,         Identifier,                   DatasetId),
+    ROW(H5Dget_space_status,  Outputs<H5D_space_status_t>,  DatasetId),
+    ROW(H5Dget_storage_size,  Unchecked<Number>,            DatasetId),
+    ROW(H5Dget_type,          Identifier,                   DatasetId),
+    BY_COUNT(H5Dopen,
+        Form<H5Dopen1,        Identifier,                   LocationId, Name>,
+        Form<H5Dopen2,        Identifier,                   LocationId, Name, AccessList>),
+    OWN(H5Dread,              read),
+    OWN(H5Dset_extent,        setExtent<H5Dset_extent>),
+    ROW(H5Dvlen_get_buf_size, Outputs<hsize_t>,             DatasetId, Id<"datatype identifier">,
+                                                            SpaceOf),
+    OWN(H5Dwrite,             write),
+};  // clang-format on
 
 }  // namespace
 

@@ -1,6 +1,10 @@
 // H5DS: dimension scales. What fails in HDF5 is told by the name of the function, not
 // by the error stack. Dimensions are HDF5's: counted from 0, the slowest-varying first.
-#include "convert/callbacks.hpp"
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -9,74 +13,69 @@ namespace {
 
 using DatasetId = Id<"dataset identifier">;
 using ScaleId = Id<"dimension scale identifier">;
-using Dimension = Unsigned;
+using Axis = Unsigned;
 using Name = Text<"dimension name">;
 
+/// What fails is told by the name of the function.
 template <Description Function>
-constexpr auto kSucceeded = [](auto status) {
-  if (status < 0) raise<msg::libraryFailureH5DS>(Function.text);
+struct NamesFailures {
+  template <class Answer>
+  static Answer check(Answer answer) {
+    if (answer < 0) raise<msg::libraryFailureH5DS>(Function.text);
+    return answer;
+  }
+};
+template <Description Function, class Form>
+struct Named : Form {
+  using Rule = NamesFailures<Function>;
+};
+
+/// An empty array stands for no name, which HDF5 says with a null pointer.
+struct NameOrNone {
+  struct Taken {
+    std::optional<std::string> name;
+    /// 1.8 takes a char* that it only reads.
+    [[nodiscard]] auto arguments() { return std::tuple(name ? name->data() : nullptr); }
+  };
+  static Taken from(const zbArray* array) {
+    if (zbGetNumberOfElements(array) == 0) return {};
+    return {Name::from(array)};
+  }
+};
+
+// --- Iteration ------------------------------------------------------------------------
+
+constexpr auto callHost = trappedAdapter<keepReport, IdInput, NumberInput<unsigned>, IdInput>;
+
+/// HDF5 reads before the beginning of its list when told to start there. Scripts get the
+/// position behind the scale that they have seen last.
+herr_t iterateScales(hid_t dataset, unsigned dimension, int* index, decltype(callHost) visit,
+                     void* data) {
+  const int start = *index;
+  const herr_t status = start < 0 ? -1 : H5DSiterate_scales(dataset, dimension, index, visit, data);
+  *index = start + static_cast<int>(static_cast<const CallbackContext*>(data)->calls);
   return status;
-};
-
-/// No output, and a number.
-template <Description Function>
-struct Done {
-  template <class Call, class... Arguments>
-  static void run(zbArray** /*outs*/, Call call, Arguments... arguments) {
-    kSucceeded<Function>(call(arguments...));
-  }
-};
-template <Description Function>
-struct Count {
-  template <class Call, class... Arguments>
-  static void run(zbArray** outs, Call call, Arguments... arguments) {
-    outs[0] = zbCreateDoubleScalar(kSucceeded<Function>(call(arguments...)));
-  }
-};
-
-void setScale(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t scale = ScaleId::from(ins[0]);
-  const bool named = zbGetNumberOfElements(ins[1]) > 0;
-  std::string name = named ? Name::from(ins[1]) : "";  // 1.8 takes a char* that it only reads
-  kSucceeded<"H5DSset_scale">(H5DSset_scale(scale, named ? name.data() : nullptr));
 }
 
-void iterateScales(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t dataset = DatasetId::from(ins[0]);
-  const unsigned dimension = Dimension::from(ins[1]);
-  const int start = OrZero<Int>::from(ins[2]);
-  CallbackContext context(ins[3], ins[4]);
-  int index = start;
-  // HDF5 reads before the beginning of its list when told to start there.
-  const herr_t status = context.succeeded<msg::iterateScalesFailure>(
-      start < 0
-          ? -1
-          : H5DSiterate_scales(dataset, dimension, &index,
-                               trappedAdapter<keepReport, IdInput, NumberInput<unsigned>, IdInput>,
-                               &context));
-  storeRequested(
-      nOut, outs,
-      {zbCreateDoubleScalar(status),
-       zbCreateDoubleScalar(static_cast<double>(start + context.calls)), context.userData});
-}
+using Start = InOut<OrZero<Int>>;
 
 constexpr Row kDimensionScaleFunctions[] = {
-    // name                    call                   gives       takes
-    {"H5DSattach_scale",
-     wrap<H5DSattach_scale, Done<"H5DSattach_scale">, DatasetId, ScaleId, Dimension>},
-    {"H5DSdetach_scale",
-     wrap<H5DSdetach_scale, Done<"H5DSdetach_scale">, DatasetId, ScaleId, Dimension>},
-    {"H5DSget_label",
-     wrap<H5DSget_label, TextBy<kSucceeded<"H5DSget_label">>, DatasetId, Dimension>},
-    {"H5DSget_num_scales",
-     wrap<H5DSget_num_scales, Count<"H5DSget_num_scales">, DatasetId, Dimension>},
-    {"H5DSget_scale_name",
-     wrap<H5DSget_scale_name, TextBy<kSucceeded<"H5DSget_scale_name">>, DatasetId>},
-    {"H5DSis_scale", wrap<H5DSis_scale, Count<"H5DSis_scale">, DatasetId>},
-    {"H5DSiterate_scales", rule<5, iterateScales>},
-    {"H5DSset_label", wrap<H5DSset_label, Done<"H5DSset_label">, DatasetId, Dimension, Name>},
-    {"H5DSset_scale", rule<2, setScale>},
-};
+    // clang-format off
+    //  name                gives                                      takes
+    ROW(H5DSattach_scale,   Named<"H5DSattach_scale", Nothing>,        DatasetId, ScaleId, Axis),
+    ROW(H5DSdetach_scale,   Named<"H5DSdetach_scale", Nothing>,        DatasetId, ScaleId, Axis),
+    ROW(H5DSget_label,      Named<"H5DSget_label", BufferedText>,      DatasetId, Axis, Buffer),
+    ROW(H5DSget_num_scales, Named<"H5DSget_num_scales", Number>,       DatasetId, Axis),
+    ROW(H5DSget_scale_name, Named<"H5DSget_scale_name", BufferedText>, DatasetId, Buffer),
+    ROW(H5DSis_scale,       Named<"H5DSis_scale", Number>,             DatasetId),
+    ROW(H5DSset_label,      Named<"H5DSset_label", Nothing>,           DatasetId, Axis, Name),
+    ROW(H5DSset_scale,      Named<"H5DSset_scale", Nothing>,           ScaleId, NameOrNone),
+
+    //   name                calls          gives
+    //                       takes
+    CALL(H5DSiterate_scales, iterateScales, WalkedOr<msg::iterateScalesFailure>,
+                             DatasetId, Axis, Start, FunctionAndData<callHost>),
+};  // clang-format on
 
 }  // namespace
 

@@ -6,8 +6,8 @@
 
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
+#include "hdf5/file_name_pattern.hpp"
 #include "wrappers/cache_config.hpp"
-#include "wrappers/name_format.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -18,6 +18,11 @@ using FileId = Id<"file identifier">;
 using ObjectId = Id<"object identifier">;
 using FileName = Text<"file name">;
 using MountPoint = Text<"mount point">;
+using CreationList = ListId<"file creation property list">;
+using AccessListByName = ListId<"file access property list">;
+using AccessList = ObjectList<"access identifier">;
+using ChildId = Id<"child identifier">;
+using MountList = ListId<"mount property list">;
 
 /// Creation takes the name of any constant; a combined mask must be a number.
 struct CreateFlags {
@@ -61,30 +66,20 @@ struct ObjectKinds {
 using FileInfo = hdf5::FileInfo;
 
 constexpr Field<FileInfo> kMessagesInfo[] = {
-    {"index_size",
-     [](const FileInfo& info) { return makeSizeResult(info.sohm.msgs_info.index_size); }},
-    {"heap_size",
-     [](const FileInfo& info) { return makeSizeResult(info.sohm.msgs_info.heap_size); }},
+    {"index_size", [](const FileInfo& info) { return makeNumber(info.sohm.msgs_info.index_size); }},
+    {"heap_size", [](const FileInfo& info) { return makeNumber(info.sohm.msgs_info.heap_size); }},
 };
 constexpr Field<FileInfo> kSharedMessages[] = {
-    {"hdr_size", [](const FileInfo& info) { return makeSizeResult(info.sohm.hdr_size); }},
+    {"hdr_size", [](const FileInfo& info) { return makeNumber(info.sohm.hdr_size); }},
     {"msgs_info", [](const FileInfo& info) { return makeRecord(kMessagesInfo, info); }},
 };
 constexpr Field<FileInfo> kFileInfo[] = {
-    {"super_ext_size", [](const FileInfo& info) { return makeSizeResult(info.super_ext_size); }},
+    {"super_ext_size", numberOf<&FileInfo::super_ext_size>},
     {"sohm", [](const FileInfo& info) { return makeRecord(kSharedMessages, info); }},
 };
 
-void getInfo(zbArray** outs, const zbArray** ins) {
-  FileInfo info{};
-  checked(hdf5::getFileInfo(ObjectId::from(ins[0]), &info));
-  outs[0] = makeRecord(kFileInfo, info);
-}
-
-void getObjectIds(zbArray** outs, const zbArray** ins) {
-  const hid_t file = FileId::from(ins[0]);
-  const unsigned kinds = ObjectKinds::from(ins[1]);
-  const int wanted = getIntArg(ins[2]);
+void getObjectIds(Inputs ins, Results& outs) {
+  const auto [file, kinds, wanted] = take<FileId, ObjectKinds, Int>(ins);
   // A script's maximum may be anything; there are no more than HDF5 counts.
   const ssize_t open = checked(H5Fget_obj_count(file, kinds));
   const auto room = static_cast<std::size_t>(std::clamp<ssize_t>(wanted, 0, open));
@@ -92,8 +87,8 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
   // HDF5 reads a maximum of 0 as no limit: none wanted is not a question for it.
   const ssize_t count = room == 0 ? 0 : checked(H5Fget_obj_ids(file, kinds, room, ids.data()));
   ids.resize(static_cast<std::size_t>(count));
-  outs[0] = zbCreateDoubleScalar(static_cast<double>(count));
-  outs[1] = makeColumn(ids, identifierToHost);
+  outs.give(makeNumber(count));
+  outs.give(makeColumn(ids, identifierToHost));
 }
 
 // --- Creating and opening --------------------------------------------------------
@@ -102,7 +97,7 @@ void getObjectIds(zbArray** outs, const zbArray** ins) {
 /// the format.
 void requireName(const char* function, const char* name, hid_t accessList) {
   if (accessList == H5P_DEFAULT || H5Pget_driver(accessList) != H5FD_FAMILY) return;
-  if (!isNameFormat(name, "du", 2)) {
+  if (!hdf5::isFileNamePattern(name, "du", 2)) {
     raiseRefusal(function, "the name of a family of files is no format with one %d");
   }
 }
@@ -118,33 +113,32 @@ hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
 }
 
 constexpr Row kFileFunctions[] = {
-    // name                  call                 gives       takes
-    {"H5Fclose", wrap<H5Fclose, Nothing, FileId>},
-    {"H5Fcreate", wrap<createFile, Identifier, FileName, CreateFlags,
-                       ListId<"file creation property list">, ListId<"file access property list">>},
-    {"H5Fflush", wrap<H5Fflush, Nothing, ObjectId, Enum<H5F_scope_t>>},
-    {"H5Fget_access_plist", wrap<H5Fget_access_plist, Identifier, FileId>},
-    {"H5Fget_create_plist", wrap<H5Fget_create_plist, Identifier, FileId>},
-    {"H5Fget_filesize", wrap<H5Fget_filesize, Outputs<AsSize<hsize_t>>, FileId>},
-    {"H5Fget_freespace", wrap<H5Fget_freespace, RawNumber, FileId>},
-    {"H5Fget_info", rule<1, getInfo>},
-    {"H5Fget_mdc_config", rule<1, getCacheConfig<H5Fget_mdc_config, FileId>>},
-    {"H5Fget_mdc_hit_rate", wrap<H5Fget_mdc_hit_rate, Outputs<AsNumber<double>>, FileId>},
-    {"H5Fget_mdc_size",
-     wrap<H5Fget_mdc_size,
-          Outputs<AsSize<std::size_t>, AsSize<std::size_t>, AsSize<std::size_t>, AsNumber<int>>,
-          FileId>},
-    {"H5Fget_name", wrap<H5Fget_name, RawText, ObjectId>},
-    {"H5Fget_obj_count", wrap<H5Fget_obj_count, RawNumber, FileId, ObjectKinds>},
-    {"H5Fget_obj_ids", rule<3, getObjectIds>},
-    {"H5Fis_hdf5", wrap<H5Fis_hdf5, RawNumber, FileName>},
-    {"H5Fmount", wrap<H5Fmount, Nothing, FileId, MountPoint, Id<"child identifier">,
-                      ListId<"mount property list">>},
-    {"H5Fopen", wrap<openFile, Identifier, FileName, OpenFlags, ObjectList<"access identifier">>},
-    {"H5Freopen", wrap<H5Freopen, Identifier, FileId>},
-    {"H5Fset_mdc_config", rule<2, setCacheConfig<H5Fset_mdc_config, FileId>>},
-    {"H5Funmount", wrap<H5Funmount, Nothing, FileId, MountPoint>},
-};
+    // clang-format off
+    //  name                 gives                                  takes
+    ROW(H5Fclose,            Nothing,                               FileId),
+    CALL(H5Fcreate, createFile, Identifier,                         FileName, CreateFlags,
+                                                                    CreationList, AccessListByName),
+    ROW(H5Fflush,            Nothing,                               ObjectId, Enum<H5F_scope_t>),
+    ROW(H5Fget_access_plist, Identifier,                            FileId),
+    ROW(H5Fget_create_plist, Identifier,                            FileId),
+    ROW(H5Fget_filesize,     Outputs<hsize_t>,                      FileId),
+    ROW(H5Fget_freespace,    Unchecked<Number>,                     FileId),
+    CALL(H5Fget_info, hdf5::getFileInfo, Outputs<Record<kFileInfo>>, ObjectId),
+    OWN(H5Fget_mdc_config,   getCacheConfig<H5Fget_mdc_config, FileId>),
+    ROW(H5Fget_mdc_hit_rate, Outputs<double>,                       FileId),
+    ROW(H5Fget_mdc_size,     Outputs<size_t, size_t, size_t, int>,  FileId),
+    ROW(H5Fget_name,         Unchecked<BufferedText>,               ObjectId, Buffer),
+    ROW(H5Fget_obj_count,    Unchecked<Number>,                     FileId, ObjectKinds),
+    OWN(H5Fget_obj_ids,      getObjectIds),
+    ROW(H5Fis_hdf5,          Unchecked<Number>,                     FileName),
+    ROW(H5Fmount,            Nothing,                               FileId, MountPoint, ChildId,
+                                                                    MountList),
+    CALL(H5Fopen, openFile,  Identifier,                            FileName, OpenFlags,
+                                                                    AccessList),
+    ROW(H5Freopen,           Identifier,                            FileId),
+    OWN(H5Fset_mdc_config,   setCacheConfig<H5Fset_mdc_config, FileId>),
+    ROW(H5Funmount,          Nothing,                               FileId, MountPoint),
+};  // clang-format on
 
 }  // namespace
 

@@ -1,8 +1,6 @@
 // H5G: groups, and the first generation of links, objects and comments.
-#include "convert/callbacks.hpp"
 #include "convert/record.hpp"
-#include "convert/two_calls.hpp"
-#include "wrappers/link_value.hpp"
+#include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -14,6 +12,11 @@ using LocationId = Id<"location identifier">;
 using GroupName = Text<"group name">;
 using Name = Text<"dataset name">;  // groups are created and opened by it, too
 using CommentParent = Text<"parent of comment">;
+using CommentedObject = Text<"parent object of comment">;
+using Comment = Text<"comment">;
+using UnlinkedName = Text<"name of object to unlink">;
+using LinkList = ObjectList<"link creation property list">;
+using CreationList = ObjectList<"group creation property list">;
 using AccessList = ObjectList<"group access property list">;
 
 /// Any double is a hint; HDF5 says which are too large.
@@ -32,29 +35,20 @@ struct Destination {
   }
 };
 
-// --- Texts ------------------------------------------------------------------------
+// --- The value of a link --------------------------------------------------------------
 
-void getComment(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = CommentParent::from(ins[1]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) {
-        return H5Gget_comment(location, name.c_str(), size, buffer);
-      },
-      kChecked));
-}
-
-/// HDF5 itself refuses hard links, which have no value.
-void getLinkValue(zbArray** outs, const zbArray** ins) {
-  const hid_t location = Id<"link location identifier">::from(ins[0]);
-  const std::string name = CommentParent::from(ins[1]);
+/// Where other links have the size of their value, the record of a hard link has the
+/// object's address: HDF5, which refuses hard links here, gets no room for them.
+void getLinkValue(Inputs ins, Results& outs) {
+  const auto [location, name] = take<Id<"link location identifier">, CommentParent>(ins);
   hdf5::LinkInfo info{};
   if (hdf5::getLinkInfo(location, name.c_str(), &info, H5P_DEFAULT) < 0) {
     raise<msg::objectNotLink>(name);
   }
-  outs[0] = makeText(readLinkValue(info, [&](char* buffer, std::size_t size) {
-    return H5Gget_linkval(location, name.c_str(), size, buffer);
-  }));
+  const std::size_t size = info.type == H5L_TYPE_HARD ? 0 : info.u.val_size;
+  std::string value(size + 1, '\0');  // a NUL stands behind every value
+  checked(H5Gget_linkval(location, name.c_str(), value.size(), value.data()));
+  outs.give(makeText(value));
 }
 
 // --- Information records -------------------------------------------------------------
@@ -96,62 +90,50 @@ constexpr Field<H5G_stat_t> kObjectStatus[] = {
     {"ohdr", [](const H5G_stat_t& status) { return makeRecord(kHeaderStatus, status.ohdr); }},
 };
 
-void getInfo(zbArray** outs, const zbArray** ins) {
-  H5G_info_t info{};
-  checked(H5Gget_info(GroupId::from(ins[0]), &info));
-  outs[0] = makeRecord(kGroupInfo, info);
-}
+/// 0 and whatever a double truncates to 0 ask about the link itself.
+struct FollowLink {
+  static hbool_t from(const zbArray* array) { return truncateToInt32(zbGetScalar(array)) != 0; }
+};
 
-void getObjectStatus(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = GroupName::from(ins[1]);
-  const bool followLink = truncateToInt32(zbGetScalar(ins[2])) != 0;
-  H5G_stat_t status{};
-  checked(H5Gget_objinfo(location, name.c_str(), followLink, &status));
-  outs[0] = makeRecord(kObjectStatus, status);
-}
+// --- Iteration ------------------------------------------------------------------------
 
-// --- Iteration -------------------------------------------------------------------------
-
-/// Gives what HDF5 answers, a failure included.
-void iterate(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = GroupName::from(ins[1]);
-  auto index = static_cast<int>(OrZero<Unsigned>::from(ins[2]));
-  CallbackContext context(ins[3]);
-  const herr_t status = context.returned(
-      H5Giterate(location, name.c_str(), &index,
-                 plainAdapter<msg::H5GiteratorCallbackFailure, IdInput, NameInput>, &context));
-  outs[0] = zbCreateDoubleScalar(status);
-}
+constexpr auto callHost = plainAdapter<msg::H5GiteratorCallbackFailure, IdInput, NameInput>;
+using Start = InOut<OrZero<Unsigned>, int>;
 
 constexpr Row kGroupFunctions[] = {
-    // name                  call                 gives       takes
-    {"H5Gclose", wrap<H5Gclose, Nothing, GroupId>},
-    {"H5Gcreate",
-     byCount<
-         Form<H5Gcreate1, Identifier, LocationId, Name, SizeHint>,
-         Form<H5Gcreate2, Identifier, LocationId, Name, ObjectList<"link creation property list">,
-              ObjectList<"group creation property list">, AccessList>>},
-    {"H5Gget_comment", rule<2, getComment>},
-    {"H5Gget_info", rule<1, getInfo>},
-    {"H5Gget_linkval", rule<2, getLinkValue>},
-    {"H5Gget_num_objs", wrap<H5Gget_num_objs, Outputs<AsSize<hsize_t>>, LocationId>},
-    {"H5Gget_objinfo", rule<3, getObjectStatus>},
-    {"H5Gget_objname_by_idx", wrap<H5Gget_objname_by_idx, RawText, LocationId, Size>},
-    {"H5Gget_objtype_by_idx", wrap<H5Gget_objtype_by_idx, RawNumber, LocationId, Size>},
-    {"H5Giterate", rule<4, iterate>},
-    {"H5Glink2",
-     wrap<H5Glink2, Nothing, Id<"current location identifier">, Text<"name of existing object">,
-          Enum<H5G_link_t>, Destination, Text<"new name for the object">>},
-    {"H5Gmove2", wrap<H5Gmove2, Nothing, LocationId, Text<"name of source object">, Destination,
-                      Text<"name of destination object">>},
-    {"H5Gopen", byCount<Form<H5Gopen1, Identifier, LocationId, Name>,
-                        Form<H5Gopen2, Identifier, LocationId, Name, AccessList>>},
-    {"H5Gset_comment",
-     wrap<H5Gset_comment, Nothing, LocationId, Text<"parent object of comment">, Text<"comment">>},
-    {"H5Gunlink", wrap<H5Gunlink, Nothing, LocationId, Text<"name of object to unlink">>},
-};
+    // clang-format off
+    //  name                   gives                           takes
+    ROW(H5Gclose,              Nothing,                        GroupId),
+    BY_COUNT(H5Gcreate,
+        Form<H5Gcreate1,       Identifier,                     LocationId, Name, SizeHint>,
+        Form<H5Gcreate2,       Identifier,                     LocationId, Name, LinkList,
+                                                               CreationList, AccessList>),
+    ROW(H5Gget_comment,        BufferedText,                   LocationId, CommentParent,
+                                                               SizeThenBuffer),
+    ROW(H5Gget_info,           Outputs<Record<kGroupInfo>>,    GroupId),
+    OWN(H5Gget_linkval,        getLinkValue),
+    ROW(H5Gget_num_objs,       Outputs<hsize_t>,               LocationId),
+    ROW(H5Gget_objinfo,        Outputs<Record<kObjectStatus>>, LocationId, GroupName, FollowLink),
+    ROW(H5Gget_objname_by_idx, Unchecked<BufferedText>,        LocationId, Size, Buffer),
+    ROW(H5Gget_objtype_by_idx, Unchecked<Number>,              LocationId, Size),
+    // Gives what HDF5 answers, a failure included.
+    ROW(H5Giterate,            Unchecked<Number>,              LocationId, GroupName, Start,
+                                                               Function<callHost>),
+    ROW(H5Glink2,              Nothing,                        Id<"current location identifier">,
+                                                               Text<"name of existing object">,
+                                                               Enum<H5G_link_t>, Destination,
+                                                               Text<"new name for the object">),
+    ROW(H5Gmove2,              Nothing,                        LocationId,
+                                                               Text<"name of source object">,
+                                                               Destination,
+                                                               Text<"name of destination object">),
+    BY_COUNT(H5Gopen,
+        Form<H5Gopen1,         Identifier,                     LocationId, Name>,
+        Form<H5Gopen2,         Identifier,                     LocationId, Name, AccessList>),
+    ROW(H5Gset_comment,        Nothing,                        LocationId, CommentedObject,
+                                                               Comment),
+    ROW(H5Gunlink,             Nothing,                        LocationId, UnlinkedName),
+};  // clang-format on
 
 }  // namespace
 

@@ -1,8 +1,6 @@
 // H5L: links.
-#include "convert/callbacks.hpp"
 #include "convert/record.hpp"
-#include "convert/two_calls.hpp"
-#include "wrappers/link_value.hpp"
+#include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -13,11 +11,15 @@ using GroupId = Id<"group identifier">;
 using LocationId = Id<"location identifier">;
 using GroupName = Text<"group name">;
 using LinkName = Text<"link name">;
+using ObjectName = Text<"object name">;
 using CreationList = ObjectList<"link creation property list">;
 using AccessList = ObjectList<"link access property list">;
+using AccessListId = ObjectList<"link access property list identifier">;
 using Index = Enum<H5_index_t>;
 using Order = Enum<H5_iter_order_t>;
-using Start = OrZero<Size>;
+using Start = InOut<OrZero<Size>>;
+// The quotation marks belong to the description.
+using Nth = StrictSize<"\"initial offset within index\"">;
 
 /// An identifier, or "H5L_SAME_LOC" for the other end's location.
 template <Description D>
@@ -28,7 +30,10 @@ struct Location {
   }
 };
 using LinkLocation = Location<"link location identifier">;
-using LinkDestination = Location<"destination location identifier">;
+using Source = Location<"source location identifier">;
+using SourceName = Text<"source name">;
+using Destination = Location<"destination location identifier">;
+using DestinationName = Text<"destination name">;
 
 // --- What a link is -------------------------------------------------------------------
 
@@ -42,22 +47,16 @@ constexpr Field<hdf5::LinkInfo> kLinkInfo[] = {
     {"cset", numberOf<&hdf5::LinkInfo::cset>},
     {Hard ? "address" : "val_size",
      [](const hdf5::LinkInfo& info) {
-       return makeSizeResult(Hard ? info.u.address : info.u.val_size);
+       return makeNumber(Hard ? info.u.address : info.u.val_size);
      }},
 };
 
-hdf5::LinkInfo linkInfo(hid_t location, const std::string& name, hid_t accessList) {
+void getInfo(Inputs ins, Results& outs) {
+  const auto [location, name, accessList] = take<LocationId, LinkName, AccessList>(ins);
   hdf5::LinkInfo info{};
   checked(hdf5::getLinkInfo(location, name.c_str(), &info, accessList));
-  return info;
-}
-
-void getInfo(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = LinkName::from(ins[1]);
-  const hdf5::LinkInfo info = linkInfo(location, name, AccessList::from(ins[2]));
-  outs[0] = info.type == H5L_TYPE_HARD ? makeRecord(kLinkInfo<true>, info)
-                                       : makeRecord(kLinkInfo<false>, info);
+  outs.give(info.type == H5L_TYPE_HARD ? makeRecord(kLinkInfo<true>, info)
+                                       : makeRecord(kLinkInfo<false>, info));
 }
 
 /// An n-by-1 cell of texts.
@@ -69,128 +68,93 @@ zbArray* makeTexts(std::initializer_list<const char*> texts) {
   return cell;
 }
 
+/// {file; path}
+zbArray* makeExternalValue(const std::string& value) {
+  unsigned flags = 0;
+  const char* file = nullptr;
+  const char* path = nullptr;
+  checked(H5Lunpack_elink_val(value.data(), value.size(), &flags, &file, &path));
+  return makeTexts({file, path});
+}
+
 /// {path} of a soft link, {file; path} of an external one, empty text of all others.
-void getValue(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = LinkName::from(ins[1]);
-  const hid_t accessList = AccessList::from(ins[2]);
-  const hdf5::LinkInfo info = linkInfo(location, name, accessList);
-  if (info.type == H5L_TYPE_HARD) {
-    outs[0] = makeText("");
-    return;
+void getValue(Inputs ins, Results& outs) {
+  const auto [location, name, accessList] = take<LocationId, LinkName, AccessList>(ins);
+  hdf5::LinkInfo info{};
+  checked(hdf5::getLinkInfo(location, name.c_str(), &info, accessList));
+  std::string value;
+  if (info.type != H5L_TYPE_HARD) {
+    value.resize(info.u.val_size + 1);  // a NUL stands behind every value
+    checked(H5Lget_val(location, name.c_str(), value.data(), value.size(), accessList));
   }
-  const std::string value = readLinkValue(info, [&](char* buffer, std::size_t size) {
-    return H5Lget_val(location, name.c_str(), buffer, size, accessList);
-  });
-  if (info.type == H5L_TYPE_SOFT) {
-    outs[0] = makeTexts({value.c_str()});
-  } else if (info.type == H5L_TYPE_EXTERNAL) {
-    unsigned flags = 0;
-    const char* file = nullptr;
-    const char* path = nullptr;
-    checked(H5Lunpack_elink_val(value.data(), value.size(), &flags, &file, &path));
-    outs[0] = makeTexts({file, path});
-  } else {
-    outs[0] = makeText("");
+  switch (info.type) {
+    case H5L_TYPE_SOFT: return outs.give(makeTexts({value.c_str()}));
+    case H5L_TYPE_EXTERNAL: return outs.give(makeExternalValue(value));
+    default: return outs.give(makeText(""));
   }
 }
 
-void getNameByIndex(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string group = Text<"object name">::from(ins[1]);
-  const auto index = Index::from(ins[2]);
-  const auto order = Order::from(ins[3]);
-  // The quotation marks belong to the description.
-  const hsize_t position = getStrictSizeArg(ins[4], "\"initial offset within index\"");
-  const hid_t accessList = ObjectList<"link access property list identifier">::from(ins[5]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) {
-        return H5Lget_name_by_idx(location, group.c_str(), index, order, position, buffer, size,
-                                  accessList);
-      },
-      kChecked));
-}
-
-// --- Iteration ---------------------------------------------------------------------------
+// --- Iteration ------------------------------------------------------------------------
 
 constexpr auto callHost = trappedAdapter<keepReport, IdInput, NameInput, NotPassed<hdf5::LinkInfo>>;
 
-/// Without a callback that failed there is nothing to report, unlike in the others.
-void iterate(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t group = GroupId::from(ins[0]);
-  const auto index = Index::from(ins[1]);
-  const auto order = Order::from(ins[2]);
-  hsize_t position = Start::from(ins[3]);
-  CallbackContext context(ins[4], ins[5], "");
-  const herr_t status = context.succeeded<msg::linkIterationFailure>(
-      hdf5::iterateLinks(group, index, order, &position, callHost, &context));
-  storeRequested(nOut, outs,
-                 {zbCreateDoubleScalar(status), makeSizeResult(position), context.userData});
+/// Only files and groups have links to visit.
+struct FileOrGroup {
+  static constexpr std::size_t inputs = 0;  // looks once more at one that was taken
+  struct Passed {
+    [[nodiscard]] static auto arguments() { return std::tuple(); }
+  };
+  static Passed from(const zbArray* location) {
+    const H5I_type_t type = H5Iget_type(LocationId::from(location));
+    if (type != H5I_FILE && type != H5I_GROUP) raise<msg::invalidLocation>();
+    return {};
+  }
+};
+
+/// Both identifiers come first, and with them their complaints.
+herr_t visitByName(hid_t location, hid_t accessList, const char* group, H5_index_t index,
+                   H5_iter_order_t order, decltype(callHost) visit, void* data) {
+  return hdf5::visitLinksByName(location, group, index, order, visit, data, accessList);
 }
 
-void iterateByName(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string group = GroupName::from(ins[1]);
-  const auto index = Index::from(ins[2]);
-  const auto order = Order::from(ins[3]);
-  hsize_t position = Start::from(ins[4]);
-  const hid_t accessList = AccessList::from(ins[7]);
-  CallbackContext context(ins[5], ins[6]);
-  const herr_t status = context.succeeded<msg::linkIterationByNameFailure>(hdf5::iterateLinksByName(
-      location, group.c_str(), index, order, &position, callHost, &context, accessList));
-  storeRequested(nOut, outs,
-                 {zbCreateDoubleScalar(status), makeSizeResult(position), context.userData});
-}
-
-void visit(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t group = GroupId::from(ins[0]);
-  const auto index = Index::from(ins[1]);
-  const auto order = Order::from(ins[2]);
-  CallbackContext context(ins[3], ins[4]);
-  const herr_t status = context.succeeded<msg::linkVisitFailure>(
-      hdf5::visitLinks(group, index, order, callHost, &context));
-  storeRequested(nOut, outs, {zbCreateDoubleScalar(status), context.userData});
-}
-
-/// Looks at both identifiers, and what the location is, before anything else.
-void visitByName(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const hid_t accessList = AccessList::from(ins[6]);
-  const H5I_type_t type = H5Iget_type(location);
-  if (type != H5I_FILE && type != H5I_GROUP) raise<msg::invalidLocation>();
-  const std::string group = GroupName::from(ins[1]);
-  const auto index = Index::from(ins[2]);
-  const auto order = Order::from(ins[3]);
-  CallbackContext context(ins[4], ins[5]);
-  const herr_t status = context.succeeded<msg::linkVisitationByNameFailure>(hdf5::visitLinksByName(
-      location, group.c_str(), index, order, callHost, &context, accessList));
-  storeRequested(nOut, outs, {zbCreateDoubleScalar(status), context.userData});
-}
+using WithData = FunctionAndData<callHost>;
+/// Unlike the others, it reports nothing where no host function failed.
+using WithDataUnreported = FunctionAndData<callHost, "">;
 
 constexpr Row kLinkFunctions[] = {
-    // name                   call                 gives    takes
-    {"H5Lcopy", wrap<H5Lcopy, Nothing, Location<"source location identifier">, Text<"source name">,
-                     LinkDestination, Text<"destination name">, CreationList, AccessList>},
-    {"H5Lcreate_external",
-     wrap<H5Lcreate_external, Nothing, Text<"file name">, Text<"object name">,
-          Id<"link location identifier">, LinkName, CreationList, AccessList>},
-    {"H5Lcreate_hard", wrap<H5Lcreate_hard, Nothing, Id<"object location identifier">,
-                            Text<"object name">, LinkLocation, LinkName, CreationList, AccessList>},
-    {"H5Lcreate_soft", wrap<H5Lcreate_soft, Nothing, Text<"target path">, LinkLocation, LinkName,
-                            CreationList, AccessList>},
-    {"H5Ldelete", wrap<H5Ldelete, Nothing, LocationId, LinkName, AccessList>},
-    {"H5Lexists", wrap<H5Lexists, Number, LocationId, Text<"location name">, AccessList>},
-    {"H5Lget_info", rule<3, getInfo>},
-    {"H5Lget_name_by_idx", rule<6, getNameByIndex>},
-    {"H5Lget_val", rule<3, getValue>},
-    {"H5Literate", rule<6, iterate>},
-    {"H5Literate_by_name", rule<8, iterateByName>},
+    // clang-format off
+    //  name                gives         takes
+    ROW(H5Lcopy,            Nothing,      Source, SourceName, Destination, DestinationName,
+                                          CreationList, AccessList),
+    ROW(H5Lcreate_external, Nothing,      Text<"file name">, ObjectName,
+                                          Id<"link location identifier">, LinkName,
+                                          CreationList, AccessList),
+    ROW(H5Lcreate_hard,     Nothing,      Id<"object location identifier">, ObjectName,
+                                          LinkLocation, LinkName, CreationList, AccessList),
+    ROW(H5Lcreate_soft,     Nothing,      Text<"target path">, LinkLocation, LinkName,
+                                          CreationList, AccessList),
+    ROW(H5Ldelete,          Nothing,      LocationId, LinkName, AccessList),
+    ROW(H5Lexists,          Number,       LocationId, Text<"location name">, AccessList),
+    OWN(H5Lget_info,        getInfo),
+    ROW(H5Lget_name_by_idx, BufferedText, LocationId, ObjectName, Index, Order, Nth, Buffer,
+                                          AccessListId),
+    OWN(H5Lget_val,         getValue),
     // Only the destination may be the same location.
-    {"H5Lmove", wrap<H5Lmove, Nothing, Id<"source location identifier">, Text<"source name">,
-                     LinkDestination, Text<"destination name">, CreationList, AccessList>},
-    {"H5Lvisit", rule<5, visit>},
-    {"H5Lvisit_by_name", rule<7, visitByName>},
-};
+    ROW(H5Lmove,            Nothing,      Id<"source location identifier">, SourceName,
+                                          Destination, DestinationName, CreationList, AccessList),
+
+    //   name                calls                     gives
+    //                       takes
+    CALL(H5Literate,         hdf5::iterateLinks,       WalkedOr<msg::linkIterationFailure>,
+                             GroupId, Index, Order, Start, WithDataUnreported),
+    CALL(H5Literate_by_name, hdf5::iterateLinksByName, WalkedOr<msg::linkIterationByNameFailure>,
+                             LocationId, GroupName, Index, Order, Start, WithData, AccessList),
+    CALL(H5Lvisit,           hdf5::visitLinks,         WalkedOr<msg::linkVisitFailure>,
+                             GroupId, Index, Order, WithData),
+    CALL(H5Lvisit_by_name,   visitByName,              WalkedOr<msg::linkVisitationByNameFailure>,
+                             LocationId, At<6, AccessList>, At<0, FileOrGroup>, At<1, GroupName>,
+                             At<2, Index>, At<3, Order>, At<4, WithData>),
+};  // clang-format on
 
 }  // namespace
 

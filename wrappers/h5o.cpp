@@ -1,7 +1,6 @@
 // H5O: objects of every kind.
-#include "convert/callbacks.hpp"
 #include "convert/record.hpp"
-#include "convert/two_calls.hpp"
+#include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -10,23 +9,11 @@ namespace {
 
 using ObjectId = Id<"object identifier">;
 using LocationId = Id<"location identifier">;
+using LocationName = Text<"location name">;
 using CreationList = ObjectList<"link creation property list">;
 using AccessList = ObjectList<"link access property list">;
 using Index = Enum<H5_index_t>;
 using Order = Enum<H5_iter_order_t>;
-
-// --- Comments ---------------------------------------------------------------------------
-
-void getCommentByName(zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const std::string name = Text<"location name">::from(ins[1]);
-  const hid_t accessList = AccessList::from(ins[2]);
-  outs[0] = makeText(readText(
-      [&](char* buffer, std::size_t size) {
-        return H5Oget_comment_by_name(location, name.c_str(), buffer, size, accessList);
-      },
-      kChecked));
-}
 
 // --- The information record -----------------------------------------------------------------
 
@@ -66,9 +53,7 @@ constexpr Field<MetaSize> kMetaSize[] = {
 constexpr Field<Info> kInfo[] = {
     // One 32-bit word, though the member is a long.
     {"fileno",
-     [](const Info& info) {
-       return zbCreateDoubleScalar(static_cast<std::uint32_t>(info.fileno));
-     }},
+     [](const Info& info) { return makeNumber(static_cast<std::uint32_t>(info.fileno)); }},
     {"addr", numberOf<&Info::addr>},
     {"type", numberOf<&Info::type>},
     {"rc", numberOf<&Info::rc>},
@@ -81,60 +66,47 @@ constexpr Field<Info> kInfo[] = {
     {"meta_size", [](const Info& info) { return makeRecord(kMetaSize, info.meta_size); }},
 };
 
-void getInfo(zbArray** outs, const zbArray** ins) {
-  Info info{};
-  checked(hdf5::getObjectInfo(ObjectId::from(ins[0]), &info));
-  outs[0] = makeRecord(kInfo, info);
-}
-
-// --- Visits ---------------------------------------------------------------------------------
+// --- Visits ---------------------------------------------------------------------------
 
 constexpr auto callHost = trappedAdapter<keepReport, IdInput, NameInput, NotPassed<Info>>;
 
-void visit(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t object = ObjectId::from(ins[0]);
-  const auto index = Index::from(ins[1]);
-  const auto order = Order::from(ins[2]);
-  CallbackContext context(ins[3], ins[4]);
-  const herr_t status = context.succeeded<msg::visitFailure>(
-      hdf5::visitObjects(object, index, order, callHost, &context));
-  storeRequested(nOut, outs, {zbCreateDoubleScalar(status), context.userData});
+/// The access list comes behind the location, and with it its complaints; the name last.
+herr_t visitByName(hid_t location, hid_t accessList, H5_index_t index, H5_iter_order_t order,
+                   decltype(callHost) visit, void* data, const char* name) {
+  return hdf5::visitObjectsByName(location, name, index, order, visit, data, accessList);
 }
 
-/// Identifiers come before all else, the name last.
-void visitByName(int nOut, zbArray** outs, const zbArray** ins) {
-  const hid_t location = LocationId::from(ins[0]);
-  const hid_t accessList = AccessList::from(ins[6]);
-  const auto index = Index::from(ins[2]);
-  const auto order = Order::from(ins[3]);
-  CallbackContext context(ins[4], ins[5]);
-  const std::string name = Text<"object name">::from(ins[1]);
-  const herr_t status = context.succeeded<msg::visitByNameFailure>(hdf5::visitObjectsByName(
-      location, name.c_str(), index, order, callHost, &context, accessList));
-  storeRequested(nOut, outs, {zbCreateDoubleScalar(status), context.userData});
-}
+using WithData = FunctionAndData<callHost>;
 
 constexpr Row kObjectFunctions[] = {
-    // name                       call                     gives       takes
-    {"H5Oclose", wrap<H5Oclose, Nothing, ObjectId>},
-    {"H5Ocopy", wrap<H5Ocopy, Nothing, Id<"source object identifier">, Text<"source name">,
-                     Id<"destination object identifier">, Text<"destination name">,
-                     Id<"object copy property list">, CreationList>},
-    {"H5Oget_comment", wrap<H5Oget_comment, CheckedText, ObjectId>},
-    {"H5Oget_comment_by_name", rule<3, getCommentByName>},
-    {"H5Oget_info", rule<1, getInfo>},
-    {"H5Olink", wrap<H5Olink, Nothing, ObjectId, Id<"new location identifier">, Text<"new name">,
-                     CreationList, AccessList>},
-    {"H5Oopen", wrap<H5Oopen, Identifier, LocationId, Text<"name">, AccessList>},
-    {"H5Oopen_by_idx", wrap<H5Oopen_by_idx, Identifier, LocationId, Text<"group name">, Index,
-                            Order, Size, AccessList>},
-    {"H5Oset_comment", wrap<H5Oset_comment, Nothing, ObjectId, Text<"comment">>},
+    // clang-format off
+    //  name                    gives         takes
+    ROW(H5Oclose,               Nothing,      ObjectId),
+    ROW(H5Ocopy,                Nothing,      Id<"source object identifier">, Text<"source name">,
+                                              Id<"destination object identifier">,
+                                              Text<"destination name">,
+                                              Id<"object copy property list">, CreationList),
+    ROW(H5Oget_comment,         BufferedText, ObjectId, Buffer),
+    ROW(H5Oget_comment_by_name, BufferedText, LocationId, LocationName, Buffer, AccessList),
+    CALL(H5Oget_info, hdf5::getObjectInfo, Outputs<Record<kInfo>>, ObjectId),
+    ROW(H5Olink,                Nothing,      ObjectId, Id<"new location identifier">,
+                                              Text<"new name">, CreationList, AccessList),
+    ROW(H5Oopen,                Identifier,   LocationId, Text<"name">, AccessList),
+    ROW(H5Oopen_by_idx,         Identifier,   LocationId, Text<"group name">, Index, Order, Size,
+                                              AccessList),
+    ROW(H5Oset_comment,         Nothing,      ObjectId, Text<"comment">),
     // The comment goes by the description that the object's name should have.
-    {"H5Oset_comment_by_name",
-     wrap<H5Oset_comment_by_name, Nothing, LocationId, Text<"rel_name">, Text<"name">, AccessList>},
-    {"H5Ovisit", rule<5, visit>},
-    {"H5Ovisit_by_name", rule<7, visitByName>},
-};
+    ROW(H5Oset_comment_by_name, Nothing,      LocationId, Text<"rel_name">, Text<"name">,
+                                              AccessList),
+
+    //   name              calls               gives
+    //                     takes
+    CALL(H5Ovisit,         hdf5::visitObjects, WalkedOr<msg::visitFailure>,
+                           ObjectId, Index, Order, WithData),
+    CALL(H5Ovisit_by_name, visitByName,        WalkedOr<msg::visitByNameFailure>,
+                           LocationId, At<6, AccessList>, At<2, Index>, At<3, Order>,
+                           At<4, WithData>, At<1, Text<"object name">>),
+};  // clang-format on
 
 }  // namespace
 

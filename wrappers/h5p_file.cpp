@@ -2,13 +2,13 @@
 // file, caches, blocks, version bounds, drivers.
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <utility>
 
+#include "hdf5/allocated_text.hpp"
+#include "hdf5/file_name_pattern.hpp"
 #include "hdf5/handle.hpp"
 #include "wrappers/cache_config.hpp"
-#include "wrappers/name_format.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -48,19 +48,14 @@ struct LogFlags {
 
 /// HDF5 takes it that a log with something in it can be opened, and writes to a null
 /// stream otherwise.
-void requireLog(const std::string& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> log(std::fopen(path.c_str(), "a"),
-                                                            std::fclose);
+void requireLog(const char* path) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> log(std::fopen(path, "a"), std::fclose);
   if (!log) raiseRefusal("H5Pset_fapl_log", "the log file cannot be opened for writing");
 }
 
-void setLog(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t list = List::from(ins[0]);
-  const std::string path = Text<"logfile">::from(ins[1]);
-  const unsigned flags = LogFlags::from(ins[2]);
-  const hsize_t size = Size::from(ins[3]);
+herr_t setLog(hid_t list, const char* path, unsigned flags, hsize_t size) {
   if (flags != 0) requireLog(path);
-  checked(H5Pset_fapl_log(list, path.c_str(), flags, size));
+  return H5Pset_fapl_log(list, path, flags, size);
 }
 
 // --- Multi and split drivers ------------------------------------------------------------
@@ -79,22 +74,17 @@ hdf5::PropertyList defaultAccess() {
 /// HDF5 prints the file's name into a member's, with the member's name as the format.
 void requireMemberName(const char* function, const std::string& name) {
   constexpr std::size_t kLongest = 1000;  // HDF5 has room for 1024
-  if (name.size() > kLongest || !isNameFormat(name, "s", 0)) {
+  if (name.size() > kLongest || !hdf5::isFileNamePattern(name, "s", 0)) {
     raiseRefusal(function, "a member's name is too long or is no format with at most one %s");
   }
 }
 
-void setSplit(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t list = List::from(ins[0]);
-  const std::string metaName = Text<"meta_ext">::from(ins[1]);
-  const hid_t metaList = List::from(ins[2]);
-  const std::string rawName = Text<"raw_ext">::from(ins[3]);
-  const hid_t rawList = List::from(ins[4]);
-  for (const std::string& name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
+herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* rawName,
+                hid_t rawList) {
+  for (const char* name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
   const hdf5::PropertyList access = defaultAccess();
   const auto orDefault = [&](hid_t given) { return given == H5P_DEFAULT ? access.get() : given; };
-  checked(H5Pset_fapl_split(list, metaName.c_str(), orDefault(metaList), rawName.c_str(),
-                            orDefault(rawList)));
+  return H5Pset_fapl_split(list, metaName, orDefault(metaList), rawName, orDefault(rawList));
 }
 
 /// HDF5 looks only at the lists of members that the map uses, but copies them all. A
@@ -142,41 +132,38 @@ struct MemberTables {
   Members<std::string> name;
 };
 
-/// The driver is written as a user's: its texts come from the C library.
-struct Free {
-  // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
-  void operator()(char* text) const { std::free(text); }
+/// What any double but 0 says, NaN among them.
+struct Relax {
+  static hbool_t from(const zbArray* array) { return zbGetScalar(array) != 0; }
 };
-using MallocedText = std::unique_ptr<char, Free>;
 
 /// Only whether incomplete sets of files may be opened, or the members too.
-void setMulti(int /*nOut*/, zbArray** /*outs*/, int nIn, const zbArray** ins) {
-  requireArgCount(nIn == 2 || nIn == 6);
-  const hid_t list = List::from(ins[0]);
-  const bool relax = zbGetScalar(ins[nIn - 1]) != 0;  // NaN is not 0
+herr_t setMultiDefaults(hid_t list, hbool_t relax) {
   const hdf5::PropertyList access = defaultAccess();
-  if (nIn == 2) {
-    Members<hid_t> lists;
-    lists.fill(access.get());
-    checked(H5Pset_fapl_multi(list, nullptr, lists.data(), nullptr, nullptr, relax));
-    return;
-  }
-  const MemberTables members(ins[1], ins[2], ins[3], ins[4], access.get());
-  checked(H5Pset_fapl_multi(list, members.map.data(), members.list.data(),
-                            members.namePointer.data(), members.address.data(), relax));
+  Members<hid_t> lists;
+  lists.fill(access.get());
+  return checked(H5Pset_fapl_multi(list, nullptr, lists.data(), nullptr, nullptr, relax));
+}
+herr_t setMulti(hid_t list, hbool_t relax, const zbArray* maps, const zbArray* lists,
+                const zbArray* names, const zbArray* addresses) {
+  const hdf5::PropertyList access = defaultAccess();
+  const MemberTables members(maps, lists, names, addresses, access.get());
+  return checked(H5Pset_fapl_multi(list, members.map.data(), members.list.data(),
+                                   members.namePointer.data(), members.address.data(), relax));
 }
 
-void getMulti(zbArray** outs, const zbArray** ins) {
+void getMulti(Inputs ins, Results& outs) {
+  const auto [list] = take<List>(ins);
   Members<H5FD_mem_t> map{};
   Members<hid_t> lists{};
   Members<char*> names{};
   Members<haddr_t> addresses{};
   hbool_t relax{};
-  checked(H5Pget_fapl_multi(List::from(ins[0]), map.data(), lists.data(), names.data(),
-                            addresses.data(), &relax));
+  checked(
+      H5Pget_fapl_multi(list, map.data(), lists.data(), names.data(), addresses.data(), &relax));
   // What HDF5 made is ours until the outputs stand.
   Members<hdf5::PropertyList> ownLists;
-  Members<MallocedText> ownNames;
+  Members<hdf5::DriverText> ownNames;
   for (std::size_t i = 0; i < kMembers; ++i) {
     ownLists[i] = hdf5::PropertyList(lists[i]);
     ownNames[i].reset(names[i]);
@@ -185,70 +172,65 @@ void getMulti(zbArray** outs, const zbArray** ins) {
   const std::size_t shape[] = {kMembers, 1};
   zbArray* cells = zbCreateCellArray(2, shape);
   for (std::size_t i = 0; i < kMembers; ++i) zbSetCell(cells, i, zbCreateString(names[i]));
-  outs[0] = makeColumn(map, [](H5FD_mem_t use) { return static_cast<double>(use); });
-  outs[1] = makeColumn(lists, identifierToHost);
-  outs[2] = cells;
-  outs[3] = makeColumn(addresses, sizeToDouble);
-  outs[4] = zbCreateLogicalScalar(relax != 0);
-  for (hdf5::PropertyList& list : ownLists) static_cast<void>(list.release());
+  outs.give(makeColumn(map, toDouble));
+  outs.give(makeColumn(lists, identifierToHost));
+  outs.give(cells);
+  outs.give(makeColumn(addresses, toDouble));
+  outs.give(zbCreateLogicalScalar(relax != 0));
+  for (hdf5::PropertyList& kept : ownLists) static_cast<void>(kept.release());
 }
 
-using Count = AsNumber<unsigned>;
-using Bytes = AsSize<std::size_t>;
-using FileBytes = AsSize<hsize_t>;
-using Libver = AsNumber<H5F_libver_t>;
-
 constexpr Row kFilePropertyFunctions[] = {
-    // name                    call                   gives       takes
-    {"H5Pget_alignment", wrap<H5Pget_alignment, Outputs<FileBytes, FileBytes>, List>},
-    {"H5Pget_cache",
-     wrap<H5Pget_cache, Outputs<AsNumber<int>, Bytes, Bytes, AsNumber<double>>, List>},
-    {"H5Pget_driver", wrap<H5Pget_driver, Identifier, List>},
-    {"H5Pget_family_offset", wrap<H5Pget_family_offset, Outputs<FileBytes>, List>},
-    {"H5Pget_fapl_core", wrap<H5Pget_fapl_core, Outputs<Bytes, AsNumber<hbool_t>>, List>},
-    {"H5Pget_fapl_family", wrap<H5Pget_fapl_family, Outputs<FileBytes, AsIdentifier>, List>},
-    {"H5Pget_fapl_multi", rule<1, getMulti>},
-    {"H5Pget_fclose_degree",
-     wrap<H5Pget_fclose_degree, Outputs<AsNumber<H5F_close_degree_t>>, List>},
-    {"H5Pget_gc_references", wrap<H5Pget_gc_references, Outputs<Count>, List>},
-    {"H5Pget_istore_k", wrap<H5Pget_istore_k, Outputs<Count>, CreationList>},
-    {"H5Pget_libver_bounds", wrap<H5Pget_libver_bounds, Outputs<Libver, Libver>, AccessList>},
-    {"H5Pget_mdc_config", rule<1, getCacheConfig<H5Pget_mdc_config, AccessList>>},
-    {"H5Pget_meta_block_size", wrap<H5Pget_meta_block_size, Outputs<FileBytes>, PlainList>},
-    {"H5Pget_multi_type", wrap<H5Pget_multi_type, Outputs<AsNumber<H5FD_mem_t>>, AccessListId>},
-    {"H5Pget_sieve_buf_size", wrap<H5Pget_sieve_buf_size, Outputs<Bytes>, AccessListId>},
-    {"H5Pget_sizes", wrap<H5Pget_sizes, Outputs<Bytes, Bytes>, CreationListId>},
-    {"H5Pget_small_data_block_size",
-     wrap<H5Pget_small_data_block_size, Outputs<FileBytes>, AccessListId>},
-    {"H5Pget_sym_k", wrap<H5Pget_sym_k, Outputs<Count, Count>, CreationListId>},
-    {"H5Pget_userblock", wrap<H5Pget_userblock, Outputs<FileBytes>, CreationListId>},
-    {"H5Pget_version", wrap<H5Pget_version, Outputs<Count, Count, Count, Count>, List>},
-    {"H5Pset_alignment", wrap<H5Pset_alignment, Nothing, List, Size, Size>},
-    {"H5Pset_cache", wrap<H5Pset_cache, Nothing, List, Int, Size, Size, Real>},
-    {"H5Pset_family_offset", wrap<H5Pset_family_offset, Nothing, List, Size>},
-    {"H5Pset_fapl_core", wrap<H5Pset_fapl_core, Nothing, List, Size, Truncated>},
-    {"H5Pset_fapl_family", wrap<H5Pset_fapl_family, Nothing, List, Size, List>},
-    {"H5Pset_fapl_log", rule<4, setLog>},
-    {"H5Pset_fapl_multi", setMulti},
-    {"H5Pset_fapl_sec2", wrap<H5Pset_fapl_sec2, Nothing, List>},
-    {"H5Pset_fapl_split", rule<5, setSplit>},
-    {"H5Pset_fapl_stdio", wrap<H5Pset_fapl_stdio, Nothing, List>},
-    {"H5Pset_fclose_degree", wrap<H5Pset_fclose_degree, Nothing, List, Enum<H5F_close_degree_t>>},
-    {"H5Pset_gc_references", wrap<H5Pset_gc_references, Nothing, List, Unsigned>},
-    {"H5Pset_istore_k", wrap<H5Pset_istore_k, Nothing, CreationList, Unsigned>},
-    {"H5Pset_libver_bounds",
-     wrap<H5Pset_libver_bounds, Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>>},
-    {"H5Pset_mdc_config", rule<2, setCacheConfig<H5Pset_mdc_config, AccessList>>},
-    {"H5Pset_meta_block_size", wrap<H5Pset_meta_block_size, Nothing, AccessList, WrappedSize>},
-    {"H5Pset_multi_type", wrap<H5Pset_multi_type, Nothing, AccessList, Enum<H5FD_mem_t>>},
+    // clang-format off
+    //  name                          gives                                   takes
+    ROW(H5Pget_alignment,             Outputs<hsize_t, hsize_t>,              List),
+    ROW(H5Pget_cache,                 Outputs<int, size_t, size_t, double>,   List),
+    ROW(H5Pget_driver,                Identifier,                             List),
+    ROW(H5Pget_family_offset,         Outputs<hsize_t>,                       List),
+    ROW(H5Pget_fapl_core,             Outputs<size_t, hbool_t>,               List),
+    ROW(H5Pget_fapl_family,           Outputs<hsize_t, Identifier>,           List),
+    OWN(H5Pget_fapl_multi,            getMulti),
+    ROW(H5Pget_fclose_degree,         Outputs<H5F_close_degree_t>,            List),
+    ROW(H5Pget_gc_references,         Outputs<unsigned>,                      List),
+    ROW(H5Pget_istore_k,              Outputs<unsigned>,                      CreationList),
+    ROW(H5Pget_libver_bounds,         Outputs<H5F_libver_t, H5F_libver_t>,    AccessList),
+    OWN(H5Pget_mdc_config,            getCacheConfig<H5Pget_mdc_config, AccessList>),
+    ROW(H5Pget_meta_block_size,       Outputs<hsize_t>,                       PlainList),
+    ROW(H5Pget_multi_type,            Outputs<H5FD_mem_t>,                    AccessListId),
+    ROW(H5Pget_sieve_buf_size,        Outputs<size_t>,                        AccessListId),
+    ROW(H5Pget_sizes,                 Outputs<size_t, size_t>,                CreationListId),
+    ROW(H5Pget_small_data_block_size, Outputs<hsize_t>,                       AccessListId),
+    ROW(H5Pget_sym_k,                 Outputs<unsigned, unsigned>,            CreationListId),
+    ROW(H5Pget_userblock,             Outputs<hsize_t>,                       CreationListId),
+    ROW(H5Pget_version,               Outputs<unsigned, unsigned, unsigned, unsigned>, List),
+
+    ROW(H5Pset_alignment,             Nothing, List, Size, Size),
+    ROW(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
+    ROW(H5Pset_family_offset,         Nothing, List, Size),
+    ROW(H5Pset_fapl_core,             Nothing, List, Size, Truncated),
+    ROW(H5Pset_fapl_family,           Nothing, List, Size, List),
+    CALL(H5Pset_fapl_log, setLog,     Nothing, List, Text<"logfile">, LogFlags, Size),
+    BY_COUNT(H5Pset_fapl_multi,
+        Form<setMultiDefaults,        Nothing, List, Relax>,
+        Form<setMulti,                Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
+                                               At<3, Any>, At<4, Any>>),
+    ROW(H5Pset_fapl_sec2,             Nothing, List),
+    CALL(H5Pset_fapl_split, setSplit, Nothing, List, Text<"meta_ext">, List, Text<"raw_ext">, List),
+    ROW(H5Pset_fapl_stdio,            Nothing, List),
+    ROW(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
+    ROW(H5Pset_gc_references,         Nothing, List, Unsigned),
+    ROW(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
+    ROW(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
+    OWN(H5Pset_mdc_config,            setCacheConfig<H5Pset_mdc_config, AccessList>),
+    ROW(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
+    ROW(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
     // An access list, whatever its description says.
-    {"H5Pset_sieve_buf_size", wrap<H5Pset_sieve_buf_size, Nothing, CreationList, Size>},
-    {"H5Pset_sizes", wrap<H5Pset_sizes, Nothing, CreationList, Size, Size>},
-    {"H5Pset_small_data_block_size",
-     wrap<H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize>},
-    {"H5Pset_sym_k", wrap<H5Pset_sym_k, Nothing, CreationList, Unsigned, Unsigned>},
-    {"H5Pset_userblock", wrap<H5Pset_userblock, Nothing, CreationList, Size>},
-};
+    ROW(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
+    ROW(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
+    ROW(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
+    ROW(H5Pset_sym_k,                 Nothing, CreationList, Unsigned, Unsigned),
+    ROW(H5Pset_userblock,             Nothing, CreationList, Size),
+};  // clang-format on
 
 }  // namespace
 

@@ -6,6 +6,11 @@
 namespace h5gate {
 namespace {
 
+using ObjectId = Id<"object identifier">;
+using LocationId = Id<"location identifier">;
+using DatasetId = Id<"dataset identifier">;
+using Type = Enum<H5R_type_t>;
+
 std::size_t referenceSize(H5R_type_t type) {
   switch (type) {
     case H5R_OBJECT: return H5R_OBJ_REF_BUF_SIZE;
@@ -14,52 +19,49 @@ std::size_t referenceSize(H5R_type_t type) {
   }
 }
 
-/// The bytes of a reference of this type.
-const void* getReferenceArg(const zbArray* array, H5R_type_t type) {
-  if (zbGetClass(array) != zbClass::UInt8) raise<msg::assertReference>();
-  if (zbGetNumberOfElements(array) != referenceSize(type)) raise<msg::assertReferenceSize>();
-  return zbGetData(array);
-}
-
-void create(zbArray** outs, const zbArray** ins) {
-  const hid_t location = Id<"location identifier">::from(ins[0]);
-  const std::string name = Text<"reference">::from(ins[1]);
-  const auto type = getEnumArg<H5R_type_t>(ins[2]);
-  const hid_t space = Id<"dataspace identifier">::from(ins[3]);
+void create(Inputs ins, Results& outs) {
+  const auto [location, name, type, space] =
+      take<LocationId, Text<"reference">, Type, Id<"dataspace identifier">>(ins);
   const std::size_t shape[] = {1, referenceSize(type)};
   zbArray* reference = zbCreateNumericArray(2, shape, zbClass::UInt8);
   checked(H5Rcreate(zbGetWritableData(reference), location, name.c_str(), type, space));
-  outs[0] = reference;
+  outs.give(reference);
 }
 
-/// What the others take: where the reference leads, its type, its bytes.
-template <Description Location, auto Call, class Gives>
-void follow(zbArray** outs, const zbArray** ins) {
-  const hid_t location = getHidArg(ins[0], Location.text);
-  const auto type = getEnumArg<H5R_type_t>(ins[1]);
-  const void* reference = getReferenceArg(ins[2], type);
-  Gives::run(outs, Call, location, type, reference);
-}
-
-/// A reference that leads nowhere gives a negative identifier; only a negative
-/// identifier to start from raises.
-struct Dereferenced {
-  template <class Call>
-  static void run(zbArray** outs, Call call, hid_t object, H5R_type_t type, const void* reference) {
-    const hid_t found = call(object, type, reference);
-    checked(object);
-    outs[0] = makeHidResult(found);
+/// The type of a reference, and the bytes of one of this type: two inputs.
+struct Reference {
+  static constexpr std::size_t inputs = 2;
+  struct Taken {
+    H5R_type_t type;
+    const void* bytes;
+    [[nodiscard]] auto arguments() const { return std::tuple(type, bytes); }
+  };
+  static Taken from(Inputs typeAndBytes) {
+    const H5R_type_t type = Type::from(typeAndBytes[0]);
+    const zbArray* bytes = typeAndBytes[1];
+    if (zbGetClass(bytes) != zbClass::UInt8) raise<msg::assertReference>();
+    if (zbGetNumberOfElements(bytes) != referenceSize(type)) raise<msg::assertReferenceSize>();
+    return {type, zbGetData(bytes)};
   }
 };
 
+/// A reference that leads nowhere gives a negative identifier; only a negative
+/// identifier to start from raises.
+hid_t dereference(hid_t object, H5R_type_t type, const void* reference) {
+  const hid_t found = hdf5::dereference(object, type, reference);
+  checked(object);
+  return found;
+}
+
 constexpr Row kReferenceFunctions[] = {
-    // name                      start from             call              gives
-    {"H5Rcreate", rule<4, create>},
-    {"H5Rdereference", rule<3, follow<"object identifier", hdf5::dereference, Dereferenced>>},
-    {"H5Rget_name", rule<3, follow<"location identifier", H5Rget_name, CheckedText>>},
-    {"H5Rget_obj_type", rule<3, follow<"location identifier", H5Rget_obj_type1, RawNumber>>},
-    {"H5Rget_region", rule<3, follow<"dataset identifier", H5Rget_region, Identifier>>},
-};
+    // clang-format off
+    //   name            calls             gives                  takes
+    OWN(H5Rcreate,                         create),
+    CALL(H5Rdereference, dereference,      Unchecked<Identifier>, ObjectId, Reference),
+    ROW(H5Rget_name,                       BufferedText,          LocationId, Reference, Buffer),
+    CALL(H5Rget_obj_type, H5Rget_obj_type1, Unchecked<Number>,    LocationId, Reference),
+    ROW(H5Rget_region,                     Identifier,            DatasetId, Reference),
+};  // clang-format on
 
 }  // namespace
 

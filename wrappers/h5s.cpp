@@ -1,5 +1,9 @@
 // H5S: dataspaces and selections. Vectors list the slowest-varying dimension
 // first, as HDF5 does, in both directions.
+#include <algorithm>
+#include <optional>
+#include <vector>
+
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -7,65 +11,60 @@ namespace h5gate {
 namespace {
 
 using SpaceId = Id<"dataspace identifier">;
+using Operator = Enum<H5S_seloper_t>;
 
-/// The maximum extents of a new extent: none given means that it cannot grow.
-Dims maxDimsOr(const zbArray* array, const Dims& dims) {
-  return zbGetNumberOfElements(array) == 0 ? dims : getMaxDimsArg(array);
-}
-
-void createSimple(zbArray** outs, const zbArray** ins) {
-  const int rank = getIntArg(ins[0]);
-  const Dims dims = getDimsArg(ins[1], "dims");
-  const Dims maxDims = maxDimsOr(ins[2], dims);
-  if (dims.rank() != rank || maxDims.rank() != rank) raise<msg::createSimpleSizeMismatch>();
-  outs[0] = makeHidResult(checked(H5Screate_simple(rank, dims.data(), maxDims.data())));
-}
-
-/// Changes an extent. HDF5 keeps what is selected, and the coordinates of another
-/// rank would be read and written beyond the vectors that have this one: such a
-/// selection ends with the extent that it was made in.
-template <class Change>
-void changeExtent(hid_t space, Change change) {
-  const int rank = H5Sget_simple_extent_ndims(space);
-  checked(change());
-  const H5S_sel_type selected = H5Sget_select_type(space);
-  if (H5Sget_simple_extent_ndims(space) != rank && selected != H5S_SEL_ALL &&
-      selected != H5S_SEL_NONE) {
-    checked(H5Sselect_all(space));
+/// None given means that the extent cannot grow: the same as the extents.
+struct MaxDims {
+  static std::optional<PaddedSizes> from(const zbArray* array) {
+    if (zbGetNumberOfElements(array) == 0) return std::nullopt;
+    return getMaxDimsArg(array);
   }
+};
+
+// --- Extents --------------------------------------------------------------------------
+
+void createSimple(Inputs ins, Results& outs) {
+  const auto [rank, dims, given] = take<Int, Dims<"dims">, MaxDims>(ins);
+  const PaddedSizes& maxDims = given ? *given : dims;
+  if (dims.rank() != rank || maxDims.rank() != rank) raise<msg::createSimpleSizeMismatch>();
+  outs.give(makeHidResult(checked(H5Screate_simple(rank, dims.data(), maxDims.data()))));
 }
 
-void setExtentSimple(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  const int rank = getIntArg(ins[1]);
-  const Dims size = getDimsArg(ins[2], "Current Size");
-  const Dims maxSize = maxDimsOr(ins[3], size);
+/// Changes an extent. HDF5 keeps what is selected, and the coordinates of another rank
+/// would be read and written beyond the vectors that have this one: such a selection
+/// ends with the extent that it was made in.
+template <auto Change, class... Arguments>
+herr_t changeExtent(hid_t space, Arguments... arguments) {
+  const int rankBefore = H5Sget_simple_extent_ndims(space);
+  checked(Change(space, arguments...));
+  const H5S_sel_type selected = H5Sget_select_type(space);
+  const bool keeps = H5Sget_simple_extent_ndims(space) == rankBefore || selected == H5S_SEL_ALL ||
+                     selected == H5S_SEL_NONE;
+  return keeps ? 0 : H5Sselect_all(space);
+}
+
+void setExtentSimple(Inputs ins, Results& /*outs*/) {
+  const auto [space, rank, size, given] = take<SpaceId, Int, Dims<"Current Size">, MaxDims>(ins);
+  const PaddedSizes& maxSize = given ? *given : size;
   if (size.rank() != rank || maxSize.rank() != rank) raise<msg::setExtentSimpleSizeMismatch>();
-  changeExtent(space,
-               [&] { return H5Sset_extent_simple(space, rank, size.data(), maxSize.data()); });
+  checked(changeExtent<H5Sset_extent_simple>(space, rank, size.data(), maxSize.data()));
 }
 
-void setExtentNone(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  changeExtent(space, [&] { return H5Sset_extent_none(space); });
+std::size_t rankOf(hid_t space) {
+  return static_cast<std::size_t>(checked(H5Sget_simple_extent_ndims(space)));
 }
 
-void copyExtent(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t destination = SpaceId::from(ins[0]);
-  const hid_t source = SpaceId::from(ins[1]);
-  changeExtent(destination, [&] { return H5Sextent_copy(destination, source); });
+void getSimpleExtentDims(Inputs ins, Results& outs) {
+  const auto [space] = take<SpaceId>(ins);
+  const std::size_t rank = rankOf(space);
+  PaddedSizes dims(rank);
+  PaddedSizes maxDims(rank);
+  outs.give(makeNumber(checked(H5Sget_simple_extent_dims(space, dims.data(), maxDims.data()))));
+  outs.give(rank == 0 ? makeEmpty() : makeSizes(1, rank, dims.data()));
+  outs.give(rank == 0 ? makeEmpty() : makeMaxDims(rank, maxDims.data()));
 }
 
-void getSimpleExtentDims(zbArray** outs, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  const auto rank = static_cast<std::size_t>(checked(H5Sget_simple_extent_ndims(space)));
-  Dims dims(rank);
-  Dims maxDims(rank);
-  const int given = checked(H5Sget_simple_extent_dims(space, dims.data(), maxDims.data()));
-  outs[0] = zbCreateDoubleScalar(given);
-  outs[1] = rank == 0 ? makeEmpty() : makeSizes(1, rank, dims.data());
-  outs[2] = rank == 0 ? makeEmpty() : makeMaxDims(rank, maxDims.data());
-}
+// --- What is selected -----------------------------------------------------------------
 
 /// A matrix of counts whose shape is settled after the values are there.
 zbArray* makeReshaped(std::size_t rows, std::size_t columns, const hsize_t* values) {
@@ -75,14 +74,14 @@ zbArray* makeReshaped(std::size_t rows, std::size_t columns, const hsize_t* valu
   return array;
 }
 
-void getSelectBounds(zbArray** outs, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  const auto rank = static_cast<std::size_t>(checked(H5Sget_simple_extent_ndims(space)));
-  Dims start(rank);
-  Dims end(rank);
+void getSelectBounds(Inputs ins, Results& outs) {
+  const auto [space] = take<SpaceId>(ins);
+  const std::size_t rank = rankOf(space);
+  PaddedSizes start(rank);
+  PaddedSizes end(rank);
   checked(H5Sget_select_bounds(space, start.data(), end.data()));
-  outs[0] = makeReshaped(1, rank, start.data());
-  outs[1] = makeReshaped(1, rank, end.data());
+  outs.give(makeReshaped(1, rank, start.data()));
+  outs.give(makeReshaped(1, rank, end.data()));
 }
 
 /// Whether items start .. start+count-1 are more than there are; the sum may wrap.
@@ -90,43 +89,39 @@ bool exceeds(hsize_t start, hsize_t count, hsize_t available) {
   return start > available || count > available - start;
 }
 
-void getSelectElemPointlist(zbArray** outs, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
+void getSelectElemPointlist(Inputs ins, Results& outs) {
+  const auto [space, start, count] = take<SpaceId, Size, Size>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
-  const hsize_t start = getSizeArg(ins[1]);
-  const hsize_t count = getSizeArg(ins[2]);
   const hssize_t total = H5Sget_select_elem_npoints(space);
   // Later releases copy what there is and say nothing.
   if (total >= 0 && exceeds(start, count, static_cast<hsize_t>(total))) {
     raiseRefusal("H5Sget_select_elem_pointlist", "the selection has fewer points than asked for");
   }
-  const auto rows = static_cast<std::size_t>(rank < 0 ? 0 : rank);
-  const auto columns = static_cast<std::size_t>(total < 0 ? 0 : count);
+  const auto rows = static_cast<std::size_t>(std::max(rank, 0));
+  const std::size_t columns = total < 0 ? 0 : count;
   std::vector<hsize_t> points(rows * columns + 1);
   checked(H5Sget_select_elem_pointlist(space, start, count, points.data()));
-  outs[0] = makeReshaped(rows, columns, points.data());
+  outs.give(makeReshaped(rows, columns, points.data()));
 }
 
-void getSelectHyperBlocklist(zbArray** outs, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
+void getSelectHyperBlocklist(Inputs ins, Results& outs) {
+  const auto [space, start, count] = take<SpaceId, Size, Size>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
-  const hsize_t start = getSizeArg(ins[1]);
-  const hsize_t count = getSizeArg(ins[2]);
   const hssize_t total = H5Sget_select_hyper_nblocks(space);
   if (total >= 0 && exceeds(start, count, static_cast<hsize_t>(total))) {
     raise<msg::blockListOutOfRange>(total);
   }
-  const auto rows = static_cast<std::size_t>(rank < 0 ? 0 : rank);
-  const auto columns = 2 * static_cast<std::size_t>(total < 0 ? 0 : count);
+  const auto rows = static_cast<std::size_t>(std::max(rank, 0));
+  const std::size_t columns = total < 0 ? 0 : 2 * count;
   std::vector<hsize_t> blocks(rows * columns + 1);
   checked(H5Sget_select_hyper_blocklist(space, start, count, blocks.data()));
-  outs[0] = makeSizes(rows, columns, blocks.data());
+  outs.give(makeSizes(rows, columns, blocks.data()));
 }
 
-void selectElements(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  const auto op = getEnumArg<H5S_seloper_t>(ins[1]);
-  const Dims coordinates = getDimsArg(ins[2], "coord");
+// --- Selecting ------------------------------------------------------------------------
+
+void selectElements(Inputs ins, Results& /*outs*/) {
+  const auto [space, op, coordinates] = take<SpaceId, Operator, Dims<"coord">>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
   if (rank < 1) raise<msg::invalidRankForElementSelection>();
   const auto perPoint = static_cast<std::size_t>(rank);
@@ -137,66 +132,67 @@ void selectElements(zbArray** /*outs*/, const zbArray** ins) {
   checked(H5Sselect_elements(space, op, coordinates.size() / perPoint, coordinates.data()));
 }
 
-void selectHyperslab(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
-  const auto op = getEnumArg<H5S_seloper_t>(ins[1]);
+const hsize_t* orNull(const PaddedSizes& values) {
+  return values.empty() ? nullptr : values.data();
+}
+
+void selectHyperslab(Inputs ins, Results& /*outs*/) {
+  const auto [space, op, starts, strides, counts, blocks] =
+      take<SpaceId, Operator, Any, Any, Any, Any>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
-  const Dims start = getDimsArg(ins[2], "start");
+  const PaddedSizes start = getDimsArg(starts, "start");
   if (start.rank() != rank) raise<msg::badHyperslabSpecification>("START");
-  const Dims stride = getDimsArg(ins[3], "stride");
-  Dims count = getDimsArg(ins[4], "count");
-  const Dims block = getDimsArg(ins[5], "block");
+  const PaddedSizes stride = getDimsArg(strides, "stride");
+  PaddedSizes count = getDimsArg(counts, "count");
+  const PaddedSizes block = getDimsArg(blocks, "block");
   if (!stride.empty() && stride.rank() != rank) raise<msg::badHyperslabSpecification>("STRIDE");
-  if (count.empty()) {
-    count = Dims(start.size());
-    for (std::size_t i = 0; i < count.size(); ++i) count[i] = 1;
-  }
+  if (count.empty()) count = PaddedSizes(start.size(), 1);
   if (count.rank() != rank) raise<msg::badHyperslabSpecification>("COUNT");
   // The count's length is compared again, not the block's: scripts rely on a block
   // of another length passing.
   if (!block.empty() && count.rank() != rank) raise<msg::badHyperslabSpecification>("BLOCK");
-  checked(H5Sselect_hyperslab(space, op, start.data(), stride.empty() ? nullptr : stride.data(),
-                              count.data(), block.empty() ? nullptr : block.data()));
+  checked(
+      H5Sselect_hyperslab(space, op, start.data(), orNull(stride), count.data(), orNull(block)));
 }
 
-void offsetSimple(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t space = SpaceId::from(ins[0]);
+void offsetSimple(Inputs ins, Results& /*outs*/) {
+  const auto [space, offsets] = take<SpaceId, Any>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
-  if (static_cast<int>(zbGetNumberOfElements(ins[1])) != rank) {
+  if (static_cast<int>(zbGetNumberOfElements(offsets)) != rank) {
     raise<msg::rankMismatchForSimpleOffset>();
   }
-  const Offsets offset = getOffsetsArg(ins[1], "offset");
-  checked(H5Soffset_simple(space, offset.data()));
+  checked(H5Soffset_simple(space, getOffsetsArg(offsets, "offset").data()));
 }
 
 constexpr Row kDataspaceFunctions[] = {
-    // name                          call                         gives       takes
-    {"H5Sclose", wrap<H5Sclose, Nothing, SpaceId>},
-    {"H5Scopy", wrap<H5Scopy, Identifier, SpaceId>},
-    {"H5Screate", wrap<H5Screate, Identifier, Enum<H5S_class_t>>},
-    {"H5Screate_simple", rule<3, createSimple>},
-    {"H5Sextent_copy", rule<2, copyExtent>},
-    {"H5Sget_select_bounds", rule<1, getSelectBounds>},
-    {"H5Sget_select_elem_npoints", wrap<H5Sget_select_elem_npoints, Number, SpaceId>},
-    {"H5Sget_select_elem_pointlist", rule<3, getSelectElemPointlist>},
-    {"H5Sget_select_hyper_blocklist", rule<3, getSelectHyperBlocklist>},
-    {"H5Sget_select_hyper_nblocks", wrap<H5Sget_select_hyper_nblocks, Number, SpaceId>},
-    {"H5Sget_select_npoints", wrap<H5Sget_select_npoints, Number, SpaceId>},
-    {"H5Sget_select_type", wrap<H5Sget_select_type, Number, SpaceId>},
-    {"H5Sget_simple_extent_dims", rule<1, getSimpleExtentDims>},
-    {"H5Sget_simple_extent_ndims", wrap<H5Sget_simple_extent_ndims, Number, SpaceId>},
-    {"H5Sget_simple_extent_npoints", wrap<H5Sget_simple_extent_npoints, Number, SpaceId>},
-    {"H5Sget_simple_extent_type", wrap<H5Sget_simple_extent_type, RawNumber, SpaceId>},
-    {"H5Sis_simple", wrap<H5Sis_simple, YesNo, SpaceId>},
-    {"H5Soffset_simple", rule<2, offsetSimple>},
-    {"H5Sselect_all", wrap<H5Sselect_all, Nothing, SpaceId>},
-    {"H5Sselect_elements", rule<3, selectElements>},
-    {"H5Sselect_hyperslab", rule<6, selectHyperslab>},
-    {"H5Sselect_none", wrap<H5Sselect_none, Nothing, SpaceId>},
-    {"H5Sselect_valid", wrap<H5Sselect_valid, YesNo, SpaceId>},
-    {"H5Sset_extent_none", rule<1, setExtentNone>},
-    {"H5Sset_extent_simple", rule<4, setExtentSimple>},
-};
+    // clang-format off
+    //  name                           gives              takes
+    ROW(H5Sclose,                      Nothing,           SpaceId),
+    ROW(H5Scopy,                       Identifier,        SpaceId),
+    ROW(H5Screate,                     Identifier,        Enum<H5S_class_t>),
+    OWN(H5Screate_simple,              createSimple),
+    CALL(H5Sextent_copy, (changeExtent<H5Sextent_copy, hid_t>), Nothing, SpaceId, SpaceId),
+    OWN(H5Sget_select_bounds,          getSelectBounds),
+    ROW(H5Sget_select_elem_npoints,    Number,            SpaceId),
+    OWN(H5Sget_select_elem_pointlist,  getSelectElemPointlist),
+    OWN(H5Sget_select_hyper_blocklist, getSelectHyperBlocklist),
+    ROW(H5Sget_select_hyper_nblocks,   Number,            SpaceId),
+    ROW(H5Sget_select_npoints,         Number,            SpaceId),
+    ROW(H5Sget_select_type,            Number,            SpaceId),
+    OWN(H5Sget_simple_extent_dims,     getSimpleExtentDims),
+    ROW(H5Sget_simple_extent_ndims,    Number,            SpaceId),
+    ROW(H5Sget_simple_extent_npoints,  Number,            SpaceId),
+    ROW(H5Sget_simple_extent_type,     Unchecked<Number>, SpaceId),
+    ROW(H5Sis_simple,                  YesNo,             SpaceId),
+    OWN(H5Soffset_simple,              offsetSimple),
+    ROW(H5Sselect_all,                 Nothing,           SpaceId),
+    OWN(H5Sselect_elements,            selectElements),
+    OWN(H5Sselect_hyperslab,           selectHyperslab),
+    ROW(H5Sselect_none,                Nothing,           SpaceId),
+    ROW(H5Sselect_valid,               YesNo,             SpaceId),
+    CALL(H5Sset_extent_none, changeExtent<H5Sset_extent_none>, Nothing, SpaceId),
+    OWN(H5Sset_extent_simple,          setExtentSimple),
+};  // clang-format on
 
 }  // namespace
 

@@ -5,9 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
-#include "convert/integer_class.hpp"
+#include "host/numeric_class.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -18,6 +19,14 @@ using Type = TypeId<"datatype identifier">;
 using PlainId = Id<"datatype identifier">;
 using LocationId = Id<"location identifier">;
 using MemberName = Text<"member name">;
+using Name = Text<"datatype name">;
+using OpenedName = Text<"dataset name">;  // datatypes are opened by it
+using ArrayDims = Dims<"dims">;
+using BaseType = TypeId<"base datatype identifier">;
+using LinkList = ObjectListByName<"link creation property list identifier">;
+using CreationList = ObjectListByName<"datatype creation property list identifier">;
+using AccessListByName = ObjectListByName<"datatype access property list identifier">;
+using AccessList = ObjectList<"datatype access property list">;
 
 // --- General ---------------------------------------------------------------------
 
@@ -39,36 +48,32 @@ struct SizeOrVariable {
 };
 
 /// Only the character sets of 1.8 are told; a failure is one of them.
-void getCharacterSet(zbArray** outs, const zbArray** ins) {
-  const H5T_cset_t set = H5Tget_cset(Type::from(ins[0]));
-  if (set <= H5T_CSET_UTF8) outs[0] = zbCreateDoubleScalar(set);
+void getCharacterSet(Inputs ins, Results& outs) {
+  const auto [type] = take<Type>(ins);
+  const H5T_cset_t set = H5Tget_cset(type);
+  if (set <= H5T_CSET_UTF8) outs.give(makeNumber(set));
 }
 
 // --- Arrays and sequences --------------------------------------------------------
 
-/// The rank is the count of extents, or given before them. An input behind them, once
-/// the permutation of the dimensions, is never read.
-void createArray(int /*nOut*/, zbArray** outs, int nIn, const zbArray** ins) {
-  requireArgCount(nIn >= 2 && nIn <= 4);
-  const hid_t base = TypeId<"base datatype identifier">::from(ins[0]);
-  if (nIn == 2) {
-    const Dims dims = getDimsArg(ins[1], "dims");
-    const auto rank = static_cast<unsigned>(dims.size());
-    outs[0] = makeHidResult(checked(H5Tarray_create2(base, rank, dims.data())));
-    return;
-  }
-  const auto rank = static_cast<int>(getUIntArg(ins[1]));
-  const Dims dims = getDimsArg(ins[2], "dims");
-  outs[0] = makeHidResult(checked(H5Tarray_create1(base, rank, dims.data(), nullptr)));
-}
+struct Rank {
+  static int from(const zbArray* array) { return static_cast<int>(getUIntArg(array)); }
+};
 
-void getArrayDims(zbArray** outs, const zbArray** ins) {
-  const hid_t type = TypeId<"array datatype identifier">::from(ins[0]);
+/// An input behind the dimensions of an array, once their permutation, is never read.
+template <std::size_t Given>
+struct Permutation {
+  static constexpr std::size_t inputs = Given;
+  static const int* from(Inputs /*given*/) { return nullptr; }
+};
+
+void getArrayDims(Inputs ins, Results& outs) {
+  const auto [type] = take<TypeId<"array datatype identifier">>(ins);
   const int rank = H5Tget_array_ndims(type);
   if (rank < 0) raise<msg::datasetHasNoRank>();
-  Dims dims(static_cast<std::size_t>(rank));
+  PaddedSizes dims(static_cast<std::size_t>(rank));
   const int given = checked(H5Tget_array_dims2(type, dims.data()));
-  outs[0] = makeSizes(1, static_cast<std::size_t>(given), dims.data());
+  outs.give(makeSizes(1, static_cast<std::size_t>(given), dims.data()));
 }
 
 /// Sequences of numbers and of strings; of fixed strings only those of one character.
@@ -105,42 +110,35 @@ ValueBytes roomFor(std::size_t size) { return ValueBytes(std::max(size, sizeof(s
 /// The first `size` bytes as a script sees them.
 zbArray* makeEnumValue(std::size_t size, bool isSigned, const ValueBytes& bytes) {
   const std::size_t one[] = {1, 1};
-  zbArray* value = zbCreateNumericArray(2, one, integerClass(size, isSigned));
+  zbArray* value = zbCreateNumericArray(2, one, Zembra::integerClass(size, isSigned));
   std::memcpy(zbGetWritableData(value), bytes.data(), zbGetElementSize(value));
   return value;
 }
 
-template <class Number>
-Number load(const zbArray* array) {
-  Number value;
-  std::memcpy(&value, zbGetData(array), sizeof value);
-  return value;
-}
-
+/// The number as the datatype's code; of whatever is no number in a numeric class.
 std::int64_t integerOf(const zbArray* array) {
-  switch (zbGetClass(array)) {
-    case zbClass::Double:
-    case zbClass::Single: return truncateToInt64(zbGetScalar(array));
-    case zbClass::Int8: return load<std::int8_t>(array);
-    case zbClass::Int16: return load<std::int16_t>(array);
-    case zbClass::Int32: return load<std::int32_t>(array);
-    case zbClass::Int64: return load<std::int64_t>(array);
-    case zbClass::UInt8: return load<std::uint8_t>(array);
-    case zbClass::UInt16: return load<std::uint16_t>(array);
-    case zbClass::UInt32: return load<std::uint32_t>(array);
-    case zbClass::UInt64: return static_cast<std::int64_t>(load<std::uint64_t>(array));
-    default: raise<msg::badEnumArgumentClass>();
-  }
+  if (!zbIsNumeric(array)) raise<msg::badEnumArgumentClass>();
+  const auto convert = [array]<class Value>(Value value) {
+    std::memcpy(&value, zbGetData(array), sizeof value);
+    if constexpr (std::is_floating_point_v<Value>) {
+      return truncateToInt64(value);
+    } else {
+      return static_cast<std::int64_t>(value);
+    }
+  };
+  return Zembra::withNumericType(zbGetClass(array), convert, [] { return std::int64_t{0}; });
 }
 
 /// One value that plain data make up; text and truth are refused by their class.
-std::int64_t getEnumValueArg(const zbArray* array) {
-  if (zbGetNumberOfElements(array) != 1 || zbGetElementSize(array) == 0 || zbIsComplex(array) ||
-      zbIsSparse(array)) {
-    raise<msg::badEnumInsertArgument>();
+struct EnumValue {
+  static std::int64_t from(const zbArray* array) {
+    if (zbGetNumberOfElements(array) != 1 || zbGetElementSize(array) == 0 || zbIsComplex(array) ||
+        zbIsSparse(array)) {
+      raise<msg::badEnumInsertArgument>();
+    }
+    return integerOf(array);
   }
-  return integerOf(array);
-}
+};
 
 /// An enumeration's base and its native counterpart, between which HDF5 converts a
 /// value in place.
@@ -180,10 +178,8 @@ void storeLow(std::int64_t number, std::size_t size, void* place) {
   }
 }
 
-void enumInsert(zbArray** /*outs*/, const zbArray** ins) {
-  const hid_t type = Type::from(ins[0]);
-  const std::string name = MemberName::from(ins[1]);
-  const std::int64_t number = getEnumValueArg(ins[2]);
+void enumInsert(Inputs ins, Results& /*outs*/) {
+  const auto [type, name, number] = take<Type, MemberName, EnumValue>(ins);
   const ValueConversion conversion(type);
   ValueBytes value = conversion.buffer();
   storeLow(number, conversion.nativeSize(), value.data());
@@ -197,11 +193,11 @@ void enumInsert(zbArray** /*outs*/, const zbArray** ins) {
 std::size_t valueSize(hid_t type) { return H5Tget_class(type) == H5T_ENUM ? H5Tget_size(type) : 0; }
 
 /// HDF5 compares as many bytes as the datatype has.
-void enumNameOf(zbArray** outs, const zbArray** ins) {
-  const hid_t type = Type::from(ins[0]);
-  const std::size_t given = zbGetNumberOfElements(ins[1]) * zbGetElementSize(ins[1]);
+void enumNameOf(Inputs ins, Results& outs) {
+  const auto [type, array] = take<Type, Any>(ins);
+  const std::size_t given = zbGetNumberOfElements(array) * zbGetElementSize(array);
   const std::size_t needed = valueSize(type);
-  const void* value = zbGetData(ins[1]);
+  const void* value = zbGetData(array);
   ValueBytes padded;
   if (value != nullptr && given < needed) {
     padded.resize(needed);
@@ -210,105 +206,104 @@ void enumNameOf(zbArray** outs, const zbArray** ins) {
   }
   std::array<char, 1024> name{};
   checked(H5Tenum_nameof(type, value, name.data(), name.size()));
-  outs[0] = zbCreateString(name.data());
+  outs.give(zbCreateString(name.data()));
 }
 
 /// The value as the datatype holds it, byte order and all.
-void enumValueOf(zbArray** outs, const zbArray** ins) {
-  const hid_t type = Type::from(ins[0]);
-  const std::string name = MemberName::from(ins[1]);
+void enumValueOf(Inputs ins, Results& outs) {
+  const auto [type, name] = take<Type, MemberName>(ins);
   const std::size_t size = valueSize(type);
   ValueBytes value = roomFor(size);
   checked(H5Tenum_valueof(type, name.c_str(), value.data()));
-  outs[0] = makeEnumValue(size, hasSign(type), value);
+  outs.give(makeEnumValue(size, hasSign(type), value));
 }
 
 /// The value as this machine has it.
-void getMemberValue(zbArray** outs, const zbArray** ins) {
-  const hid_t type = Type::from(ins[0]);
-  const unsigned index = getUIntArg(ins[1]);
+void getMemberValue(Inputs ins, Results& outs) {
+  const auto [type, index] = take<Type, Unsigned>(ins);
   const ValueConversion conversion(type);
   ValueBytes value = conversion.buffer();
   checked(H5Tget_member_value(type, index, value.data()));
   conversion.toNative(value.data());
-  outs[0] = makeEnumValue(conversion.nativeSize(), hasSign(type), value);
+  outs.give(makeEnumValue(conversion.nativeSize(), hasSign(type), value));
 }
 
 constexpr Row kDatatypeFunctions[] = {
-    // name                    call                    gives       takes
-    {"H5Tclose", wrap<H5Tclose, Nothing, PlainId>},
-    {"H5Tcommit", byCount<Form<H5Tcommit1, Nothing, LocationId, Text<"datatype name">, LocationId>,
-                          Form<H5Tcommit2, Nothing, LocationId, Text<"datatype name">, LocationId,
-                               ObjectListByName<"link creation property list identifier">,
-                               ObjectListByName<"datatype creation property list identifier">,
-                               ObjectListByName<"datatype access property list identifier">>>},
-    {"H5Tcommitted", wrap<H5Tcommitted, Number, Type>},
-    {"H5Tcopy", wrap<H5Tcopy, Identifier, CopiedType>},
-    {"H5Tcreate", wrap<H5Tcreate, Identifier, Enum<H5T_class_t>, Size>},
-    {"H5Tdetect_class", wrap<H5Tdetect_class, Number, Type, Enum<H5T_class_t>>},
-    {"H5Tequal", wrap<H5Tequal, Number, Type, Type>},
-    {"H5Tget_class", wrap<H5Tget_class, Number, Type>},
-    {"H5Tget_create_plist", wrap<H5Tget_create_plist, Identifier, PlainId>},
-    {"H5Tget_native_type", wrap<H5Tget_native_type, Identifier, Type, Enum<H5T_direction_t>>},
-    {"H5Tget_size", wrap<H5Tget_size, SizeNonZero, Type>},
-    {"H5Tget_super", wrap<H5Tget_super, Identifier, Type>},
-    {"H5Tis_variable_str", wrap<H5Tis_variable_str, Number, Type>},
-    {"H5Tlock", wrap<H5Tlock, Nothing, Type>},
-    {"H5Topen", byCount<Form<H5Topen1, Identifier, LocationId, Text<"dataset name">>,
-                        Form<H5Topen2, Identifier, LocationId, Text<"dataset name">,
-                             ObjectList<"datatype access property list">>>},
-    {"H5Tpack", wrap<H5Tpack, Nothing, Type>},
-    {"H5Tset_size", wrap<H5Tset_size, Nothing, PlainId, SizeOrVariable>},
+    // clang-format off
+    //  name                  gives                    takes
+    ROW(H5Tclose,             Nothing,                 PlainId),
+    BY_COUNT(H5Tcommit,
+        Form<H5Tcommit1,      Nothing,                 LocationId, Name, LocationId>,
+        Form<H5Tcommit2,      Nothing,                 LocationId, Name, LocationId, LinkList,
+                                                       CreationList, AccessListByName>),
+    ROW(H5Tcommitted,         Number,                  Type),
+    ROW(H5Tcopy,              Identifier,              CopiedType),
+    ROW(H5Tcreate,            Identifier,              Enum<H5T_class_t>, Size),
+    ROW(H5Tdetect_class,      Number,                  Type, Enum<H5T_class_t>),
+    ROW(H5Tequal,             Number,                  Type, Type),
+    ROW(H5Tget_class,         Number,                  Type),
+    ROW(H5Tget_create_plist,  Identifier,              PlainId),
+    ROW(H5Tget_native_type,   Identifier,              Type, Enum<H5T_direction_t>),
+    ROW(H5Tget_size,          Unless<0, Number>,       Type),
+    ROW(H5Tget_super,         Identifier,              Type),
+    ROW(H5Tis_variable_str,   Number,                  Type),
+    ROW(H5Tlock,              Nothing,                 Type),
+    BY_COUNT(H5Topen,
+        Form<H5Topen1,        Identifier,              LocationId, OpenedName>,
+        Form<H5Topen2,        Identifier,              LocationId, OpenedName, AccessList>),
+    ROW(H5Tpack,              Nothing,                 Type),
+    ROW(H5Tset_size,          Nothing,                 PlainId, SizeOrVariable),
 
     // Atomic datatypes
-    {"H5Tget_cset", rule<1, getCharacterSet>},
-    {"H5Tset_cset", wrap<H5Tset_cset, Nothing, Type, Enum<H5T_cset_t>>},
-    {"H5Tget_ebias", wrap<H5Tget_ebias, SizeNonZero, Type>},
-    {"H5Tset_ebias", wrap<H5Tset_ebias, Nothing, Type, StrictSize<"EBIAS">>},
-    {"H5Tget_fields", wrap<H5Tget_fields,
-                           Outputs<AsSize<std::size_t>, AsSize<std::size_t>, AsSize<std::size_t>,
-                                   AsSize<std::size_t>, AsSize<std::size_t>>,
-                           Type>},
-    {"H5Tset_fields", wrap<H5Tset_fields, Nothing, Type, Size, Size, Size, Size, Size>},
-    {"H5Tget_inpad", wrap<H5Tget_inpad, Number, Type>},
-    {"H5Tset_inpad", wrap<H5Tset_inpad, Nothing, Type, Enum<H5T_pad_t>>},
-    {"H5Tget_norm", wrap<H5Tget_norm, Number, Type>},
-    {"H5Tset_norm", wrap<H5Tset_norm, Nothing, Type, Enum<H5T_norm_t>>},
-    {"H5Tget_offset", wrap<H5Tget_offset, Number, Type>},
-    {"H5Tset_offset", wrap<H5Tset_offset, Nothing, Type, Unsigned>},
-    {"H5Tget_order", wrap<H5Tget_order, Number, Type>},
-    {"H5Tset_order", wrap<H5Tset_order, Nothing, Type, Enum<H5T_order_t>>},
-    {"H5Tget_pad", wrap<H5Tget_pad, Outputs<AsNumber<H5T_pad_t>, AsNumber<H5T_pad_t>>, Type>},
-    {"H5Tset_pad", wrap<H5Tset_pad, Nothing, Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>>},
-    {"H5Tget_precision", wrap<H5Tget_precision, SizeNonZero, Type>},
-    {"H5Tset_precision", wrap<H5Tset_precision, Nothing, Type, StrictSize<"PREC">>},
-    {"H5Tget_sign", wrap<H5Tget_sign, Number, Type>},
-    {"H5Tset_sign", wrap<H5Tset_sign, Nothing, Type, Enum<H5T_sign_t>>},
-    {"H5Tget_strpad", wrap<H5Tget_strpad, Number, Type>},
-    {"H5Tset_strpad", wrap<H5Tset_strpad, Nothing, Type, Enum<H5T_str_t>>},
+    OWN(H5Tget_cset,          getCharacterSet),
+    ROW(H5Tset_cset,          Nothing,                 Type, Enum<H5T_cset_t>),
+    ROW(H5Tget_ebias,         Unless<0, Number>,       Type),
+    ROW(H5Tset_ebias,         Nothing,                 Type, StrictSize<"EBIAS">),
+    ROW(H5Tget_fields,        Outputs<size_t, size_t, size_t, size_t, size_t>,
+                                                       Type),
+    ROW(H5Tset_fields,        Nothing,                 Type, Size, Size, Size, Size, Size),
+    ROW(H5Tget_inpad,         Number,                  Type),
+    ROW(H5Tset_inpad,         Nothing,                 Type, Enum<H5T_pad_t>),
+    ROW(H5Tget_norm,          Number,                  Type),
+    ROW(H5Tset_norm,          Nothing,                 Type, Enum<H5T_norm_t>),
+    ROW(H5Tget_offset,        Number,                  Type),
+    ROW(H5Tset_offset,        Nothing,                 Type, Unsigned),
+    ROW(H5Tget_order,         Number,                  Type),
+    ROW(H5Tset_order,         Nothing,                 Type, Enum<H5T_order_t>),
+    ROW(H5Tget_pad,           Outputs<H5T_pad_t, H5T_pad_t>, Type),
+    ROW(H5Tset_pad,           Nothing,                 Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>),
+    ROW(H5Tget_precision,     Unless<0, Number>,       Type),
+    ROW(H5Tset_precision,     Nothing,                 Type, StrictSize<"PREC">),
+    ROW(H5Tget_sign,          Number,                  Type),
+    ROW(H5Tset_sign,          Nothing,                 Type, Enum<H5T_sign_t>),
+    ROW(H5Tget_strpad,        Number,                  Type),
+    ROW(H5Tset_strpad,        Nothing,                 Type, Enum<H5T_str_t>),
 
     // Composite datatypes
-    {"H5Tarray_create", createArray},
-    {"H5Tget_array_dims", rule<1, getArrayDims>},
-    {"H5Tget_array_ndims", wrap<H5Tget_array_ndims, Number, Type>},
-    {"H5Tvlen_create", wrap<createSequence, Identifier, Type>},
-    {"H5Tget_nmembers", wrap<H5Tget_nmembers, Number, Type>},
-    {"H5Tget_member_class", wrap<H5Tget_member_class, Number, Type, Unsigned>},
-    {"H5Tget_member_index", wrap<H5Tget_member_index, Number, Type, MemberName>},
-    {"H5Tget_member_name", wrap<H5Tget_member_name, AllocatedText, Type, Unsigned>},
-    {"H5Tget_member_offset", wrap<memberOffset, RawSize, Type, Unsigned>},
-    {"H5Tget_member_type", wrap<H5Tget_member_type, Identifier, Type, Unsigned>},
-    {"H5Tinsert", wrap<H5Tinsert, Nothing, Type, MemberName, Size, Type>},
-    {"H5Tget_tag", wrap<H5Tget_tag, AllocatedText, Type>},
-    {"H5Tset_tag", wrap<H5Tset_tag, Nothing, Type, Text<"tag">>},
+    BY_COUNT(H5Tarray_create,
+        Form<H5Tarray_create2, Identifier,             BaseType, Counted<ArrayDims, unsigned>>,
+        Form<H5Tarray_create1, Identifier,             BaseType, Rank, ArrayDims, Permutation<0>>,
+        Form<H5Tarray_create1, Identifier,             BaseType, Rank, ArrayDims, Permutation<1>>),
+    OWN(H5Tget_array_dims,    getArrayDims),
+    ROW(H5Tget_array_ndims,   Number,                  Type),
+    CALL(H5Tvlen_create, createSequence, Identifier,   Type),
+    ROW(H5Tget_nmembers,      Number,                  Type),
+    ROW(H5Tget_member_class,  Number,                  Type, Unsigned),
+    ROW(H5Tget_member_index,  Number,                  Type, MemberName),
+    ROW(H5Tget_member_name,   AllocatedText,           Type, Unsigned),
+    CALL(H5Tget_member_offset, memberOffset, Unchecked<Number>, Type, Unsigned),
+    ROW(H5Tget_member_type,   Identifier,              Type, Unsigned),
+    ROW(H5Tinsert,            Nothing,                 Type, MemberName, Size, Type),
+    ROW(H5Tget_tag,           AllocatedText,           Type),
+    ROW(H5Tset_tag,           Nothing,                 Type, Text<"tag">),
 
     // Enumerations
-    {"H5Tenum_create", wrap<H5Tenum_create, Identifier, Type>},
-    {"H5Tenum_insert", rule<3, enumInsert>},
-    {"H5Tenum_nameof", rule<2, enumNameOf>},
-    {"H5Tenum_valueof", rule<2, enumValueOf>},
-    {"H5Tget_member_value", rule<2, getMemberValue>},
-};
+    ROW(H5Tenum_create,       Identifier,              Type),
+    OWN(H5Tenum_insert,       enumInsert),
+    OWN(H5Tenum_nameof,       enumNameOf),
+    OWN(H5Tenum_valueof,      enumValueOf),
+    OWN(H5Tget_member_value,  getMemberValue),
+};  // clang-format on
 
 }  // namespace
 

@@ -3,12 +3,14 @@
 
 #include <span>
 
-#include "gateway/handler.hpp"
+#include "wrappers/handler.hpp"
 
 namespace h5gate {
 
-std::span<const Row> gatewayFunctions();           // H5ZB: the gateway's own
-std::span<const Row> libraryFunctions();           // H5, H5I, H5Z
+std::span<const Row> libraryFunctions();           // H5
+std::span<const Row> identifierFunctions();        // H5I
+std::span<const Row> filterFunctions();            // H5Z
+std::span<const Row> constantFunctions();          // H5ZB: named constants, memory datatypes
 std::span<const Row> fileFunctions();              // H5F
 std::span<const Row> dataspaceFunctions();         // H5S
 std::span<const Row> datasetFunctions();           // H5D
@@ -22,7 +24,8 @@ std::span<const Row> errorFunctions();             // H5E
 std::span<const Row> propertyListFunctions();      // H5P: lists and classes of any kind
 std::span<const Row> creationPropertyFunctions();  // H5P: creating datasets, groups, objects
 std::span<const Row> filePropertyFunctions();      // H5P: creating and accessing files
-std::span<const Row> otherPropertyFunctions();     // H5P: transfer, links, copying, the rest
+std::span<const Row> transferPropertyFunctions();  // H5P: transferring and caching data
+std::span<const Row> linkPropertyFunctions();      // H5P: making links, copying objects
 std::span<const Row> dimensionScaleFunctions();    // H5DS
 
 }  // namespace h5gate

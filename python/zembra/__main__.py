@@ -4,7 +4,7 @@ import code
 import os
 import runpy
 import sys
-from typing import Any, Dict
+from typing import Any
 
 import numpy as np
 
@@ -12,11 +12,11 @@ import zembra
 from zembra import h5
 
 
-def _names() -> Dict[str, Any]:
+def _names() -> dict[str, Any]:
     return {"zembra": zembra, "h5": h5, "np": np}
 
 
-def _run(arguments: "list[str]") -> None:
+def _run(arguments: list[str]) -> None:
     """The script as Python itself would run it, with our names there already."""
     sys.argv[:] = arguments
     sys.path[0] = os.path.dirname(os.path.abspath(arguments[0]))

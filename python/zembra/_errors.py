@@ -1,6 +1,7 @@
 """What a gateway call can end in: errors and warnings."""
 
-from typing import List, NamedTuple, Sequence, Union
+from collections.abc import Sequence
+from typing import NamedTuple
 
 
 class ErrorRecord(NamedTuple):
@@ -30,17 +31,17 @@ class Error(Exception):
         text: str,
         identifier: str = "",
         key: str = "",
-        parameters: Sequence[Union[str, int]] = (),
+        parameters: Sequence[str | int] = (),
         stack: Sequence[ErrorRecord] = (),
     ) -> None:
         super().__init__(text, identifier, key, parameters, stack)
         self.identifier = identifier
         self.key = key
-        self.parameters: List[Union[str, int]] = list(parameters)
-        self.stack: List[ErrorRecord] = list(stack)
+        self.parameters: list[str | int] = list(parameters)
+        self.stack: list[ErrorRecord] = list(stack)
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])
 
 
 class LibraryError(Error):
@@ -58,4 +59,4 @@ class GatewayWarning(UserWarning):
         self.identifier = identifier
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])

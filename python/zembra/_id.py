@@ -1,6 +1,6 @@
 """HDF5 identifiers that know how to close themselves."""
 
-from typing import Any, Optional, SupportsFloat, Tuple
+from typing import SupportsFloat
 
 
 class Id:
@@ -20,7 +20,7 @@ class Id:
     def __init__(self, value: SupportsFloat) -> None:
         object.__setattr__(self, "identifier", float(value))
 
-    def __setattr__(self, name: str, value: Any) -> None:
+    def __setattr__(self, name: str, value: object) -> None:
         raise AttributeError("an Id stands for one identifier for good")
 
     def close(self) -> None:
@@ -31,7 +31,7 @@ class Id:
 
             call(kind[1], self)
 
-    def _kind(self) -> Optional[Tuple[str, str]]:
+    def _kind(self) -> tuple[str, str] | None:
         """What it stands for, and the function that closes that; None when closed."""
         from ._zembra import call, identifier_types
 
@@ -42,7 +42,7 @@ class Id:
     def __enter__(self) -> "Id":
         return self
 
-    def __exit__(self, *exception: Any) -> None:
+    def __exit__(self, *exception: object) -> None:
         self.close()
 
     def __float__(self) -> float:
@@ -53,7 +53,7 @@ class Id:
 
     __index__ = __int__
 
-    def __eq__(self, other: Any) -> bool:
+    def __eq__(self, other: object) -> bool:
         if isinstance(other, (Id, int, float)):
             return self.identifier == float(other)
         return NotImplemented
@@ -65,5 +65,5 @@ class Id:
         kind = self._kind()
         return f"<zembra.Id {int(self)}: {kind[0] if kind else 'closed'}>"
 
-    def __reduce__(self) -> Any:
+    def __reduce__(self) -> tuple[type["Id"], tuple[float]]:
         return Id, (self.identifier,)

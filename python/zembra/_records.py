@@ -1,15 +1,16 @@
 """Compound data as structured arrays."""
 
-from typing import Any, Dict, Optional, Sequence, Tuple, Union
+from collections.abc import Mapping, Sequence
+from typing import Any, Union
 
 import numpy as np
 
-Shape = Tuple[int, ...]
+Shape = tuple[int, ...]
+Array = np.ndarray[Any, np.dtype[Any]]
+Column = Union[Array, dict[str, "Column"]]
 
 
-def records(
-    data: Dict[str, Any], shape: Optional[Union[int, Sequence[int]]] = None
-) -> np.ndarray:
+def records(data: Mapping[str, Any], shape: int | Sequence[int] | None = None) -> Array:
     """The structured array of a compound dataset that was read as a dict.
 
     Fields become members in their order, nested dicts nested members, lists and
@@ -33,7 +34,7 @@ def records(
     return result
 
 
-def _column(value: Any) -> Any:
+def _column(value: Any) -> Column:
     """A field as an array, a nested structure as a dict of them."""
     if isinstance(value, dict):
         return {name: _column(inner) for name, inner in value.items()}
@@ -46,14 +47,14 @@ def _column(value: Any) -> Any:
     return np.asarray(value)
 
 
-def _shapes(column: Any) -> "list[Shape]":
+def _shapes(column: Column) -> list[Shape]:
     if isinstance(column, dict):
         return [shape for inner in column.values() for shape in _shapes(inner)]
     return [column.shape]
 
 
-def _common_start(shapes: "list[Shape]") -> Shape:
-    start = []
+def _common_start(shapes: list[Shape]) -> Shape:
+    start: list[int] = []
     for lengths in zip(*shapes):
         if len(set(lengths)) > 1:
             break
@@ -61,8 +62,8 @@ def _common_start(shapes: "list[Shape]") -> Shape:
     return tuple(start)
 
 
-def _dtype(columns: Dict[str, Any], extent: Shape) -> np.dtype:
-    members: list = []
+def _dtype(columns: dict[str, Column], extent: Shape) -> np.dtype[Any]:
+    members: list[Any] = []
     for name, column in columns.items():
         if isinstance(column, dict):
             members.append((name, _dtype(column, extent)))
@@ -71,7 +72,7 @@ def _dtype(columns: Dict[str, Any], extent: Shape) -> np.dtype:
     return np.dtype(members)
 
 
-def _fill(result: np.ndarray, columns: Dict[str, Any]) -> None:
+def _fill(result: Array, columns: dict[str, Column]) -> None:
     for name, column in columns.items():
         if isinstance(column, dict):
             _fill(result[name], column)

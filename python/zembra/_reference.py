@@ -7,8 +7,9 @@ grammar of the file is explained at its top.
 import functools
 import inspect
 import re
+from collections.abc import Iterable
 from pathlib import Path
-from typing import Dict, Iterable, List, NamedTuple, Optional
+from typing import NamedTuple
 
 _SIGNATURE = re.compile(
     r"(?P<name>\w+)\((?P<required>[\w, ]*)(?:\[,? ?(?P<optional>[\w, ]+)\])?\)"
@@ -21,22 +22,22 @@ class Form(NamedTuple):
 
     line: str
     name: str
-    required: List[str]
-    optional: List[str]
-    results: List[str]
+    required: list[str]
+    optional: list[str]
+    results: list[str]
 
 
 class Entry(NamedTuple):
     """What the reference says about one function."""
 
-    forms: List[Form]
+    forms: list[Form]
     text: str
 
 
-def parse(lines: Iterable[str]) -> Dict[str, Entry]:
-    entries: Dict[str, Entry] = {}
-    forms: List[Form] = []
-    text: List[str] = []
+def parse(lines: Iterable[str]) -> dict[str, Entry]:
+    entries: dict[str, Entry] = {}
+    forms: list[Form] = []
+    text: list[str] = []
 
     def finish() -> None:
         if forms:
@@ -63,26 +64,28 @@ def _form(line: str) -> Form:
     if match is None:
         raise ValueError(f"no signature: {line}")
 
-    def names(group: str) -> List[str]:
-        return [name.strip() for name in (match[group] or "").split(",") if name.strip()]
+    required, optional, results = map(_names, match.group("required", "optional", "results"))
+    return Form(line, match["name"], required, optional, results)
 
-    return Form(line, match["name"], names("required"), names("optional"), names("results"))
+
+def _names(text: str | None) -> list[str]:
+    return [name.strip() for name in (text or "").split(",") if name.strip()]
 
 
 @functools.lru_cache(maxsize=None)
-def entries() -> Dict[str, Entry]:
+def entries() -> dict[str, Entry]:
     path = Path(__file__).with_name("reference.txt")
     return parse(path.read_text(encoding="utf-8").splitlines())
 
 
-def docstring(name: str) -> Optional[str]:
+def docstring(name: str) -> str | None:
     entry = entries().get(name)
     if entry is None:
         return None
     return "\n".join(form.line for form in entry.forms) + "\n\n" + entry.text
 
 
-def signature(name: str) -> Optional[inspect.Signature]:
+def signature(name: str) -> inspect.Signature | None:
     """None where the function takes argument lists that no single signature tells."""
     entry = entries().get(name)
     if entry is None or len(entry.forms) > 1:

@@ -13,13 +13,21 @@ on with.
 HDF5 runs with the interpreter's lock held: calls from several threads take turns.
 """
 
+from typing import TYPE_CHECKING
+
 from ._zembra import Function as _Function
 from ._zembra import call as _call
 
-__all__ = _call("H5ZBget_function_names")
+__all__: list[str] = _call("H5ZBget_function_names")
 
 globals().update({name: _Function(name) for name in __all__})
 
 
-def __dir__():
+def __dir__() -> list[str]:
     return __all__
+
+
+if TYPE_CHECKING:  # which names there are is known when it runs
+
+    def __getattr__(name: str) -> _Function:
+        ...

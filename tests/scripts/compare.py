@@ -61,8 +61,9 @@ def _assert_references(ours, theirs, reference, shape, follow):
     size = 8 if reference is h5py.Reference else 12
     assert ours.dtype == np.uint8
     assert ours.shape == shape + (size,)
-    for raw, other in zip(ours.reshape(-1, size), np.ravel(np.asarray(theirs, dtype=object)),
-                          strict=True):
+    for raw, other in zip(
+        ours.reshape(-1, size), np.ravel(np.asarray(theirs, dtype=object)), strict=True
+    ):
         assert raw.any() == bool(other)
         if other:
             assert follow(raw, reference) == follow(other, reference)
@@ -70,8 +71,10 @@ def _assert_references(ours, theirs, reference, shape, follow):
 
 def _assert_texts(ours, theirs, text, shape):
     if text.length is None:
-        expected = [item if isinstance(item, bytes) else str(item).encode()
-                    for item in np.ravel(np.asarray(theirs, dtype=object))]
+        expected = [
+            item if isinstance(item, bytes) else str(item).encode()
+            for item in np.ravel(np.asarray(theirs, dtype=object))
+        ]
         assert [item.encode(errors="surrogateescape") for item in _items(ours, shape)] == expected
     elif shape == ():
         mine = ours.encode(errors="surrogateescape")
@@ -88,8 +91,9 @@ def _assert_numbers(ours, theirs, dtype, shape):
     else:
         assert ours.shape == shape
         kind = "u" if dtype.kind == "b" else dtype.kind
-        assert ours.dtype.kind == ("i" if h5py.check_enum_dtype(dtype) and kind == "u"
-                                   and ours.dtype.kind == "i" else kind)
+        assert ours.dtype.kind == (
+            "i" if h5py.check_enum_dtype(dtype) and kind == "u" and ours.dtype.kind == "i" else kind
+        )
         assert ours.dtype.isnative
     assert np.array_equal(np.asarray(ours), theirs, equal_nan=dtype.kind == "f")
 

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 
-import zembra  # loads the libraries
+import zembra  # noqa: F401 - loads the libraries
 
 
 def _loaded_library():
@@ -30,7 +30,11 @@ class OpenIds:
     """
 
     _FILE_BOUND = {
-        "file": 0x01, "dataset": 0x02, "group": 0x04, "datatype": 0x08, "attribute": 0x10,
+        "file": 0x01,
+        "dataset": 0x02,
+        "group": 0x04,
+        "datatype": 0x08,
+        "attribute": 0x10,
     }
 
     def __init__(self):

@@ -10,5 +10,6 @@ def h5dump(*arguments):
     The sanitizers that are loaded into Python are not loaded into it as well.
     """
     environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
-    return subprocess.run(["h5dump", *map(str, arguments)], check=True, capture_output=True,
-                          env=environment).stdout.decode(errors="surrogateescape")
+    return subprocess.run(
+        ["h5dump", *map(str, arguments)], check=True, capture_output=True, env=environment
+    ).stdout.decode(errors="surrogateescape")

@@ -30,9 +30,7 @@ def plain(name):
 
 def their_names(item, index=h5py.h5.INDEX_NAME, order=h5py.h5.ITER_INC):
     names = []
-    h5py.h5a.iterate(
-        item.id, lambda name: names.append(plain(name)), index_type=index, order=order
-    )
+    h5py.h5a.iterate(item.id, lambda name: names.append(plain(name)), index_type=index, order=order)
     return names
 
 
@@ -50,9 +48,7 @@ def assert_same_attribute(owner, item, name, follow):
         read(owner, name)
         return
     shape = attribute.shape if attribute.shape is not None else ()
-    assert_same_or_empty(
-        read(owner, name), h5py_read_attribute(item, name), dtype, shape, follow
-    )
+    assert_same_or_empty(read(owner, name), h5py_read_attribute(item, name), dtype, shape, follow)
 
 
 def assert_same_record(owner, item, name):
@@ -103,13 +99,18 @@ def test_attributes_come_in_the_order_of_h5py(shared_data, sample, order):
                     assert ours == expected
                     for position, name in enumerate(expected):
                         attribute = h5.H5Aopen_by_idx(
-                            file, path, "H5_INDEX_NAME", "H5_ITER_" + order, position, DEFAULT,
+                            file,
+                            path,
+                            "H5_INDEX_NAME",
+                            "H5_ITER_" + order,
+                            position,
+                            DEFAULT,
                             DEFAULT,
                         )
                         with zembra.Id(attribute):
                             assert h5.H5Aget_name(attribute) == name
                     short = []
-                    h5.H5Aiterate(owner, 0, lambda location, name: short.append(name) or 0)
+                    h5.H5Aiterate(owner, 0, lambda location, name: short.append(name))
                     assert sorted(short) == sorted(expected)
 
 
@@ -136,7 +137,8 @@ def test_the_order_of_creation_is_kept(path):
     with zembra.Id(h5.H5Fopen(path, "H5F_ACC_RDONLY", DEFAULT)) as file:
         with zembra.Id(h5.H5Gopen(file, "g")) as group:
             for order, expected in {
-                "H5_ITER_INC": ["zeta", "alpha", "mu"], "H5_ITER_DEC": ["mu", "alpha", "zeta"]
+                "H5_ITER_INC": ["zeta", "alpha", "mu"],
+                "H5_ITER_DEC": ["mu", "alpha", "zeta"],
             }.items():
                 assert names_by_iteration(group, "H5_INDEX_CRT_ORDER", order) == expected
             assert record_of(group, "alpha")["corder"] == 1

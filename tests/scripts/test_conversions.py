@@ -28,20 +28,15 @@ def echo_libraries(tmp_path_factory):
         pytest.skip("the echo gateway is compiled here, and there is no g++")
     folder = tmp_path_factory.mktemp("lib")
     host = shutil.copy(loaded("libzembra.so.1"), folder)
-    subprocess.run(
-        [compiler, "-std=c++20", "-shared", "-fPIC", "-I", ROOT, HERE / "echo/echo_gateway.cpp",
-         host, "-o", folder / "libh5gate.so.1"],
-        check=True,
-    )
+    options = ["-std=c++20", "-shared", "-fPIC", "-I", ROOT, "-o", folder / "libh5gate.so.1"]
+    subprocess.run([compiler, *options, HERE / "echo/echo_gateway.cpp", host], check=True)
     return folder
 
 
 def test_through_the_echo(echo_libraries, tmp_path):
     environment = dict(os.environ, LD_LIBRARY_PATH=str(echo_libraries))
-    run = subprocess.run(
-        [sys.executable, "-m", "pytest", "-q", "-p", "no:cacheprovider",
-         "--basetemp", tmp_path / "t", HERE / "echo/checks.py"],
-        env=environment, capture_output=True, text=True,
-    )
+    options = ["-q", "-p", "no:cacheprovider", "--basetemp", tmp_path / "t"]
+    command = [sys.executable, "-m", "pytest", *options, HERE / "echo/checks.py"]
+    run = subprocess.run(command, env=environment, capture_output=True, text=True)
     assert run.returncode == 0, run.stdout + run.stderr
     assert " passed" in run.stdout

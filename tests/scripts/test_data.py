@@ -3,6 +3,7 @@ that zembra writes, h5py and h5dump read the same."""
 
 from contextlib import contextmanager
 from pathlib import Path
+from typing import Any
 
 import h5py
 import numpy as np
@@ -51,8 +52,8 @@ def h5py_value(dataset):
 def pytest_generate_tests(metafunc):
     if "sample" in metafunc.fixturenames:
         root = Path(__file__).resolve().parents[2].parent / "shared" / "data"
-        files = sorted(root.glob("*.h5"))
-        metafunc.parametrize("sample", files or [None], ids=lambda path: path and path.name)
+        samples: list[Path | None] = [*sorted(root.glob("*.h5"))] or [None]
+        metafunc.parametrize("sample", samples, ids=lambda path: path and path.name)
 
 
 def test_every_dataset_reads_as_h5py_reads_it(shared_data, sample):
@@ -129,33 +130,69 @@ def nested():
     return record
 
 
-NESTED = {"id": np.array([7, -8]), "at": {"x": np.array([1, 2], "f4"), "y": np.array([3.0, 4.0])},
-          "grid": np.arange(12, dtype="u1").reshape(2, 2, 3), "label": ["", "naïve"]}
+NESTED: dict[str, Any] = {
+    "id": np.array([7, -8]),
+    "at": {"x": np.array([1, 2], "f4"), "y": np.array([3.0, 4.0])},
+    "grid": np.arange(12, dtype="u1").reshape(2, 2, 3),
+    "label": ["", "naïve"],
+}
 
 # name: datatype (made anew for each test), extent (None: null), data, what h5py sees
-WRITTEN = {
-    "integer": (lambda: h5.H5Tcopy("H5T_STD_I16BE"), (2, 3),
-                np.arange(6, dtype="i4").reshape(2, 3), np.arange(6).reshape(2, 3)),
+WRITTEN: dict[str, Any] = {
+    "integer": (
+        lambda: h5.H5Tcopy("H5T_STD_I16BE"),
+        (2, 3),
+        np.arange(6, dtype="i4").reshape(2, 3),
+        np.arange(6).reshape(2, 3),
+    ),
     "float": (lambda: h5.H5Tcopy("H5T_IEEE_F32LE"), (2,), [0.5, -1.0], np.array([0.5, -1.0])),
     "scalar": (lambda: h5.H5Tcopy("H5T_IEEE_F64LE"), (), 2.5, np.float64(2.5)),
-    "logical": (lambda: h5.H5Tcopy("H5T_STD_U8LE"), (2,), np.array([True, False]),
-                np.array([1, 0])),
-    "fixed": (lambda: text(4), (3,), np.array([b"ab", b"", b"abcd"]),
-              np.array([b"ab", b"", b"abcd"])),
+    "logical": (
+        lambda: h5.H5Tcopy("H5T_STD_U8LE"),
+        (2,),
+        np.array([True, False]),
+        np.array([1, 0]),
+    ),
+    "fixed": (
+        lambda: text(4),
+        (3,),
+        np.array([b"ab", b"", b"abcd"]),
+        np.array([b"ab", b"", b"abcd"]),
+    ),
     "fixed from a list": (lambda: text(4), (2,), ["ab", "wxyz"], np.array([b"ab", b"wxyz"])),
     "fixed spaces": (lambda: text(4, "H5T_STR_SPACEPAD"), (), "ab", b"ab"),
-    "variable": (lambda: text("H5T_VARIABLE", "H5T_STR_NULLTERM"), (3,), ["", "a", "größer"],
-                 np.array([b"", b"a", "größer".encode()], dtype=object)),
+    "variable": (
+        lambda: text("H5T_VARIABLE", "H5T_STR_NULLTERM"),
+        (3,),
+        ["", "a", "größer"],
+        np.array([b"", b"a", "größer".encode()], dtype=object),
+    ),
     "nested compound": (nested, (2,), NESTED, None),
-    "array": (lambda: h5.H5Tarray_create("H5T_STD_I32LE", [3]), (2,),
-              np.arange(6, dtype="i4").reshape(2, 3), np.arange(6).reshape(2, 3)),
-    "enumeration": (lambda: enumeration({"RED": 0, "GREEN": 1, "BLUE": -2}), (3,), [0, -2, 1],
-                    np.array([0, -2, 1])),
-    "opaque": (opaque, (2,), np.frombuffer(b"0123456789", "u1").reshape(2, 5),
-               np.array([b"01234", b"56789"], dtype="V5")),
+    "array": (
+        lambda: h5.H5Tarray_create("H5T_STD_I32LE", [3]),
+        (2,),
+        np.arange(6, dtype="i4").reshape(2, 3),
+        np.arange(6).reshape(2, 3),
+    ),
+    "enumeration": (
+        lambda: enumeration({"RED": 0, "GREEN": 1, "BLUE": -2}),
+        (3,),
+        [0, -2, 1],
+        np.array([0, -2, 1]),
+    ),
+    "opaque": (
+        opaque,
+        (2,),
+        np.frombuffer(b"0123456789", "u1").reshape(2, 5),
+        np.array([b"01234", b"56789"], dtype="V5"),
+    ),
     "bit field": (lambda: h5.H5Tcopy("H5T_STD_B16BE"), (2,), [1, 0x8001], np.array([1, 0x8001])),
-    "sequence": (lambda: h5.H5Tvlen_create("H5T_STD_I32LE"), (3,),
-                 [[1, 2, 3], [], np.array([4.0])], None),
+    "sequence": (
+        lambda: h5.H5Tvlen_create("H5T_STD_I32LE"),
+        (3,),
+        [[1, 2, 3], [], np.array([4.0])],
+        None,
+    ),
     "empty": (lambda: h5.H5Tcopy("H5T_STD_I32LE"), (0, 3), np.zeros((0, 3)), np.zeros((0, 3))),
     "null": (lambda: h5.H5Tcopy("H5T_STD_I32LE"), None, [], h5py.Empty("i4")),
 }
@@ -195,8 +232,12 @@ def written(path):
     h5.H5Sselect_hyperslab(target, "H5S_SELECT_SET", [0, 1], [], [2, 1], [])
     region = h5.H5Rcreate(file, "integer", "H5R_DATASET_REGION", target)
     h5.H5Dwrite(regions, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", region)
-    for close, identifier in ((h5.H5Sclose, target), (h5.H5Dclose, regions),
-                              (h5.H5Dclose, references), (h5.H5Fclose, file)):
+    for close, identifier in (
+        (h5.H5Sclose, target),
+        (h5.H5Dclose, regions),
+        (h5.H5Dclose, references),
+        (h5.H5Fclose, file),
+    ):
         close(identifier)
     return path
 
@@ -217,8 +258,11 @@ def test_h5py_reads_what_was_written(written):
         assert np.array_equal(record["grid"], NESTED["grid"])
         assert [label.decode() for label in record["label"]] == NESTED["label"]
         assert [list(item) for item in file["sequence"][()]] == [[1, 2, 3], [], [4]]
-        assert h5py.check_enum_dtype(file["enumeration"].dtype) == {"RED": 0, "GREEN": 1,
-                                                                      "BLUE": -2}
+        assert h5py.check_enum_dtype(file["enumeration"].dtype) == {
+            "RED": 0,
+            "GREEN": 1,
+            "BLUE": -2,
+        }
         names = [file[reference].name for reference in file["object references"][()]]
         assert names == ["/integer", "/float"]
         region = file["region references"][0]
@@ -236,21 +280,24 @@ def test_zembra_reads_back_what_was_written(written):
     h5.H5Fclose(file)
 
 
-@pytest.mark.parametrize("name, lines", [
-    ("integer", ["H5T_STD_I16BE", "(0,0): 0, 1, 2,", "(1,0): 3, 4, 5"]),
-    ("fixed", ["STRSIZE 4;", 'STRPAD H5T_STR_NULLPAD;', '(0): "ab\\000\\000"']),
-    ("fixed spaces", ["STRPAD H5T_STR_SPACEPAD;", '(0): "ab  "']),
-    ("variable", ["STRSIZE H5T_VARIABLE;", '(0): "", "a", "gr']),
-    ("nested compound", ['H5T_STD_I64LE "id";', "[ 0, 1, 2,", '"grid"']),
-    ("array", ["H5T_ARRAY { [3] H5T_STD_I32LE }", "(0): [ 0, 1, 2 ], [ 3, 4, 5 ]"]),
-    ("enumeration", ['"BLUE"             -2;', "(0): RED, BLUE, GREEN"]),
-    ("opaque", ['OPAQUE_TAG "five bytes";', "30:31:32:33:34, 35:36:37:38:39"]),
-    ("bit field", ["H5T_STD_B16BE"]),
-    ("sequence", ["H5T_VLEN { H5T_STD_I32LE}", "(0): (1, 2, 3), (), (4)"]),
-    ("object references", ["DATASET"]),
-    ("empty", ["DATASPACE  SIMPLE { ( 0, 3 ) / ( 0, 3 ) }"]),
-    ("null", ["DATASPACE  NULL"]),
-])
+@pytest.mark.parametrize(
+    "name, lines",
+    [
+        ("integer", ["H5T_STD_I16BE", "(0,0): 0, 1, 2,", "(1,0): 3, 4, 5"]),
+        ("fixed", ["STRSIZE 4;", "STRPAD H5T_STR_NULLPAD;", '(0): "ab\\000\\000"']),
+        ("fixed spaces", ["STRPAD H5T_STR_SPACEPAD;", '(0): "ab  "']),
+        ("variable", ["STRSIZE H5T_VARIABLE;", '(0): "", "a", "gr']),
+        ("nested compound", ['H5T_STD_I64LE "id";', "[ 0, 1, 2,", '"grid"']),
+        ("array", ["H5T_ARRAY { [3] H5T_STD_I32LE }", "(0): [ 0, 1, 2 ], [ 3, 4, 5 ]"]),
+        ("enumeration", ['"BLUE"             -2;', "(0): RED, BLUE, GREEN"]),
+        ("opaque", ['OPAQUE_TAG "five bytes";', "30:31:32:33:34, 35:36:37:38:39"]),
+        ("bit field", ["H5T_STD_B16BE"]),
+        ("sequence", ["H5T_VLEN { H5T_STD_I32LE}", "(0): (1, 2, 3), (), (4)"]),
+        ("object references", ["DATASET"]),
+        ("empty", ["DATASPACE  SIMPLE { ( 0, 3 ) / ( 0, 3 ) }"]),
+        ("null", ["DATASPACE  NULL"]),
+    ],
+)
 def test_h5dump_reads_what_was_written(written, name, lines):
     printed = h5dump("-d", f"/{name}", written)
     for line in lines:
@@ -274,8 +321,12 @@ def test_a_selection_of_the_file_without_a_memory_space_keeps_its_place(path):
     compact = h5.H5Screate_simple(2, [2, 2], [])
     block = h5.H5Dread(dataset, "H5ZB_DEFAULT", compact, space, "H5P_DEFAULT")
     assert np.array_equal(block, numbers[1:3, 1:3])
-    for close, identifier in ((h5.H5Sclose, compact), (h5.H5Sclose, space),
-                              (h5.H5Dclose, dataset), (h5.H5Fclose, file)):
+    for close, identifier in (
+        (h5.H5Sclose, compact),
+        (h5.H5Sclose, space),
+        (h5.H5Dclose, dataset),
+        (h5.H5Fclose, file),
+    ):
         close(identifier)
 
 

@@ -124,9 +124,7 @@ def their_enumeration(datatype):
 
 
 OURS = {
-    h5t.INTEGER: lambda datatype: {
-        **our_bits(datatype), "sign": h5.H5Tget_sign(datatype)
-    },
+    h5t.INTEGER: lambda datatype: {**our_bits(datatype), "sign": h5.H5Tget_sign(datatype)},
     h5t.FLOAT: lambda datatype: {
         **our_bits(datatype),
         "fields": h5.H5Tget_fields(datatype),
@@ -272,8 +270,12 @@ def test_properties_of_a_float_reach_the_file(path):
 
 def test_datatypes_of_numpy_are_those_of_the_constants():
     for name, dtype in {
-        "H5T_STD_I8LE": "i1", "H5T_STD_U16BE": ">u2", "H5T_STD_I64LE": "<i8",
-        "H5T_IEEE_F32BE": ">f4", "H5T_IEEE_F64LE": "<f8", "H5T_NATIVE_INT": "i4",
+        "H5T_STD_I8LE": "i1",
+        "H5T_STD_U16BE": ">u2",
+        "H5T_STD_I64LE": "<i8",
+        "H5T_IEEE_F32BE": ">f4",
+        "H5T_IEEE_F64LE": "<f8",
+        "H5T_NATIVE_INT": "i4",
     }.items():
         assert ours(name) == theirs(h5t.py_create(np.dtype(dtype)))
 

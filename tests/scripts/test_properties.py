@@ -4,6 +4,7 @@ several parts, dimension scales."""
 import subprocess
 import sys
 from pathlib import Path
+from typing import Any
 
 import h5py
 import numpy as np
@@ -88,15 +89,26 @@ def undefined(plist):
     h5.H5Pset_fill_value(plist, "H5T_NATIVE_INT", [])
 
 
-STORAGE = {
+STORAGE: dict[Any, tuple[list[str], dict[str, Any]]] = {
     compact: (["COMPACT SIZE 800"], {"chunks": None}),
-    early: (["CONTIGUOUS SIZE 800", "FILL_TIME H5D_FILL_TIME_ALLOC", "H5D_ALLOC_TIME_EARLY"],
-            {"chunks": None, "compression": None}),
-    chunked: (["CHUNKED ( 5, 20 )", "FILTERS { NONE }", "H5D_ALLOC_TIME_INCR"],
-              {"chunks": (5, 20), "compression": None, "shuffle": False}),
-    deflated: (["PREPROCESSING SHUFFLE COMPRESSION DEFLATE { LEVEL 7 } CHECKSUM FLETCHER32"],
-               {"chunks": (5, 20), "compression": "gzip", "compression_opts": 7,
-                "shuffle": True, "fletcher32": True}),
+    early: (
+        ["CONTIGUOUS SIZE 800", "FILL_TIME H5D_FILL_TIME_ALLOC", "H5D_ALLOC_TIME_EARLY"],
+        {"chunks": None, "compression": None},
+    ),
+    chunked: (
+        ["CHUNKED ( 5, 20 )", "FILTERS { NONE }", "H5D_ALLOC_TIME_INCR"],
+        {"chunks": (5, 20), "compression": None, "shuffle": False},
+    ),
+    deflated: (
+        ["PREPROCESSING SHUFFLE COMPRESSION DEFLATE { LEVEL 7 } CHECKSUM FLETCHER32"],
+        {
+            "chunks": (5, 20),
+            "compression": "gzip",
+            "compression_opts": 7,
+            "shuffle": True,
+            "fletcher32": True,
+        },
+    ),
     scaled: (["COMPRESSION SCALEOFFSET"], {"scaleoffset": 9}),
     packed: (["COMPRESSION NBIT"], {"chunks": (5, 20)}),
     filled: (["VALUE -7"], {"fillvalue": -7}),
@@ -143,8 +155,16 @@ def test_a_dataset_gives_back_what_it_was_created_with(path, make_list, prepare)
 
 def test_h5py_datasets_tell_how_they_are_stored(path):
     with h5py.File(path, "w") as file:
-        file.create_dataset("values", (10, 20), "f8", chunks=(5, 4), compression="gzip",
-                            compression_opts=3, shuffle=True, fillvalue=2.5)
+        file.create_dataset(
+            "values",
+            (10, 20),
+            "f8",
+            chunks=(5, 4),
+            compression="gzip",
+            compression_opts=3,
+            shuffle=True,
+            fillvalue=2.5,
+        )
     with zembra.Id(h5.H5Fopen(path, "H5F_ACC_RDONLY", "H5P_DEFAULT")) as file:
         with zembra.Id(h5.H5Dopen(file, "values")) as dataset:
             with zembra.Id(h5.H5Dget_create_plist(dataset)) as creation:
@@ -157,13 +177,16 @@ def test_h5py_datasets_tell_how_they_are_stored(path):
                 assert (flags, list(data), name) == (1, [3], "deflate")
 
 
-@pytest.mark.parametrize("value, datatype", [
-    (np.int8(-3), "H5T_STD_I8LE"),
-    (np.uint16(40000), "H5T_STD_U16BE"),
-    (np.int64(-2**40), "H5T_STD_I64LE"),
-    (np.float32(0.1), "H5T_IEEE_F32BE"),
-    (2.5, "H5T_IEEE_F64LE"),
-])
+@pytest.mark.parametrize(
+    "value, datatype",
+    [
+        (np.int8(-3), "H5T_STD_I8LE"),
+        (np.uint16(40000), "H5T_STD_U16BE"),
+        (np.int64(-(2**40)), "H5T_STD_I64LE"),
+        (np.float32(0.1), "H5T_IEEE_F32BE"),
+        (2.5, "H5T_IEEE_F64LE"),
+    ],
+)
 def test_fill_values_are_what_h5py_reads(path, make_list, value, datatype):
     creation = make_list("H5P_DATASET_CREATE")
     h5.H5Pset_fill_value(creation, datatype, value)
@@ -202,8 +225,10 @@ def test_external_files_hold_the_raw_data(tmp_path, path, make_list, monkeypatch
     with create_file(path) as file:
         write(file, "values", values, creation)
     with h5py.File(path) as file:
-        assert file["values"].external == [("first.raw", 16, 400),
-                                           ("second.raw", 0, h5py.h5f.UNLIMITED)]
+        assert file["values"].external == [
+            ("first.raw", 16, 400),
+            ("second.raw", 0, h5py.h5f.UNLIMITED),
+        ]
         assert np.array_equal(file["values"][()], values)
     assert "FILENAME first.raw SIZE 400 OFFSET 16 FILENAME second.raw" in dump("-p", "-H", path)
     raw = Path("first.raw").read_bytes()[16:] + Path("second.raw").read_bytes()
@@ -272,9 +297,14 @@ def test_h5py_and_h5dump_read_a_split_file(tmp_path, make_list):
 
 def test_multi_properties_come_as_python_values(make_list):
     access = make_list("H5P_FILE_ACCESS")
-    h5.H5Pset_fapl_multi(access, [1, 1, 1, 3, 3, 1, 1], [0] * 7,
-                         ["%s-m.h5"] * 3 + ["%s-r.h5"] * 2 + ["%s-m.h5"] * 2,
-                         [0, 0, 0, 1e15, 1e15, 0, 0], False)
+    h5.H5Pset_fapl_multi(
+        access,
+        [1, 1, 1, 3, 3, 1, 1],
+        [0] * 7,
+        ["%s-m.h5"] * 3 + ["%s-r.h5"] * 2 + ["%s-m.h5"] * 2,
+        [0, 0, 0, 1e15, 1e15, 0, 0],
+        False,
+    )
     memb_map, memb_fapl, memb_name, memb_addr, relax = h5.H5Pget_fapl_multi(access)
     for member in memb_fapl:
         h5.H5Pclose(member)
@@ -303,8 +333,10 @@ def scales_of(dataset, dimension):
 def assert_scales_alike(path):
     """Labels and scales of every dataset as h5py has them; gives how many there are."""
     found = 0
-    with h5py.File(path) as theirs, \
-            zembra.Id(h5.H5Fopen(str(path), "H5F_ACC_RDONLY", "H5P_DEFAULT")) as file:
+    with (
+        h5py.File(path) as theirs,
+        zembra.Id(h5.H5Fopen(str(path), "H5F_ACC_RDONLY", "H5P_DEFAULT")) as file,
+    ):
         for name, expected in datasets_of(theirs).items():
             with zembra.Id(h5.H5Dopen(file, name)) as dataset:
                 is_scale = h5.H5DSis_scale(dataset)
@@ -434,8 +466,12 @@ def test_as_much_of_a_filter_as_asked_for(make_list, nout):
 
 def test_the_example_keeps_a_lake(tmp_path):
     path = tmp_path / "lake.h5"
-    printed = subprocess.run([sys.executable, EXAMPLES / "compressed_timeseries.py", path],
-                             check=True, capture_output=True, text=True).stdout
+    printed = subprocess.run(
+        [sys.executable, EXAMPLES / "compressed_timeseries.py", path],
+        check=True,
+        capture_output=True,
+        text=True,
+    ).stdout
     assert "in chunks of 1440 x 1 through shuffle, deflate, fletcher32" in printed
     assert assert_scales_alike(path) == 2
     with h5py.File(path) as file:

@@ -41,8 +41,13 @@ def check(path):
 )
 @pytest.mark.parametrize(
     "script, peer",
-    [(WRITE, False), ("import h5py\n" + WRITE, False), (PEER + WRITE + USE_PEER, True),
-     (WRITE + PEER + USE_PEER, True), ("import zembra\n" + PEER + WRITE + USE_PEER, True)],
+    [
+        (WRITE, False),
+        ("import h5py\n" + WRITE, False),
+        (PEER + WRITE + USE_PEER, True),
+        (WRITE + PEER + USE_PEER, True),
+        ("import zembra\n" + PEER + WRITE + USE_PEER, True),
+    ],
     ids=["alone", "h5py imported", "h5py first", "h5py last", "h5py between"],
 )
 def test_files_left_open(path, script, peer, ending, status):
@@ -57,8 +62,9 @@ def test_files_left_open(path, script, peer, ending, status):
 def test_a_file_left_open_by_a_thread(path):
     body = "".join("    " + line + "\n" for line in WRITE.strip().splitlines())
     script = (
-        "import threading\ndef work():\n" + body +
-        "thread = threading.Thread(target=work)\nthread.start()\nthread.join()\n"
+        "import threading\ndef work():\n"
+        + body
+        + "thread = threading.Thread(target=work)\nthread.start()\nthread.join()\n"
     )
     done = end(script, path)
     assert done.returncode == 0, done.stderr

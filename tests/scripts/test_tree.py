@@ -37,7 +37,7 @@ EXPECTED = """\
   record      datatype: record {code: text of 4 bytes; height: 32-bit float}
   scalar      single value                      contiguous                         64-bit float
   soft        -> /alpha/data
-"""
+"""  # noqa: E501 - as wide as the terminal of the test
 
 
 def write(path):
@@ -50,8 +50,10 @@ def write(path):
         data = alpha.create_dataset("data", data=np.arange(6.0).reshape(2, 3))
         h5py.h5o.set_comment(data.id, b"in\nmetres")
         axes = np.empty(2, dtype=object)
-        axes[:] = [np.array([alpha.ref], dtype=h5py.ref_dtype),
-                   np.array([empty.ref, alpha.ref], dtype=h5py.ref_dtype)]
+        axes[:] = [
+            np.array([alpha.ref], dtype=h5py.ref_dtype),
+            np.array([empty.ref, alpha.ref], dtype=h5py.ref_dtype),
+        ]
         data.attrs.create("axes", axes, dtype=h5py.vlen_dtype(h5py.ref_dtype))
         data.attrs["drawn"] = alpha.ref
         data.attrs["names"] = np.array(["x", "ünï"], dtype=h5py.string_dtype())
@@ -60,8 +62,14 @@ def write(path):
         data.attrs["unit"] = np.bytes_("m")
         data.attrs["where"] = np.array((1, 2.5), dtype=[("x", "i4"), ("y", "f8")])
         file["again"] = alpha.create_dataset(
-            "moved", (10, 10), "i2", maxshape=(None, 10), chunks=(5, 5), shuffle=True,
-            compression="gzip")
+            "moved",
+            (10, 10),
+            "i2",
+            maxshape=(None, 10),
+            chunks=(5, 5),
+            shuffle=True,
+            compression="gzip",
+        )
         file["empty/up"] = file
         file["record"] = np.dtype([("code", "S4"), ("height", "f4")])
         file["scalar"] = 1.5
@@ -72,10 +80,18 @@ def write(path):
 
 def run(*arguments, **environment):
     return subprocess.run(
-        [sys.executable, EXAMPLES / "tree.py", *arguments], capture_output=True, text=True,
-        encoding="utf-8", check=False,
-        env={**os.environ, "PYTHONPATH": str(Path(zembra.__file__).parents[1]), "PYTHONUTF8": "1",
-             **environment})
+        [sys.executable, EXAMPLES / "tree.py", *arguments],
+        capture_output=True,
+        text=True,
+        encoding="utf-8",
+        check=False,
+        env={
+            **os.environ,
+            "PYTHONPATH": str(Path(zembra.__file__).parents[1]),
+            "PYTHONUTF8": "1",
+            **environment,
+        },
+    )
 
 
 @pytest.fixture(scope="module")

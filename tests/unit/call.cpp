@@ -8,7 +8,7 @@
 #include <set>
 
 #include "convert/identifier_codec.hpp"
-#include "convert/numbers.hpp"
+#include "convert/vector_arguments.hpp"
 #include "hdf5/handle.hpp"
 #include "host/call.hpp"
 

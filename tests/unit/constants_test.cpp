@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "convert/identifier_codec.hpp"
+#include "hdf5/allocated_text.hpp"
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
 #include "tests/unit/call.hpp"
@@ -384,10 +385,9 @@ TEST(Constants, NamePropertyListClasses) {
       {"H5P_LINK_ACCESS", "link access"},
   };
   for (const auto& [name, expected] : classes) {
-    char* text = H5Pget_class_name(identifier(name));
+    const hdf5::AllocatedText text(H5Pget_class_name(identifier(name)));
     ASSERT_NE(text, nullptr) << name;
-    EXPECT_EQ(text, expected) << name;
-    hdf5::freeText(text);
+    EXPECT_EQ(text.get(), expected) << name;
   }
   for (const std::string name :
        {"H5P_FILE_CREATE", "H5P_FILE_ACCESS", "H5P_DATASET_CREATE", "H5P_DATASET_XFER"}) {

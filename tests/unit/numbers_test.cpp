@@ -1,6 +1,4 @@
 // Numbers and text: casts at their bounds, what every class gives, results.
-#include "convert/numbers.hpp"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,14 +7,18 @@
 #include <utility>
 #include <vector>
 
+#include "convert/number_cast.hpp"
+#include "convert/number_results.hpp"
+#include "convert/scalar_arguments.hpp"
 #include "convert/text.hpp"
+#include "convert/vector_arguments.hpp"
 #include "runtime/call_scope.hpp"
 #include "tests/unit/call.hpp"
 
 namespace {
 
 using namespace h5test;
-using h5gate::Dims;
+using h5gate::PaddedSizes;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -255,7 +257,7 @@ TEST(Vectors, RefuseElementsOutOfRange) {
 }
 
 TEST(Vectors, TakeMinusOneForUnlimitedInMaximumDimensionsOnly) {
-  const Dims dims = h5gate::getMaxDimsArg(row({-1, 3, -0.5}).get());
+  const PaddedSizes dims = h5gate::getMaxDimsArg(row({-1, 3, -0.5}).get());
   EXPECT_EQ(dims[0], H5S_UNLIMITED);
   EXPECT_EQ(dims[1], 3U);
   EXPECT_EQ(dims[2], 0U);
@@ -287,7 +289,7 @@ TEST(Vectors, HaveZerosBehindThemForEveryDimensionThatHdf5MayRead) {
                                   std::size_t{33}, std::size_t{1000}}) {
     const std::vector<double> ones(count, 1);
     const Value value = zembra::makeRow(ones);
-    const Dims dims = h5gate::getDimsArg(value.get(), "dims");
+    const PaddedSizes dims = h5gate::getDimsArg(value.get(), "dims");
     EXPECT_EQ(dims.size(), count);
     EXPECT_EQ(dims.rank(), static_cast<int>(count));
     EXPECT_EQ(dims.empty(), count == 0);
@@ -299,7 +301,7 @@ TEST(Vectors, HaveZerosBehindThemForEveryDimensionThatHdf5MayRead) {
 
 TEST(Extents, AreReadWithoutAClassTest) {
   for (const zbClass type : kNumericClasses) {
-    const Dims extent = h5gate::getExtentArg(numeric(type, {1, 0, 1}).get());
+    const PaddedSizes extent = h5gate::getExtentArg(numeric(type, {1, 0, 1}).get());
     EXPECT_EQ(doubles(extent), (std::vector<double>{1, 0, 1}));
   }
   EXPECT_EQ(complaint([] { h5gate::getExtentArg(row({-1}).get()); }), "numericCastError");
@@ -368,7 +370,7 @@ TEST(ResultMakers, OfUnsignedSizesAreTheNearestDoubles) {
       {H5S_UNLIMITED, kTwo64},
   };
   for (const auto& [value, expected] : cases) {
-    const zbArray* array = h5gate::makeSizeResult(value);
+    const zbArray* array = h5gate::makeNumber(value);
     EXPECT_EQ(zbGetScalar(array), expected) << value;
     EXPECT_EQ(zbGetClass(array), zbClass::Double);
     EXPECT_EQ(zbGetNumberOfElements(array), 1U);

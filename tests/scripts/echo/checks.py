@@ -10,9 +10,23 @@ import numpy as np
 import pytest
 
 import zembra
-from zembra.h5 import address, call, complain, copy, describe, fail, fields, matrix, report
-from zembra.h5 import same, unset, warn
-from zembra.h5 import bytes as bytes_of
+
+# The functions of the echo, which the stubs do not know.
+from zembra.h5 import (  # type: ignore[attr-defined]
+    address,
+    bytes as bytes_of,
+    call,
+    complain,
+    copy,
+    describe,
+    fail,
+    fields,
+    matrix,
+    report,
+    same,
+    unset,
+    warn,
+)
 
 
 class Anything:
@@ -85,8 +99,11 @@ TO_HOST = [
         "struct 1-by-1 {x: double 4-by-3 rank 2, grid: int16 5-by-2-by-4-by-3 rank 4,"
         " name: char 4-by-4-by-3 rank 3}",
     ),
-    (np.zeros(3, POINT)[0], "struct 1-by-1 {x: double 1-by-1 rank 0, grid: int16 5-by-2 rank 2,"
-                            " name: char 1-by-0 rank 1}"),
+    (
+        np.zeros(3, POINT)[0],
+        "struct 1-by-1 {x: double 1-by-1 rank 0, grid: int16 5-by-2 rank 2,"
+        " name: char 1-by-0 rank 1}",
+    ),
     (np.float32(1), "single 1-by-1 rank 0"),
     (np.float64(1), "double 1-by-1"),
     (np.bool_(True), "logical 1-by-1 rank 0"),
@@ -157,11 +174,11 @@ def test_the_argument_is_named():
 
 
 def test_containers_that_contain_themselves():
-    endless = []
+    endless: list = []
     endless.append(endless)
     with pytest.raises(RecursionError):
         describe(endless)
-    looped = {}
+    looped: dict = {}
     looped["self"] = looped
     with pytest.raises(RecursionError):
         describe(looped)
@@ -220,11 +237,24 @@ def test_text_survives_as_bytes():
 
 @pytest.mark.parametrize(
     "array",
-    [np.arange(24, dtype=code).reshape(2, 3, 4) for code in
-     ("f8", "f4", "i1", "u1", "i2", "u2", "i4", "u4", "i8", "u8")]
-    + [np.array([True, False]), np.zeros(0), np.zeros((0, 3)), np.zeros((1, 5)), np.zeros((5, 1)),
-       np.arange(1e5), np.zeros((300, 300), "i4"), np.array(5, "i8"), np.array(2.5, "f4"),
-       np.array([b"ab", b"c"]), np.zeros((2, 3), "S300"), np.zeros((1,) * 20)],
+    [
+        np.arange(24, dtype=code).reshape(2, 3, 4)
+        for code in ("f8", "f4", "i1", "u1", "i2", "u2", "i4", "u4", "i8", "u8")
+    ]
+    + [
+        np.array([True, False]),
+        np.zeros(0),
+        np.zeros((0, 3)),
+        np.zeros((1, 5)),
+        np.zeros((5, 1)),
+        np.arange(1e5),
+        np.zeros((300, 300), "i4"),
+        np.array(5, "i8"),
+        np.array(2.5, "f4"),
+        np.array([b"ab", b"c"]),
+        np.zeros((2, 3), "S300"),
+        np.zeros((1,) * 20),
+    ],
     ids=lambda array: f"{array.dtype}{array.shape}",
 )
 def test_arrays_keep_class_shape_and_values(array):
@@ -388,7 +418,8 @@ def test_an_error_knows_what_the_callback_raised():
     assert error.parameters == ["Stop: enough"] and error.stack == []
     assert "Stop: enough" in str(error)
     assert type(error.__cause__) is Stop
-    assert error.__cause__.__traceback__.tb_frame.f_code is stop.__code__
+    traceback = error.__cause__.__traceback__
+    assert traceback is not None and traceback.tb_frame.f_code is stop.__code__
     with pytest.raises(zembra.Error) as raised:
         complain(lambda: (0, None))
     assert raised.value.__cause__ is None
@@ -401,6 +432,7 @@ def test_warnings_go_through_pythons():
     (warning,) = caught
     assert warning.category is zembra.GatewayWarning
     assert "Stop: enough" in str(warning.message)
+    assert isinstance(warning.message, zembra.GatewayWarning)
     assert warning.message.identifier == "Zembra:h5gate:H5Aiterator2_Callback_failure"
     assert type(warning.message.__cause__) is Stop
     assert warning.filename == __file__

@@ -1,0 +1,58 @@
+// From the doubles of scripts to C's integers: toward zero; NaN is out of every range.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "convert/failure.hpp"
+#include "hdf5/compat.hpp"
+
+namespace h5gate {
+
+/// Out of range raises `Message`.
+template <class Target, class Message>
+Target castOrRaise(double value) {
+  static_assert(std::is_unsigned_v<Target> || sizeof(Target) < sizeof(double),
+                "both bounds must be exact in doubles");
+  constexpr auto kLowest = static_cast<double>(std::numeric_limits<Target>::lowest());
+  const double kEnd = std::ldexp(1.0, std::numeric_limits<Target>::digits);
+  if (!(value > kLowest - 1 && value < kEnd)) raise<Message>();
+  return static_cast<Target>(value);
+}
+
+/// Out of range raises `numericCastError`.
+inline hsize_t castToSize(double value) {
+  return castOrRaise<hsize_t, msg::numericCastError>(value);
+}
+inline std::int32_t castToInt(double value) {
+  return castOrRaise<std::int32_t, msg::numericCastError>(value);
+}
+inline std::uint32_t castToUInt(double value) {
+  return castOrRaise<std::uint32_t, msg::numericCastError>(value);
+}
+
+/// Without complaint: out of range gives -2147483648.
+constexpr std::int32_t truncateToInt32(double value) {
+  constexpr double kEnd = 2147483648.0;
+  return value > -kEnd - 1 && value < kEnd ? static_cast<std::int32_t>(value)
+                                           : std::numeric_limits<std::int32_t>::min();
+}
+/// The same in 64 bits.
+constexpr std::int64_t truncateToInt64(double value) {
+  constexpr double kEnd = 9223372036854775808.0;
+  return value >= -kEnd && value < kEnd ? static_cast<std::int64_t>(value)
+                                        : std::numeric_limits<std::int64_t>::min();
+}
+
+/// Modulo 2^64, without complaint; NaN gives 0.
+inline std::uint64_t wrapToSize(double value) {
+  constexpr double kModulus = 18446744073709551616.0;
+  if (!std::isfinite(value)) return 0;
+  const double rest = std::fmod(std::trunc(value), kModulus);
+  // -1 cannot be brought up by adding 2^64 in doubles: the integers wrap instead.
+  return rest < 0 ? -static_cast<std::uint64_t>(-rest) : static_cast<std::uint64_t>(rest);
+}
+
+}  // namespace h5gate

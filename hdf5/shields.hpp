@@ -1,0 +1,28 @@
+// What HDF5 does not survive and does not look for itself: questions that are asked
+// before it is called, and what it is given instead.
+#pragma once
+
+#include <optional>
+
+#include "hdf5/handle.hpp"
+
+namespace hdf5 {
+
+/// Later releases look into an access list without asking whether it is a list: an
+/// identifier of anything else becomes one of nothing, which every release refuses.
+hid_t listOrNothing(hid_t id);
+
+/// Whether all that is selected, moved by the selection's offset, lies in the extent.
+bool selectionFits(hid_t space);
+
+/// Points of a memory space that has fewer dimensions than the file's, as the same
+/// points of the same memory in as many dimensions; an invalid space where nothing
+/// needs to be done, none where HDF5 fails. HDF5 adds the dimensions itself, but 1.10
+/// copies the coordinates beyond its own memory.
+std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace);
+
+/// Whether elements of the datatype lead to memory of their own (variable-length data,
+/// the references of later releases): a script's bytes must not stand for pointers.
+bool holdsPointers(hid_t type);
+
+}  // namespace hdf5

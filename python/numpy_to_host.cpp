@@ -1,0 +1,132 @@
+#include "python/numpy_to_host.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/numeric_class.hpp"
+#include "python/held_object.hpp"
+#include "python/recursion_guard.hpp"
+#include "python/unconvertible.hpp"
+#include "python/utf8.hpp"
+
+namespace zembra::python {
+namespace {
+
+using ToHost = Value (*)(PyObject*);
+
+/// The class whose elements are the array's as they stand; Unknown where there is none.
+zbClass classOf(const PyArray_Descr* type) {
+  const auto size = static_cast<std::size_t>(type->elsize);
+  switch (type->kind) {
+    case 'b': return zbClass::Logical;
+    case 'i': return Zembra::integerClass(size, true);
+    case 'u': return Zembra::integerClass(size, false);
+    case 'f':
+      if (size == sizeof(double)) return zbClass::Double;
+      return size == sizeof(float) ? zbClass::Single : zbClass::Unknown;
+    default: return zbClass::Unknown;
+  }
+}
+
+/// The array with its elements one after the other, slowest dimension first, as
+/// the machine has them: the array itself where it is so already.
+py::object inMemoryOrder(PyArrayObject* array, PyArray_Descr* type = nullptr) {
+  constexpr int kLayout = NPY_ARRAY_C_CONTIGUOUS | NPY_ARRAY_ALIGNED | NPY_ARRAY_NOTSWAPPED;
+  return steal(PyArray_CheckFromAny(reinterpret_cast<PyObject*>(array), type, 0, 0,
+                                    kLayout | NPY_ARRAY_FORCECAST, nullptr));
+}
+
+/// The host names the fastest-varying dimension first.
+Shape reversedShape(PyArrayObject* array) {
+  const npy_intp* dimensions = PyArray_DIMS(array);
+  Shape shape(dimensions, dimensions + PyArray_NDIM(array));
+  std::reverse(shape.begin(), shape.end());
+  return shape;
+}
+
+Value natural(Value value, int rank) {
+  value.get()->naturalRank = static_cast<std::int8_t>(rank);
+  return value;
+}
+
+Value onArray(zbClass type, py::object ordered, const Shape& shape, int rank) {
+  void* const data = PyArray_DATA(asArray(ordered));
+  return natural(makeOnBlock(type, shape, data, ownerOf(std::move(ordered))), rank);
+}
+
+Value fromNumbers(zbClass type, py::object ordered) {
+  PyArrayObject* const array = asArray(ordered);
+  const Shape shape = reversedShape(array);
+  return onArray(type, std::move(ordered), shape, PyArray_NDIM(array));
+}
+
+/// Elements of several bytes each, which become a dimension of their own.
+Value fromByteStrings(zbClass type, PyArrayObject* array) {
+  Shape shape = reversedShape(array);
+  shape.insert(shape.begin(), static_cast<std::size_t>(PyArray_ITEMSIZE(array)));
+  return onArray(type, inMemoryOrder(array), shape, PyArray_NDIM(array) + 1);
+}
+
+/// The gateway takes no complex numbers; the real part stands for the value.
+Value fromComplex(PyArrayObject* array, ToHost toHost) {
+  const py::object real = steal(PyObject_GetAttrString(reinterpret_cast<PyObject*>(array), "real"));
+  Value value = toHost(real.ptr());
+  Value marked =
+      makeOnBlock(value.get()->type, reversedShape(array), value.get()->data, value.get()->owner);
+  marked.get()->complex = true;
+  return natural(std::move(marked), PyArray_NDIM(array));
+}
+
+Value fromElements(PyArrayObject* array, ToHost toHost) {
+  const RecursionGuard guard;
+  const py::object flat = steal(PyArray_Ravel(array, NPY_CORDER));
+  const npy_intp count = PyArray_SIZE(asArray(flat));
+  std::vector<Value> values;
+  values.reserve(static_cast<std::size_t>(count));
+  for (npy_intp i = 0; i < count; ++i) {
+    const char* place = static_cast<const char*>(PyArray_GETPTR1(asArray(flat), i));
+    values.push_back(toHost(steal(PyArray_GETITEM(asArray(flat), place)).ptr()));
+  }
+  return natural(makeCell(reversedShape(array), std::move(values)), PyArray_NDIM(array));
+}
+
+Value fromRecords(PyArrayObject* array, ToHost toHost) {
+  const RecursionGuard guard;
+  std::vector<std::pair<std::string, Value>> fields;
+  for (const py::handle name : borrow(PyArray_DESCR(array)->names)) {
+    const py::object field =
+        steal(PyObject_GetItem(reinterpret_cast<PyObject*>(array), name.ptr()));
+    fields.emplace_back(utf8(borrow(name.ptr())).view(), toHost(field.ptr()));
+  }
+  return makeStruct(std::move(fields));
+}
+
+}  // namespace
+
+Value fromArray(PyArrayObject* array, ToHost toHost) {
+  PyArray_Descr* const type = PyArray_DESCR(array);
+  if (const zbClass plain = classOf(type); plain != zbClass::Unknown) {
+    return fromNumbers(plain, inMemoryOrder(array));
+  }
+  switch (type->type_num) {
+    case NPY_HALF:
+      return fromNumbers(zbClass::Single, inMemoryOrder(array, PyArray_DescrFromType(NPY_FLOAT)));
+    case NPY_CFLOAT:
+    case NPY_CDOUBLE: return fromComplex(array, toHost);
+    case NPY_STRING: return fromByteStrings(zbClass::Char, array);
+    case NPY_UNICODE:
+    case NPY_OBJECT: return fromElements(array, toHost);
+    case NPY_VOID:
+      return PyDataType_HASFIELDS(type) ? fromRecords(array, toHost)
+                                        : fromByteStrings(zbClass::UInt8, array);
+    default:
+      throw Unconvertible(PyExc_TypeError,
+                          "an array of " + std::string(py::str(reinterpret_cast<PyObject*>(type))) +
+                              " has no host form");
+  }
+}
+
+}  // namespace zembra::python

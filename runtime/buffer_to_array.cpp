@@ -1,0 +1,110 @@
+#include "runtime/buffer_to_array.hpp"
+
+#include <cstring>
+#include <limits>
+
+#include "host/library_error.hpp"
+#include "runtime/memory_block.hpp"
+
+namespace zembra {
+namespace {
+
+using Kind = DatatypePlan::Kind;
+using Source = Strided<const std::byte>;
+
+/// The extent of the base elements of arrays: each array's own dimensions vary fastest.
+Shape within(const Shape& dimensions, Shape extent) {
+  extent.insert(extent.begin(), dimensions.begin(), dimensions.end());
+  return extent;
+}
+
+/// The array, which from now on remembers the rank of the extent that it came from.
+Value withNaturalRank(Value array, const Shape& extent) {
+  constexpr auto kLimit = std::numeric_limits<decltype(zbArray::naturalRank)>::max();
+  if (extent.size() <= static_cast<std::size_t>(kLimit)) {
+    array.get()->naturalRank = static_cast<decltype(zbArray::naturalRank)>(extent.size());
+  }
+  return array;
+}
+
+std::size_t elementsOf(const Shape& extent) {
+  std::size_t count = 1;
+  for (const std::size_t dimension : extent) count = checkedProduct(count, dimension);
+  return count;
+}
+
+/// Elements packed in a block of `widest()` bytes each.
+Value adoptLeaf(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent) {
+  if (plan.needsConversion()) {
+    Zembra::checked(H5Tconvert(plan.bufferType.get(), plan.hostType, elementsOf(extent),
+                               block.get(), nullptr, H5P_DEFAULT));
+  }
+  if (plan.wide()) extent.insert(extent.begin(), plan.size);
+  void* data = block.get();
+  return withNaturalRank(makeOnBlock(plan.hostClass, extent, data, std::move(block)), extent);
+}
+
+Value gatherLeaf(const DatatypePlan& plan, const Source& from, Shape extent) {
+  if (!plan.needsConversion() && from.packed(plan.size)) {
+    if (plan.wide()) extent.insert(extent.begin(), plan.size);
+    return withNaturalRank(makeNumeric(plan.hostClass, extent, from.first()), extent);
+  }
+  std::shared_ptr<void> block = allocateBlock(checkedProduct(from.count(), plan.widest()));
+  pack(from, plan.size, static_cast<std::byte*>(block.get()));
+  return adoptLeaf(plan, std::move(block), std::move(extent));
+}
+
+/// A cell with one item for each element, made of the C value that lies there.
+template <class Element, class MakeItem>
+Value gatherCell(const Source& from, const Shape& extent, MakeItem makeItem) {
+  std::vector<Value> items;
+  items.reserve(from.count());
+  from.forEach([&](const std::byte* at) {
+    Element element{};
+    std::memcpy(&element, at, sizeof element);  // packed compounds do not align
+    items.push_back(makeItem(element));
+  });
+  return withNaturalRank(makeCell(extent, std::move(items)), extent);
+}
+
+Value gatherCompound(const DatatypePlan& plan, const Source& from, const Shape& extent) {
+  std::vector<std::pair<std::string, Value>> fields;
+  fields.reserve(plan.members.size());
+  for (const DatatypePlan::Member& member : plan.members) {
+    fields.emplace_back(member.name, gather(member.plan, from.at(member.offset), extent));
+  }
+  return makeStruct(std::move(fields));
+}
+
+}  // namespace
+
+Value gather(const DatatypePlan& plan, const Source& from, Shape extent) {
+  switch (plan.kind) {
+    case Kind::Compound: return gatherCompound(plan, from, extent);
+    case Kind::Array:
+      return gather(*plan.base, from.split(plan.repeat, plan.base->size),
+                    within(plan.dimensions, std::move(extent)));
+    case Kind::VariableText:
+      return gatherCell<const char*>(from, extent,
+                                     [](const char* text) { return makeText(text ? text : ""); });
+    case Kind::Sequence:
+      return gatherCell<hvl_t>(from, extent, [&](const hvl_t& items) {
+        const Source source(static_cast<const std::byte*>(items.p), items.len, plan.base->size);
+        return gather(*plan.base, source, {items.len});
+      });
+    default: return gatherLeaf(plan, from, std::move(extent));
+  }
+}
+
+bool canAdopt(const DatatypePlan& plan) {
+  return plan.kind == Kind::Array ? canAdopt(*plan.base) : plan.leaf();
+}
+
+Value adopt(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent) {
+  if (plan.kind == Kind::Array) {
+    return adopt(*plan.base, std::move(block), within(plan.dimensions, std::move(extent)));
+  }
+  return adoptLeaf(plan, std::move(block), std::move(extent));
+}
+
+}  // namespace zembra
