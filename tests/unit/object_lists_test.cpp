@@ -2,7 +2,13 @@
 // object the identifier names, so only lists may reach them.
 #include <gtest/gtest.h>
 
-#include "tests/unit/owned.hpp"
+#include <string>
+#include <vector>
+
+#include "tests/unit/defaults.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/spaces.hpp"
 
 namespace {
 
@@ -21,7 +27,7 @@ class ObjectLists : public testing::TestWithParam<ListArgument> {
 
 TEST_P(ObjectLists, OfAnythingElseAreRefusedByHdf5) {
   const Owned group = make("H5Gcreate", file_, "group", 0);
-  const Owned space = make("H5Screate", "H5S_SCALAR");
+  const Owned space = scalarSpace();
   const Owned dataset = make("H5Dcreate", file_, "data", "H5T_STD_I8LE", space, "H5P_DEFAULT");
   const Owned type = make("H5Tcopy", "H5T_STD_I8LE");
   const double listClass = callNumber("H5ZBget_constant_value", "H5P_LINK_ACCESS");
@@ -46,8 +52,6 @@ TEST_P(ObjectLists, OfAnythingElseAreRefusedByHdf5) {
     EXPECT_TRUE((*error)->libraryFailure) << error->what();
   }
 }
-
-constexpr const char* kDefault = "H5P_DEFAULT";
 
 INSTANTIATE_TEST_SUITE_P(
     EachFunction, ObjectLists,
