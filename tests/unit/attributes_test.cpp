@@ -12,7 +12,6 @@
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/spaces.hpp"
 #include "tests/unit/structures.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -47,7 +46,7 @@ class Attributes : public testing::Test {
   Owned root = make("H5Gopen", file, "/");  // attributes are counted on objects, not on files
 };
 
-// --- Making ----------------------------------------------------------------------
+// --- Making --------------------------------------------------------------------------
 
 TEST_F(Attributes, AreMadeByFiveInputsOrSix) {
   const Owned space = makeSpace({2, 3});
@@ -116,7 +115,7 @@ TEST_F(Attributes, AreClosedOnce) {
   }
 }
 
-// --- Opening ---------------------------------------------------------------------
+// --- Opening -------------------------------------------------------------------------
 
 TEST_F(Attributes, AreOpenedInEveryWay) {
   { const Owned a = create("a"), b = create("b"); }
@@ -157,7 +156,7 @@ TEST_F(Attributes, AreNumberedByDoublesWhereThePositionMayBeLarge) {
   expectLibraryError("H5Aopen_idx", file, 4294967295.0);
 }
 
-// --- Descriptions ----------------------------------------------------------------
+// --- Descriptions --------------------------------------------------------------------
 
 struct Described {
   const char* function;
@@ -219,7 +218,7 @@ TEST_F(Attributes, HaveEnumerationsInOrder) {
   expectRaises("constantNotFound", {std::string("int")}, "H5Acreate", file, "x", "int", true, true);
 }
 
-// --- Names -----------------------------------------------------------------------
+// --- Names ---------------------------------------------------------------------------
 
 TEST_F(Attributes, HaveNamesOfAnyLength) {
   for (const std::string& name :
@@ -229,7 +228,7 @@ TEST_F(Attributes, HaveNamesOfAnyLength) {
   }
 }
 
-// --- Information -----------------------------------------------------------------
+// --- Information ---------------------------------------------------------------------
 
 TEST_F(Attributes, HaveInformation) {
   const Owned attribute = createSimple("a", "H5T_STD_I32LE", {2, 3});
@@ -259,7 +258,7 @@ TEST_F(Attributes, HaveAnOrderWhereItIsTracked) {
   EXPECT_EQ(fieldNumber(info, "corder"), 1);
 }
 
-// --- Reading and writing ---------------------------------------------------------
+// --- Reading and writing -------------------------------------------------------------
 
 TEST_F(Attributes, KeepWhatIsWritten) {
   const Owned numbers = createSimple("numbers", "H5T_IEEE_F64BE", {2, 3});

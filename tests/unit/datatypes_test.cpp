@@ -15,7 +15,7 @@ namespace {
 
 using namespace h5test;
 
-// --- What every function takes first ---------------------------------------------
+// --- What every function takes first -------------------------------------------------
 
 /// Those whose first input may be named.
 const std::vector<FirstInput>& functionsOfNamedTypes() {
@@ -153,7 +153,7 @@ TEST(Datatypes, AreTakenAsObjectsToo) {
   EXPECT_EQ(callNumber("H5Tequal", copy, type), 1);
 }
 
-// --- General ---------------------------------------------------------------------
+// --- General -------------------------------------------------------------------------
 
 TEST(Datatypes, AreCopiedByNameAndByIdentifier) {
   const Owned named = make("H5Tcopy", "H5T_NATIVE_DOUBLE");
@@ -296,7 +296,7 @@ TEST(Datatypes, AreCommittedWithEachInputAsItIsDescribed) {
   EXPECT_EQ(callNumber("H5Tcommitted", type), 0);
 }
 
-// --- Sizes -----------------------------------------------------------------------
+// --- Sizes ---------------------------------------------------------------------------
 
 TEST(DatatypeSizes, AreBytesOrVariable) {
   const Owned type = make("H5Tcopy", "H5T_C_S1");

@@ -224,7 +224,7 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
   }
 }
 
-// --- Log driver -----------------------------------------------------------------------
+// --- Log driver ----------------------------------------------------------------------
 
 /// What one flag makes the log say, and no other flag does.
 struct LogFlag {
@@ -285,7 +285,7 @@ TEST(LogDriver, TakesFlagsTogether) {
   EXPECT_EQ(logOf(32768 + 65536 + 2147483648.0), "");
 }
 
-// --- Files that others made ----------------------------------------------------------------
+// --- Files that others made ----------------------------------------------------------
 
 class SharedFiles : public testing::Test {
  protected:

@@ -5,7 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/transfers.hpp"
 

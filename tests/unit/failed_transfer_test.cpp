@@ -32,6 +32,9 @@ class DiskFile {
   [[nodiscard]] const std::string& path() const { return path_; }
   void spoilData() const { damage(path_, content_, 500); }
   [[nodiscard]] Owned open() const { return openFile(path_); }
+  [[nodiscard]] Failure failureToOpen() const {
+    return failureOf("H5Fopen", {path_, "H5F_ACC_RDONLY", kDefault});
+  }
 
  private:
   std::string path_;
@@ -55,7 +58,7 @@ TEST(BrokenFile, OfAnyLengthIsALibraryError) {
   const std::string whole = readBytes(disk.path());
   for (std::size_t length = 0; length < whole.size(); length += 97) {
     writeBytes(disk.path(), whole.substr(0, length));
-    expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+    expectStack(disk.failureToOpen());
   }
   writeBytes(disk.path(), whole);
   EXPECT_EQ(numbersOf(readAll(make("H5Dopen", disk.open(), "data"))).size(), 1000U);
@@ -68,13 +71,13 @@ TEST(BrokenFile, ThatIsNoneOfHdf5sIsALibraryError) {
   for (const std::string& bytes :
        {std::string(5000, 'x'), whole, std::string("wind,speed\n1,2\n")}) {
     writeBytes(disk.path(), bytes);
-    expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+    expectStack(disk.failureToOpen());
   }
   std::filesystem::remove(disk.path());
-  expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+  expectStack(disk.failureToOpen());
 }
 
-TEST(BrokenFile, OpenForReadingTakesNoData) {
+TEST(FileOpenForReading, TakesNoDataAndLeavesTheStackThatSaysSo) {
   const DiskFile disk;
   const Owned file = disk.open();
   const Owned dataset = make("H5Dopen", file, "data");
@@ -96,14 +99,6 @@ TEST(FailedTransfer, LeavesHdf5sStackAndNoIdentifiers) {
                                         {dataset, kChosen, small, kAll, kDefault}};
   for (const Arguments& arguments : calls) expectStack(failureOf("H5Dread", arguments));
   EXPECT_EQ(openIdentifiers(), before);
-}
-
-TEST(FailedTransfer, LeavesTheStackOfAWriteToo) {
-  const DiskFile disk;
-  const Owned file = disk.open();
-  const Owned dataset = make("H5Dopen", file, "data");
-  expectStack(
-      failureOf("H5Dwrite", {dataset, kChosen, kAll, kAll, kDefault, row(Numbers(1000, 1))}));
 }
 
 TEST(FailedTransfer, IsAnErrorWhereMemoryCannotHoldTheData) {

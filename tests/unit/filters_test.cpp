@@ -19,7 +19,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Asking ---
+// --- Asking --------------------------------------------------------------------------
 
 const std::vector<std::pair<const char*, H5Z_filter_t>> kFilters = {
     {"H5Z_FILTER_ALL", 0},        {"H5Z_FILTER_DEFLATE", 1}, {"H5Z_FILTER_SHUFFLE", 2},
@@ -57,7 +57,7 @@ TEST(FilterFunctions, TakeTheSevenFiltersOfTheLibrary) {
   }
 }
 
-// --- At work ---
+// --- At work -------------------------------------------------------------------------
 
 constexpr std::size_t kCount = 4096;
 constexpr double kRawBytes = kCount * sizeof(double);
@@ -211,7 +211,7 @@ TEST(Filters, FillWhatWasNotWritten) {
   EXPECT_EQ(readDoubles(file, "values"), std::vector<double>({-999, -999, -999}));
 }
 
-// --- Damage ----------------------------------------------------------------------------------
+// --- Damage --------------------------------------------------------------------------
 
 /// Turns over a bit of the double that only the data hold.
 void damageDouble(const std::string& path, double value) {

@@ -16,7 +16,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 Input destinationInput() {
   Input input = identifierInput("H5G_SAME_LOC", "destination identifier");
@@ -77,7 +77,7 @@ TEST(Groups, LeaveFailuresToHdf5) {
   expectLibraryError("H5Gunlink", no, "g");
 }
 
-// --- Making, opening, linking ---------------------------------------------------------------
+// --- Making, opening, linking --------------------------------------------------------
 
 TEST(Groups, AreMadeInTwoWays) {
   const MemoryFile file;
@@ -130,7 +130,7 @@ TEST(Groups, AreLinkedAndMovedWithinALocation) {
                "H5L_TYPE_HARD", "H5G_SAME_LOC", "g");
 }
 
-// --- Texts --------------------------------------------------------------------------------------
+// --- Texts ---------------------------------------------------------------------------
 
 TEST(Groups, HaveComments) {
   const MemoryFile file;
@@ -178,7 +178,7 @@ TEST(Groups, NameTheirMembersOrSayNothing) {
   EXPECT_EQ(callNumber("H5Gget_objtype_by_idx", kNoIdentifier, 0), -1);
 }
 
-// --- Information records ---
+// --- Information records -------------------------------------------------------------
 
 TEST(Groups, TellTheirLinksAndTheirCreationOrder) {
   const MemoryFile file;
@@ -248,7 +248,7 @@ TEST(Groups, TellTheStatusOfObjects) {
   expectLibraryError("H5Gget_objinfo", file, "nothing", 1);
 }
 
-// --- Iteration ---
+// --- Iteration -----------------------------------------------------------------------
 
 TEST(Groups, CallAFunctionForEachMember) {
   const MemoryFile file;
@@ -337,7 +337,7 @@ TEST(Groups, MayBeAnsweredWithAnInput) {
   EXPECT_GT(callNumber("H5Giterate", file, "/", 0, identity), 0);
 }
 
-// --- Many members ---
+// --- Many members --------------------------------------------------------------------
 
 /// A file on disk with 20,000 groups in it.
 class ManyMembers : public testing::Test {

@@ -16,7 +16,7 @@ using namespace h5test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// --- Compounds ----------------------------------------------------------------------------
+// --- Compounds -----------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, CompoundsAreStructuresOfColumns) {
   const Owned type = compoundOf({{"id", H5T_STD_I16BE}, {"speed", H5T_IEEE_F64LE}});
@@ -132,7 +132,7 @@ TEST_F(Hdf5DatasetTest, CompoundsThatDoNotFitAreRefused) {
   refusal("unknownMember", unknown);
 }
 
-// --- Arrays -----------------------------------------------------------------------------
+// --- Arrays --------------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, ArraysPutTheirDimensionsFirst) {
   const Owned type = arrayOf(H5T_STD_I32LE, {2, 3});

@@ -25,7 +25,7 @@ using zembra::CallScope;
 using zembra::HostError;
 namespace msg = Zembra::fmtio::h5gate;
 
-// --- Causes ---
+// --- Causes --------------------------------------------------------------------------
 
 /// The cause of the error that the action raises.
 std::string causeOfError(const std::function<void()>& action) {
@@ -84,7 +84,7 @@ TEST(Causes, OfNestedCallsChain) {
   }
 }
 
-// --- Errors ---
+// --- Errors --------------------------------------------------------------------------
 
 TEST(Errors, CarryKeyParametersAndText) {
   try {
@@ -127,7 +127,7 @@ TEST(Errors, OfTheLibrarySayWhenThereIsNoRecord) {
   }
 }
 
-// --- Warnings ---
+// --- Warnings ------------------------------------------------------------------------
 
 /// Hands the host's warnings to a test, and the host back to itself.
 class HostWarnings : public testing::Test {

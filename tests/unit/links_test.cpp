@@ -21,7 +21,7 @@ double exists(const Argument& location, const char* name) {
   return callNumber("H5Lexists", location, name, kDefault);
 }
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 /// A location for which one text stands.
 Input sameLocationInput(const std::string& description) {
@@ -104,7 +104,7 @@ TEST(Links, LeaveFailuresToHdf5) {
   expectLibraryError("H5Lcreate_soft", "t", "H5L_SAME_LOC", "b", kDefault, kDefault);
 }
 
-// --- Making links -----------------------------------------------------------------------------
+// --- Making links --------------------------------------------------------------------
 
 TEST(Links, AreMadeCopiedMovedAndDeleted) {
   const MemoryFile file;
@@ -127,7 +127,7 @@ TEST(Links, AreMadeCopiedMovedAndDeleted) {
   EXPECT_EQ(exists(file, "soft"), 0);
 }
 
-// --- What a link is ---
+// --- What a link is ------------------------------------------------------------------
 
 TEST(Links, HaveAnAddressOrAValue) {
   const MemoryFile file;
@@ -233,7 +233,7 @@ TEST(Links, OfSomebodysOwnClassHaveNoText) {
   EXPECT_EQ(callText("H5Lget_val", file, "own", kDefault), "");
 }
 
-// --- Iterating and visiting ---
+// --- Iterating and visiting ----------------------------------------------------------
 
 class LinkWalk : public testing::TestWithParam<Walk> {
  protected:

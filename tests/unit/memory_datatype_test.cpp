@@ -8,14 +8,16 @@
 #include <vector>
 
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/memory_file.hpp"
 #include "tests/unit/open_identifiers.hpp"
+#include "tests/unit/spaces.hpp"
 
 namespace {
 
 using namespace h5test;
 
-// --- Datatypes ---
+// --- Datatypes -----------------------------------------------------------------------
 
 /// One of each class that data can have.
 std::vector<std::pair<H5T_class_t, Owned>> oneOfEachClass() {
@@ -48,7 +50,7 @@ const char* expectedName(H5T_class_t fileClass) {
   }
 }
 
-// --- Asking for the check ------------------------------------------------------------------
+// --- Asking for the check ------------------------------------------------------------
 
 /// Datasets and attributes of file datatypes; every check is made through both, in
 /// both directions.
@@ -110,7 +112,7 @@ class MemoryDatatype : public testing::Test {
   int count_ = 0;
 };
 
-// --- Classes ---------------------------------------------------------------------------------
+// --- Classes -------------------------------------------------------------------------
 
 TEST_F(MemoryDatatype, HasTheFilesClass) {
   const auto types = oneOfEachClass();
@@ -161,7 +163,7 @@ TEST_F(MemoryDatatype, MayHaveAnyNumberForANumber) {
   }
 }
 
-// --- Each class's own rules --------------------------------------------------------------------
+// --- Each class's own rules ----------------------------------------------------------
 
 TEST_F(MemoryDatatype, OfTextIsFixedOrVariableAsTheFile) {
   expectAccepted(fixedText(4), fixedText(9));
@@ -246,7 +248,7 @@ TEST_F(MemoryDatatype, OfCompoundsHasSomeMember) {
                 Owned(H5Tcreate(H5T_COMPOUND, 4)));
 }
 
-// --- Where the check does not apply ---
+// --- Where the check does not apply --------------------------------------------------
 
 TEST_F(MemoryDatatype, IsForDatasetsAndAttributesOnly) {
   const Owned type = copyOf(H5T_NATIVE_INT);
@@ -264,7 +266,7 @@ TEST_F(MemoryDatatype, IsForDatasetsAndAttributesOnly) {
   }
 }
 
-// --- The datatype that the host chooses ----------------------------------------------------------
+// --- The datatype that the host chooses ----------------------------------------------
 
 TEST(ChosenDatatype, IsAskedForByOneIdentifier) {
   expectComplaints("H5ZBget_mem_datatype", {identifierInput(0, "location id")});

@@ -11,7 +11,6 @@
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/transfers.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -34,7 +33,7 @@ void selectCorners(const Owned& space) {
        empty());
 }
 
-// --- Inputs ---
+// --- Inputs --------------------------------------------------------------------------
 
 Input datasetInput() { return identifierInput(kNoIdentifier, "dataset identifier"); }
 Input memoryTypeInput() {
@@ -104,7 +103,7 @@ TEST_F(Transfer, TakesIdentifiersAsObjects) {
   EXPECT_EQ(numbersOf(data), kContent);
 }
 
-// --- Memory datatypes ------------------------------------------------------------------------
+// --- Memory datatypes ----------------------------------------------------------------
 
 TEST_F(Transfer, ReadsInTheDatatypeThatSuitsTheFile) {
   const Value data = readAll(dataset);
@@ -171,7 +170,7 @@ TEST_F(Transfer, RefusesArraysThatDoNotFit) {
   EXPECT_EQ(numbersOf(readAll(dataset)), kContent);
 }
 
-// --- Spaces ------------------------------------------------------------------------------------
+// --- Spaces --------------------------------------------------------------------------
 
 TEST_F(Transfer, ReadsTheFileSelectionInItsPlaceByDefault) {
   selectCorners(space);
@@ -288,7 +287,7 @@ TEST_F(Transfer, WithANullMemorySpaceWritesNothing) {
   EXPECT_EQ(numbersOf(readAll(dataset)), kContent);
 }
 
-// --- Transfer lists --------------------------------------------------------------------------
+// --- Transfer lists ------------------------------------------------------------------
 
 void* allocateOnRequest(size_t size, void* count) {
   ++*static_cast<int*>(count);
