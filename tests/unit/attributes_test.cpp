@@ -9,6 +9,7 @@
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/error_stack.hpp"
 #include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/spaces.hpp"
 #include "tests/unit/structures.hpp"
@@ -77,7 +78,7 @@ TEST_F(Attributes, NeverReadASixthInput) {
 
 TEST_F(Attributes, TakeTheCreationListInBothPlaces) {
   const Owned space = scalarSpace();
-  const Owned creation(H5Pcreate(H5P_ATTRIBUTE_CREATE));
+  const Owned creation = makeList("H5P_ATTRIBUTE_CREATE");
   H5Pset_char_encoding(creation.get(), H5T_CSET_UTF8);
   const Owned five = make("H5Acreate", file, "five", "H5T_STD_U8LE", space, creation);
   const Owned six = make("H5Acreate", file, "six", "H5T_STD_U8LE", space, creation, 0);
@@ -243,7 +244,7 @@ TEST_F(Attributes, HaveInformation) {
 }
 
 TEST_F(Attributes, HaveAnOrderWhereItIsTracked) {
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_attr_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
   const Owned group = make("H5Gcreate", file, "tracked", kDefault, list, kDefault);
   const Owned space = scalarSpace();

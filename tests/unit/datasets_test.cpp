@@ -123,9 +123,9 @@ TEST(Datasets, AreMadeInTheShortFormWithACreationList) {
 
 TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
   const MemoryFile file;
-  const Owned links(H5Pcreate(H5P_LINK_CREATE));
+  const Owned links = makeList("H5P_LINK_CREATE");
   H5Pset_create_intermediate_group(links.get(), 1);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   const Owned dataset = make("H5Dcreate", file, "a/b/d", "H5T_NATIVE_INT", makeSpace({4, 6}), links,
                              chunked({2, 3}), access);
@@ -139,7 +139,7 @@ TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
 TEST(Datasets, AreOpenedInBothForms) {
   const MemoryFile file;
   makeGrowing(file);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   std::size_t slots = 0;
   {

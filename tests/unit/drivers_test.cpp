@@ -72,7 +72,7 @@ class Drivers : public testing::TestWithParam<Driver> {
  protected:
   /// Writes a file and reads it again, each with a list of its own.
   static void expectKept(const std::string& path) {
-    const std::vector<double> values = ramp(1500);
+    const Numbers values = ramp(1500);
     {
       const Owned list = makeList(kAccess);
       GetParam().choose(list);

@@ -88,7 +88,7 @@ TEST(EmptyTransfer, WritesNothingIntoNothing) {
 TEST(NullTransfer, WritesEmptyArraysOfAnyClassQuietly) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", nullSpace());
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const Value& nothing : {empty(), numeric(zbClass::Int8, {}), text(""), cell({})}) {
     for (const Argument& memoryType :
          {Argument(kChosen), Argument("H5T_NATIVE_DOUBLE"), Argument(type)}) {
@@ -100,7 +100,7 @@ TEST(NullTransfer, WritesEmptyArraysOfAnyClassQuietly) {
 TEST(NullTransfer, RaisesForAnythingElse) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", nullSpace());
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const Argument& memoryType :
        {Argument(kChosen), Argument("H5T_NATIVE_DOUBLE"), Argument(type)}) {
     expectRaises("nullDatasetDataspace", {}, "H5Dwrite", dataset, memoryType, kAll, kAll, kDefault,

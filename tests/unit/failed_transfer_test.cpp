@@ -110,7 +110,7 @@ TEST(FailedTransfer, IsAnErrorWhereMemoryCannotHoldTheData) {
                               row({4294967296, 262144, 1})}) {
     const Owned space = make("H5Screate_simple", 3, extent, empty());
     const Owned dataset =
-        make("H5Dcreate", file, std::to_string(++count), "H5T_NATIVE_DOUBLE", space, list);
+        makeDataset(file, std::to_string(++count), "H5T_NATIVE_DOUBLE", space, list);
     for (const char* type : {kChosen, "H5T_NATIVE_DOUBLE"}) {
       expectHostError("H5Dread", dataset, type, kAll, kAll, kDefault);
       EXPECT_TRUE(failureOf("H5Dwrite", {dataset, type, kAll, kAll, kDefault, 1}));
@@ -122,7 +122,7 @@ TEST(FailedTransfer, OfSomeElementsOfAnImmenseDatasetIsNone) {
   const MemoryFile file;
   const Owned list = chunked({1, 1});
   const Owned space = makeSpace({4294967296, 1073741824});
-  const Owned dataset = make("H5Dcreate", file, "data", "H5T_NATIVE_INT", space, list);
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", space, list);
   call("H5Sselect_elements", space, "H5S_SELECT_SET", row({4294967295, 1073741823, 5, 5}));
   const Owned memory = makeSpace({2});
   writeTo(dataset, memory, space, row({3, 4}));

@@ -289,8 +289,8 @@ TEST(FileQueries, GiveWhatTheCacheMeasures) {
   int entries = 0;
   ASSERT_GE(H5Fget_mdc_size(id, &most, &least, &current, &entries), 0);
   EXPECT_EQ(callNumbers("H5Fget_mdc_size", file),
-            (std::vector<double>{static_cast<double>(most), static_cast<double>(least),
-                                 static_cast<double>(current), static_cast<double>(entries)}));
+            (Numbers{static_cast<double>(most), static_cast<double>(least),
+                     static_cast<double>(current), static_cast<double>(entries)}));
   EXPECT_EQ(call("H5Fget_mdc_size", file).size(), 4U);
   EXPECT_GT(entries, 0);
   ASSERT_GE(H5Fget_mdc_hit_rate(id, &rate), 0);
@@ -327,7 +327,7 @@ class OpenObjects : public testing::Test {
 
   void SetUp() override { call("H5Tcommit", file, "t", type); }
 
-  static std::vector<double> sorted(std::vector<double> ids) {
+  static Numbers sorted(Numbers ids) {
     std::sort(ids.begin(), ids.end());
     return ids;
   }

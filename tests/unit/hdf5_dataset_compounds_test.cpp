@@ -85,7 +85,7 @@ TEST_F(Hdf5DatasetTest, CompoundsWithinArraysWithinCompoundsAreOneColumnEach) {
 
   std::vector<std::int16_t> x(2 * 3 * 2 * 2);
   std::iota(x.begin(), x.end(), std::int16_t{0});
-  std::vector<double> y(x.begin(), x.end());
+  Numbers y(x.begin(), x.end());
   const Value data = structure(
       {{"tracks", structure({{"id", numbers<std::uint8_t>({2, 2}, {1, 2, 3, 4})},
                              {"path", structure({{"x", numbers<std::int16_t>({3, 2, 2, 2}, x)},

@@ -101,7 +101,7 @@ TEST(Errors, CarryKeyParametersAndText) {
 }
 
 TEST(Errors, OfTheLibraryCarryItsRecords) {
-  const auto error = failureOf("H5Fopen", {temporaryPath("absent.h5"), 0, "H5P_DEFAULT"});
+  const auto error = failureOf("H5Fopen", {temporaryPath("absent.h5"), 0, kDefault});
   ASSERT_TRUE(error);
   EXPECT_TRUE((*error)->libraryFailure);
   ASSERT_GE((*error)->stack.size(), 2U);

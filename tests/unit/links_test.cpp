@@ -8,6 +8,7 @@
 
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/structures.hpp"
@@ -156,9 +157,9 @@ TEST(Links, HaveAnAddressOrAValue) {
 
 TEST(Links, KnowTheirPlaceWhereItIsTracked) {
   const MemoryFile file;
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_link_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
-  const Owned utf8(H5Pcreate(H5P_LINK_CREATE));
+  const Owned utf8 = makeList("H5P_LINK_CREATE");
   H5Pset_char_encoding(utf8.get(), H5T_CSET_UTF8);
   const Owned group = make("H5Gcreate", file, "ordered", kDefault, list, kDefault);
   for (const char* name : {"z", "y", "x"}) {

@@ -10,8 +10,8 @@
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/open_identifiers.hpp"
-#include "tests/unit/spaces.hpp"
 
 namespace {
 
@@ -283,7 +283,7 @@ TEST(ChosenDatatype, IsOfDatasetsAndAttributes) {
                      {"H5T_STD_U64LE", H5T_NATIVE_ULLONG},
                      {"H5T_STD_REF_OBJ", H5T_STD_REF_OBJ}};
   for (const auto& [type, chosen] : cases) {
-    const Owned dataset = make("H5Dcreate", file, type, type, space, kDefault);
+    const Owned dataset = makeDataset(file, type, type, space);
     const Owned attribute = make("H5Acreate", file, type, type, space, kDefault);
     for (const Owned* location : {&dataset, &attribute}) {
       const Owned memoryType = make("H5ZBget_mem_datatype", *location);
@@ -294,7 +294,7 @@ TEST(ChosenDatatype, IsOfDatasetsAndAttributes) {
 
 TEST(ChosenDatatype, IsANewOneThatTheScriptCloses) {
   const MemoryFile file;
-  const Owned dataset = make("H5Dcreate", file, "d", "H5T_STD_I16BE", makeSpace({2}), kDefault);
+  const Owned dataset = makeDataset(file, "d", "H5T_STD_I16BE", makeSpace({2}));
   const std::size_t before = openIdentifiers();
   const double first = callNumber("H5ZBget_mem_datatype", dataset);
   const double second = callNumber("H5ZBget_mem_datatype", identifier(dataset.id()));
@@ -309,8 +309,7 @@ TEST(ChosenDatatype, PassesTheCheck) {
   const MemoryFile file;
   int count = 0;
   for (const auto& [typeClass, type] : oneOfEachClass()) {
-    const Owned dataset =
-        make("H5Dcreate", file, std::to_string(++count), type, makeSpace({0}), kDefault);
+    const Owned dataset = makeDataset(file, std::to_string(++count), type, makeSpace({0}));
     const Owned memoryType = make("H5ZBget_mem_datatype", dataset);
     EXPECT_EQ(call("H5Dread", dataset, memoryType, kAll, kAll, kDefault).size(), 1U) << typeClass;
   }
@@ -335,8 +334,7 @@ TEST(ChosenDatatype, IsOfNothingElse) {
 
 TEST(ChosenDatatype, IsNoneForTimes) {
   const MemoryFile file;
-  const Owned dataset =
-      make("H5Dcreate", file, "d", copyOf(H5T_UNIX_D32LE), makeSpace({2}), kDefault);
+  const Owned dataset = makeDataset(file, "d", copyOf(H5T_UNIX_D32LE), makeSpace({2}));
   const auto error = failureOf("H5ZBget_mem_datatype", {dataset});
   if (error) {
     EXPECT_EQ((*error)->identifier, "Zembra:host:unsupportedDatatype");

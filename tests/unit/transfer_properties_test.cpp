@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/limits.hpp"
@@ -102,7 +101,7 @@ TEST(TransferProperties, GiveTheMarkersOfTheChunkCacheAsTheyAre) {
   double weight = 0;
   H5Pget_chunk_cache(list.get(), &slots, &bytes, &weight);
   EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list),
-            std::vector<double>({static_cast<double>(slots), static_cast<double>(bytes), weight}));
+            Numbers({static_cast<double>(slots), static_cast<double>(bytes), weight}));
   call("H5Pset_chunk_cache", list, 521, kBelowTwo64, 0);
   EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list)[1], kBelowTwo64);
   expectRaises("scalarValueInputOutOfRange", {}, "H5Pset_chunk_cache", list, 521, kTwo64, 0);

@@ -113,7 +113,7 @@ TEST_F(Transfer, ReadsInTheDatatypeThatSuitsTheFile) {
 }
 
 TEST_F(Transfer, ReadsInTheDatatypeThatIsNamedOrGiven) {
-  const Owned given(H5Tcopy(H5T_NATIVE_SHORT));
+  const Owned given = copyOf(H5T_NATIVE_SHORT);
   for (const auto& [type, expected] : {std::pair(Argument("H5T_NATIVE_INT"), zbClass::Int32),
                                        {Argument("H5T_NATIVE_FLOAT"), zbClass::Single},
                                        {Argument(given), zbClass::Int16},
@@ -126,7 +126,7 @@ TEST_F(Transfer, ReadsInTheDatatypeThatIsNamedOrGiven) {
 
 TEST_F(Transfer, WritesTheArrayAsItIs) {
   const Owned integers = makeDataset(file, "integers", "H5T_STD_I16BE", makeSpace({3}));
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const zbClass classOfData :
        {zbClass::Double, zbClass::Single, zbClass::Int8, zbClass::UInt64}) {
     const Value data = numeric(classOfData, {1, 2, static_cast<double>(classOfData)});
