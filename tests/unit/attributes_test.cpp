@@ -9,10 +9,10 @@
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/error_stack.hpp"
 #include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/spaces.hpp"
 #include "tests/unit/structures.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -47,7 +47,7 @@ class Attributes : public testing::Test {
   Owned root = make("H5Gopen", file, "/");  // attributes are counted on objects, not on files
 };
 
-// --- Making ----------------------------------------------------------------------
+// --- Making --------------------------------------------------------------------------
 
 TEST_F(Attributes, AreMadeByFiveInputsOrSix) {
   const Owned space = makeSpace({2, 3});
@@ -78,7 +78,7 @@ TEST_F(Attributes, NeverReadASixthInput) {
 
 TEST_F(Attributes, TakeTheCreationListInBothPlaces) {
   const Owned space = scalarSpace();
-  const Owned creation(H5Pcreate(H5P_ATTRIBUTE_CREATE));
+  const Owned creation = makeList("H5P_ATTRIBUTE_CREATE");
   H5Pset_char_encoding(creation.get(), H5T_CSET_UTF8);
   const Owned five = make("H5Acreate", file, "five", "H5T_STD_U8LE", space, creation);
   const Owned six = make("H5Acreate", file, "six", "H5T_STD_U8LE", space, creation, 0);
@@ -116,7 +116,7 @@ TEST_F(Attributes, AreClosedOnce) {
   }
 }
 
-// --- Opening ---------------------------------------------------------------------
+// --- Opening -------------------------------------------------------------------------
 
 TEST_F(Attributes, AreOpenedInEveryWay) {
   { const Owned a = create("a"), b = create("b"); }
@@ -157,7 +157,7 @@ TEST_F(Attributes, AreNumberedByDoublesWhereThePositionMayBeLarge) {
   expectLibraryError("H5Aopen_idx", file, 4294967295.0);
 }
 
-// --- Descriptions ----------------------------------------------------------------
+// --- Descriptions --------------------------------------------------------------------
 
 struct Described {
   const char* function;
@@ -219,7 +219,7 @@ TEST_F(Attributes, HaveEnumerationsInOrder) {
   expectRaises("constantNotFound", {std::string("int")}, "H5Acreate", file, "x", "int", true, true);
 }
 
-// --- Names -----------------------------------------------------------------------
+// --- Names ---------------------------------------------------------------------------
 
 TEST_F(Attributes, HaveNamesOfAnyLength) {
   for (const std::string& name :
@@ -229,7 +229,7 @@ TEST_F(Attributes, HaveNamesOfAnyLength) {
   }
 }
 
-// --- Information -----------------------------------------------------------------
+// --- Information ---------------------------------------------------------------------
 
 TEST_F(Attributes, HaveInformation) {
   const Owned attribute = createSimple("a", "H5T_STD_I32LE", {2, 3});
@@ -244,7 +244,7 @@ TEST_F(Attributes, HaveInformation) {
 }
 
 TEST_F(Attributes, HaveAnOrderWhereItIsTracked) {
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_attr_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
   const Owned group = make("H5Gcreate", file, "tracked", kDefault, list, kDefault);
   const Owned space = scalarSpace();
@@ -259,7 +259,7 @@ TEST_F(Attributes, HaveAnOrderWhereItIsTracked) {
   EXPECT_EQ(fieldNumber(info, "corder"), 1);
 }
 
-// --- Reading and writing ---------------------------------------------------------
+// --- Reading and writing -------------------------------------------------------------
 
 TEST_F(Attributes, KeepWhatIsWritten) {
   const Owned numbers = createSimple("numbers", "H5T_IEEE_F64BE", {2, 3});

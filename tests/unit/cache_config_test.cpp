@@ -128,7 +128,7 @@ std::string complaintOf(const Value& structure) {
   return complaint([&] { recordOf(structure); });
 }
 
-// --- Record to structure ----------------------------------------------------------------------
+// --- Record to structure -------------------------------------------------------------
 
 TEST(CacheConfigStructure, HasThirtyFieldsInOrder) {
   const Value structure = structureOf(sample());
@@ -201,7 +201,7 @@ TEST(CacheConfigStructure, HoldsANameWithoutItsEndAsFarAsThereIsOne) {
   EXPECT_EQ(textOf(field(structureOf(config), "trace_file_name")), "");
 }
 
-// --- Structure to record ----------------------------------------------------------------------
+// --- Structure to record -------------------------------------------------------------
 
 TEST(CacheConfigRecord, IsTheOneThatTheStructureWasMadeOf) {
   const H5AC_cache_config_t before = sample();
@@ -333,7 +333,7 @@ TEST(CacheConfigRecord, ReadsTheMaximumIncrementLate) {
   EXPECT_EQ(complaintOf(changed({{"max_increment", bad}, {"incr_mode", bad}})), "numericCastError");
 }
 
-// --- Through files and lists --------------------------------------------------------------------
+// --- Through files and lists ---------------------------------------------------------
 
 TEST(CacheConfig, OfAFileComesAndGoes) {
   const MemoryFile file;

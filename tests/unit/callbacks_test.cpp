@@ -27,7 +27,7 @@ void failInHdf5(const Owned& file) {
 /// What a function that calls host functions is called with.
 struct Given {
   const ThreeOfEach& there;
-  Value f;
+  Value function;
   Value data;
 };
 
@@ -46,55 +46,59 @@ struct Iteration {
 const Iteration kIterations[] = {
     {"H5Aiterate", "H5Aiterate_short",
      [](const Given& on) {
-       return Arguments{on.there.group, 0, on.f};
+       return Arguments{on.there.group, 0, on.function};
      },
      false, "attributeIteratorCallback", nullptr},
     {"H5Aiterate", "H5Aiterate_long",
-     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.f, on.data}; }, true,
+     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.function, on.data}; }, true,
      nullptr, nullptr},
     {"H5Giterate", "H5Giterate",
      [](const Given& on) {
-       return Arguments{on.there.file, "g", 0, on.f};
+       return Arguments{on.there.file, "g", 0, on.function};
      },
      false, "H5GiteratorCallbackFailure", ""},
     {"H5Literate", "H5Literate",
-     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.f, on.data}; }, true,
+     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.function, on.data}; }, true,
      "linkIterationFailure", "linkIterationFailure", ""},
     {"H5Literate_by_name", "H5Literate_by_name",
      [](const Given& on) {
-       return Arguments{on.there.file, "g", 0, 0, 0, on.f, on.data, kDefault};
+       return Arguments{on.there.file, "g", 0, 0, 0, on.function, on.data, kDefault};
      },
      true, "linkIterationByNameFailure", "linkIterationByNameFailure"},
     {"H5Lvisit", "H5Lvisit",
      [](const Given& on) {
-       return Arguments{on.there.group, 0, 0, on.f, on.data};
+       return Arguments{on.there.group, 0, 0, on.function, on.data};
      },
      true, "linkVisitFailure", "linkVisitFailure"},
     {"H5Lvisit_by_name", "H5Lvisit_by_name",
-     [](const Given& on) { return Arguments{on.there.file, "g", 0, 0, on.f, on.data, kDefault}; },
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, 0, on.function, on.data, kDefault};
+     },
      true, "linkVisitationByNameFailure", "linkVisitationByNameFailure"},
     {"H5Ovisit", "H5Ovisit",
      [](const Given& on) {
-       return Arguments{on.there.group, 0, 0, on.f, on.data};
+       return Arguments{on.there.group, 0, 0, on.function, on.data};
      },
      true, "visitFailure", "visitFailure"},
     {"H5Ovisit_by_name", "H5Ovisit_by_name",
-     [](const Given& on) { return Arguments{on.there.file, "g", 0, 0, on.f, on.data, kDefault}; },
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, 0, on.function, on.data, kDefault};
+     },
      true, "visitByNameFailure", "visitByNameFailure"},
     {"H5Ewalk", "H5Ewalk",
      [](const Given& on) {
        failInHdf5(on.there.file);
-       return Arguments{0, on.f};
+       return Arguments{0, on.function};
      },
      false, "H5Ewalk1_Callback", "erorStackCallbackFunctionFailed"},
     {"H5Piterate", "H5Piterate",
      [](const Given& on) {
-       return Arguments{on.there.list, 0, on.f};
+       return Arguments{on.there.list, 0, on.function};
      },
      false, "propertyListIteratorCallback", nullptr},
     {"H5DSiterate_scales", "H5DSiterate_scales",
      [](const Given& on) {
-       return Arguments{on.there.dataset, 0, 0, on.f, on.data};
+       return Arguments{on.there.dataset, 0, 0, on.function, on.data};
      },
      true, "iterateScalesFailure", "iterateScalesFailure"},
 };
@@ -353,7 +357,7 @@ TEST_P(Called, PassesOnWhatFailsInside) {
   }
 }
 
-// --- Plain and trapped -----------------------------------------------------------
+// --- Plain and trapped ---------------------------------------------------------------
 
 class Callbacks : public testing::Test {
  protected:

@@ -6,7 +6,6 @@
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -21,7 +20,7 @@ Owned compound() {
   return type;
 }
 
-// --- Arrays ----------------------------------------------------------------------
+// --- Arrays --------------------------------------------------------------------------
 
 TEST(ArrayDatatypes, KeepTheOrderOfTheirExtents) {
   const Owned types[] = {make("H5Tarray_create", "H5T_NATIVE_INT", row({2, 3})),
@@ -81,7 +80,7 @@ TEST(ArrayDatatypes, TellLargeExtentsExactly) {
   EXPECT_EQ(numbersOf(result("H5Tget_array_dims", type)), (Numbers{4294967296.0}));
 }
 
-// --- Sequences -------------------------------------------------------------------
+// --- Sequences -----------------------------------------------------------------------
 
 TEST(Sequences, AreOfNumbersAndStrings) {
   for (const char* base : {"H5T_NATIVE_INT", "H5T_IEEE_F32BE", "H5T_C_S1"}) {
@@ -112,7 +111,7 @@ TEST(Sequences, AreOfNothingElse) {
   }
 }
 
-// --- Compounds -------------------------------------------------------------------
+// --- Compounds -----------------------------------------------------------------------
 
 TEST(Compounds, HaveMembers) {
   const Owned type = compound();
@@ -175,7 +174,7 @@ TEST(Compounds, HaveMembersNamedInUtf8) {
   EXPECT_EQ(callText("H5Tget_member_name", type, 0), "größe");
 }
 
-// --- Opaque data -----------------------------------------------------------------
+// --- Opaque data ---------------------------------------------------------------------
 
 TEST(OpaqueDatatypes, HaveTags) {
   const Owned type = make("H5Tcreate", "H5T_OPAQUE", 4);

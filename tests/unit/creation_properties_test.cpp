@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/datatypes.hpp"
 #include "tests/unit/limits.hpp"
 #include "tests/unit/round_trips.hpp"
 
@@ -150,7 +150,7 @@ TEST(CreationProperties, RefuseWhatHdf5Refuses) {
   expectLibraryError("H5Pset_layout", group, "H5D_COMPACT");
 }
 
-// --- Chunks ------------------------------------------------------------------------
+// --- Chunks --------------------------------------------------------------------------
 
 TEST(Chunks, KeepTheOrderOfTheirDimensions) {
   const Owned list = makeList(kDataset);
@@ -307,7 +307,7 @@ TEST(FilterPipeline, KnowsWhatIsNotAvailable) {
   EXPECT_EQ(numbersOf(results[2]), Numbers({1}));
 }
 
-// --- Fill values -------------------------------------------------------------------------
+// --- Fill values ---------------------------------------------------------------------
 
 /// A value of a memory datatype, and others that only look like one.
 void expectFillValue(const Argument& type, const Value& value, const std::vector<Value>& wrong) {
@@ -451,7 +451,7 @@ TEST(FillValues, AreConverted) {
   EXPECT_EQ(numberOf(value), -9);
 }
 
-// --- External files --------------------------------------------------------------------
+// --- External files ------------------------------------------------------------------
 
 TEST(ExternalFiles, AreListed) {
   const Owned list = makeList(kDataset);

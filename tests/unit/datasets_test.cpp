@@ -13,7 +13,6 @@
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -29,7 +28,7 @@ Numbers extentOf(const Owned& dataset) {
   return numbersOf(call("H5Sget_simple_extent_dims", make("H5Dget_space", dataset))[1]);
 }
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 Input id(const char* description) { return identifierInput(kNoIdentifier, description); }
 
@@ -97,7 +96,7 @@ TEST(Datasets, ThatHdf5DoesNotKnowFail) {
   }
 }
 
-// --- Making and opening -----------------------------------------------------------------------
+// --- Making and opening --------------------------------------------------------------
 
 TEST(Datasets, AreMadeOfNamedAndOfOtherDatatypes) {
   const MemoryFile file;
@@ -124,9 +123,9 @@ TEST(Datasets, AreMadeInTheShortFormWithACreationList) {
 
 TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
   const MemoryFile file;
-  const Owned links(H5Pcreate(H5P_LINK_CREATE));
+  const Owned links = makeList("H5P_LINK_CREATE");
   H5Pset_create_intermediate_group(links.get(), 1);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   const Owned dataset = make("H5Dcreate", file, "a/b/d", "H5T_NATIVE_INT", makeSpace({4, 6}), links,
                              chunked({2, 3}), access);
@@ -140,7 +139,7 @@ TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
 TEST(Datasets, AreOpenedInBothForms) {
   const MemoryFile file;
   makeGrowing(file);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   std::size_t slots = 0;
   {
@@ -169,7 +168,7 @@ TEST(Datasets, CloseOnce) {
   expectLibraryError("H5Dclose", dataset);
 }
 
-// --- Asking ------------------------------------------------------------------------------
+// --- Asking --------------------------------------------------------------------------
 
 TEST(Datasets, GiveTheirStorageByNumber) {
   const MemoryFile file;
@@ -221,7 +220,7 @@ TEST(Datasets, TellTheSizeOfVariableLengthData) {
   expectLibraryError("H5Dvlen_get_buf_size", dataset, type, kNoIdentifier);
 }
 
-// --- Extents ----------------------------------------------------------------------------------
+// --- Extents -------------------------------------------------------------------------
 
 TEST(Extents, AreTakenInHdf5sOrderFromAnyShapeAndNumericClass) {
   for (const Value& extent :
@@ -303,7 +302,7 @@ TEST(Extents, StayWithinTheirMaxima) {
   expectLibraryError("H5Dset_extent", scalar, 1);
 }
 
-// --- Filling ----------------------------------------------------------------------------------
+// --- Filling -------------------------------------------------------------------------
 
 /// Fills with 7, or with another value of class double.
 Value filled(const Value& buffer, const Owned& space, const Value& value = number(7)) {

@@ -15,7 +15,7 @@ namespace {
 
 using namespace h5test;
 
-// --- The dataspace itself ---
+// --- The dataspace itself ------------------------------------------------------------
 
 const std::vector<FirstInput>& functionsOfOneSpace() {
   static const std::string space = "dataspace identifier";
@@ -96,7 +96,7 @@ TEST(Dataspaces, CloseOnce) {
   expectLibraryError("H5Sclose", space);
 }
 
-// --- Every vector: class and elements ----------------------------------------------------
+// --- Every vector: class and elements ------------------------------------------------
 
 struct VectorInput {
   const char* function;
@@ -206,7 +206,7 @@ TEST(DataspaceVectors, AreCheckedInOrder) {
                row({1, 1}), row({1, 1}), row({1, 1}));
 }
 
-// --- Making dataspaces ---------------------------------------------------------------------
+// --- Making dataspaces ---------------------------------------------------------------
 
 TEST(Dataspaces, AreMadeByClass) {
   struct {

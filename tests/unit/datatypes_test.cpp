@@ -7,15 +7,17 @@
 #include <vector>
 
 #include "tests/unit/datatypes.hpp"
+#include "tests/unit/defaults.hpp"
 #include "tests/unit/first_inputs.hpp"
 #include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 
 namespace {
 
 using namespace h5test;
 
-// --- What every function takes first ---------------------------------------------
+// --- What every function takes first -------------------------------------------------
 
 /// Those whose first input may be named.
 const std::vector<FirstInput>& functionsOfNamedTypes() {
@@ -153,7 +155,7 @@ TEST(Datatypes, AreTakenAsObjectsToo) {
   EXPECT_EQ(callNumber("H5Tequal", copy, type), 1);
 }
 
-// --- General ---------------------------------------------------------------------
+// --- General -------------------------------------------------------------------------
 
 TEST(Datatypes, AreCopiedByNameAndByIdentifier) {
   const Owned named = make("H5Tcopy", "H5T_NATIVE_DOUBLE");
@@ -239,11 +241,11 @@ TEST(Datatypes, AreCommittedAndOpened) {
   EXPECT_EQ(call("H5Tcommit", file, "short", type).size(), 0U);
   EXPECT_EQ(callNumber("H5Tcommitted", type), 1);
   const Owned other = make("H5Tcopy", "H5T_STD_U8LE");
-  call("H5Tcommit", file, "byte", other, "H5P_DEFAULT", "H5P_DEFAULT", "H5P_DEFAULT");
+  call("H5Tcommit", file, "byte", other, kDefault, kDefault, kDefault);
 
   const Owned opened = make("H5Topen", file, "short");
   EXPECT_EQ(callNumber("H5Tequal", opened, type), 1);
-  const Owned openedWithList = make("H5Topen", file, "byte", "H5P_DEFAULT");
+  const Owned openedWithList = make("H5Topen", file, "byte", kDefault);
   EXPECT_EQ(callNumber("H5Tequal", openedWithList, other), 1);
   const Owned list = make("H5Tget_create_plist", opened);
   EXPECT_GT(H5Pisa_class(list.get(), H5P_DATATYPE_CREATE), 0);
@@ -256,9 +258,9 @@ TEST(Datatypes, AreCommittedAndOpened) {
 TEST(Datatypes, AreCommittedWithLists) {
   const MemoryFile file;
   const Owned type = make("H5Tcopy", "H5T_STD_I16BE");
-  const Owned links(H5Pcreate(H5P_LINK_CREATE));
+  const Owned links = makeList("H5P_LINK_CREATE");
   H5Pset_create_intermediate_group(links.get(), 1);
-  call("H5Tcommit", file, "a/b/short", type, links, "H5P_DEFAULT", "H5P_DEFAULT");
+  call("H5Tcommit", file, "a/b/short", type, links, kDefault, kDefault);
   const Owned opened = make("H5Topen", file, "a/b/short");
   EXPECT_EQ(callNumber("H5Tequal", opened, type), 1);
 }
@@ -296,7 +298,7 @@ TEST(Datatypes, AreCommittedWithEachInputAsItIsDescribed) {
   EXPECT_EQ(callNumber("H5Tcommitted", type), 0);
 }
 
-// --- Sizes -----------------------------------------------------------------------
+// --- Sizes ---------------------------------------------------------------------------
 
 TEST(DatatypeSizes, AreBytesOrVariable) {
   const Owned type = make("H5Tcopy", "H5T_C_S1");

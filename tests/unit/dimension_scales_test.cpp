@@ -146,7 +146,7 @@ TEST_F(DimensionScales, OfAScalarHaveNoDimension) {
   }
 }
 
-// --- Iteration -------------------------------------------------------------------------
+// --- Iteration -----------------------------------------------------------------------
 
 /// Notes the name of each scale and hands on how many there were.
 Value noteScales(Names& names, double status = 0) {

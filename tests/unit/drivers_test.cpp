@@ -72,7 +72,7 @@ class Drivers : public testing::TestWithParam<Driver> {
  protected:
   /// Writes a file and reads it again, each with a list of its own.
   static void expectKept(const std::string& path) {
-    const std::vector<double> values = ramp(1500);
+    const Numbers values = ramp(1500);
     {
       const Owned list = makeList(kAccess);
       GetParam().choose(list);
@@ -224,7 +224,7 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
   }
 }
 
-// --- Log driver -----------------------------------------------------------------------
+// --- Log driver ----------------------------------------------------------------------
 
 /// What one flag makes the log say, and no other flag does.
 struct LogFlag {
@@ -285,7 +285,7 @@ TEST(LogDriver, TakesFlagsTogether) {
   EXPECT_EQ(logOf(32768 + 65536 + 2147483648.0), "");
 }
 
-// --- Files that others made ----------------------------------------------------------------
+// --- Files that others made ----------------------------------------------------------
 
 class SharedFiles : public testing::Test {
  protected:

@@ -5,7 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/transfers.hpp"
 
@@ -86,7 +88,7 @@ TEST(EmptyTransfer, WritesNothingIntoNothing) {
 TEST(NullTransfer, WritesEmptyArraysOfAnyClassQuietly) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", nullSpace());
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const Value& nothing : {empty(), numeric(zbClass::Int8, {}), text(""), cell({})}) {
     for (const Argument& memoryType :
          {Argument(kChosen), Argument("H5T_NATIVE_DOUBLE"), Argument(type)}) {
@@ -98,7 +100,7 @@ TEST(NullTransfer, WritesEmptyArraysOfAnyClassQuietly) {
 TEST(NullTransfer, RaisesForAnythingElse) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", nullSpace());
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const Argument& memoryType :
        {Argument(kChosen), Argument("H5T_NATIVE_DOUBLE"), Argument(type)}) {
     expectRaises("nullDatasetDataspace", {}, "H5Dwrite", dataset, memoryType, kAll, kAll, kDefault,

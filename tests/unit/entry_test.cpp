@@ -57,7 +57,7 @@ TEST(Entry, StoresResultsThatNobodyAskedFor) {
   EXPECT_TRUE(call("H5open").empty());
 }
 
-// --- The list of names --------------------------------------------------------------
+// --- The list of names ---------------------------------------------------------------
 
 std::vector<std::string> listedNames() {
   const Value names = result("H5ZBget_function_names");
@@ -102,7 +102,7 @@ TEST(FunctionNames, AreGivenAfreshOnEachCall) {
   EXPECT_NE(first.get(), result("H5ZBget_function_names").get());
 }
 
-// --- Failures -----------------------------------------------------------------------
+// --- Failures ------------------------------------------------------------------------
 
 TEST(Failure, PrintsNothing) {
   H5Eset_auto2(H5E_DEFAULT, reinterpret_cast<H5E_auto2_t>(H5Eprint2), stderr);
@@ -133,7 +133,7 @@ TEST(Failure, SaysFirstWhatWentWrongAndWhichCallFailed) {
   EXPECT_EQ(std::string(error->what()).rfind("H5Sclose: ", 0), 0U) << error->what();
 }
 
-// --- The library ----------------------------------------------------------------------
+// --- The library ---------------------------------------------------------------------
 
 /// libh5gate.so as the build names it, or else beside the host's library.
 std::string libraryPath() {

@@ -12,7 +12,6 @@
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -53,7 +52,7 @@ double inserted(const char* base, const Argument& value) {
   return numberOf(result("H5Tget_member_value", type, 0));
 }
 
-// --- Inserting -------------------------------------------------------------------
+// --- Inserting -----------------------------------------------------------------------
 
 TEST(EnumerationInsert, TakesEveryNumericClass) {
   for (const zbClass type :
@@ -163,7 +162,7 @@ TEST(EnumerationInsert, LeavesOtherClassesAlone) {
   expectLibraryError("H5Tenum_insert", "H5T_NATIVE_DOUBLE", "x", 1);
 }
 
-// --- The class of values ---------------------------------------------------------
+// --- The class of values -------------------------------------------------------------
 
 TEST(EnumerationValues, HaveTheClassOfTheirSizeAndSign) {
   struct Case {
@@ -242,7 +241,7 @@ TEST(EnumerationValues, AreOfMembersThatAreThere) {
   expectLibraryError("H5Tget_member_value", "H5T_NATIVE_INT", 0);
 }
 
-// --- Names of values -------------------------------------------------------------
+// --- Names of values -----------------------------------------------------------------
 
 TEST(EnumerationNames, AreOfValuesAsTheDatatypeHoldsThem) {
   const Owned little = enumerationOn("H5T_STD_I16LE");

@@ -14,7 +14,6 @@
 
 #include "runtime/array.hpp"
 #include "runtime/host_error.hpp"
-#include "tests/unit/datatypes.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
 

@@ -32,6 +32,9 @@ class DiskFile {
   [[nodiscard]] const std::string& path() const { return path_; }
   void spoilData() const { damage(path_, content_, 500); }
   [[nodiscard]] Owned open() const { return openFile(path_); }
+  [[nodiscard]] Failure failureToOpen() const {
+    return failureOf("H5Fopen", {path_, "H5F_ACC_RDONLY", kDefault});
+  }
 
  private:
   std::string path_;
@@ -55,7 +58,7 @@ TEST(BrokenFile, OfAnyLengthIsALibraryError) {
   const std::string whole = readBytes(disk.path());
   for (std::size_t length = 0; length < whole.size(); length += 97) {
     writeBytes(disk.path(), whole.substr(0, length));
-    expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+    expectStack(disk.failureToOpen());
   }
   writeBytes(disk.path(), whole);
   EXPECT_EQ(numbersOf(readAll(make("H5Dopen", disk.open(), "data"))).size(), 1000U);
@@ -68,13 +71,13 @@ TEST(BrokenFile, ThatIsNoneOfHdf5sIsALibraryError) {
   for (const std::string& bytes :
        {std::string(5000, 'x'), whole, std::string("wind,speed\n1,2\n")}) {
     writeBytes(disk.path(), bytes);
-    expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+    expectStack(disk.failureToOpen());
   }
   std::filesystem::remove(disk.path());
-  expectStack(failureOf("H5Fopen", {disk.path(), "H5F_ACC_RDONLY", kDefault}));
+  expectStack(disk.failureToOpen());
 }
 
-TEST(BrokenFile, OpenForReadingTakesNoData) {
+TEST(FileOpenForReading, TakesNoDataAndLeavesTheStackThatSaysSo) {
   const DiskFile disk;
   const Owned file = disk.open();
   const Owned dataset = make("H5Dopen", file, "data");
@@ -98,14 +101,6 @@ TEST(FailedTransfer, LeavesHdf5sStackAndNoIdentifiers) {
   EXPECT_EQ(openIdentifiers(), before);
 }
 
-TEST(FailedTransfer, LeavesTheStackOfAWriteToo) {
-  const DiskFile disk;
-  const Owned file = disk.open();
-  const Owned dataset = make("H5Dopen", file, "data");
-  expectStack(
-      failureOf("H5Dwrite", {dataset, kChosen, kAll, kAll, kDefault, row(Numbers(1000, 1))}));
-}
-
 TEST(FailedTransfer, IsAnErrorWhereMemoryCannotHoldTheData) {
   const MemoryFile file;
   const Owned list = chunked({1, 1, 1});
@@ -115,7 +110,7 @@ TEST(FailedTransfer, IsAnErrorWhereMemoryCannotHoldTheData) {
                               row({4294967296, 262144, 1})}) {
     const Owned space = make("H5Screate_simple", 3, extent, empty());
     const Owned dataset =
-        make("H5Dcreate", file, std::to_string(++count), "H5T_NATIVE_DOUBLE", space, list);
+        makeDataset(file, std::to_string(++count), "H5T_NATIVE_DOUBLE", space, list);
     for (const char* type : {kChosen, "H5T_NATIVE_DOUBLE"}) {
       expectHostError("H5Dread", dataset, type, kAll, kAll, kDefault);
       EXPECT_TRUE(failureOf("H5Dwrite", {dataset, type, kAll, kAll, kDefault, 1}));
@@ -127,7 +122,7 @@ TEST(FailedTransfer, OfSomeElementsOfAnImmenseDatasetIsNone) {
   const MemoryFile file;
   const Owned list = chunked({1, 1});
   const Owned space = makeSpace({4294967296, 1073741824});
-  const Owned dataset = make("H5Dcreate", file, "data", "H5T_NATIVE_INT", space, list);
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", space, list);
   call("H5Sselect_elements", space, "H5S_SELECT_SET", row({4294967295, 1073741823, 5, 5}));
   const Owned memory = makeSpace({2});
   writeTo(dataset, memory, space, row({3, 4}));

@@ -175,7 +175,7 @@ TEST(FileProperties, GiveTheVersionsOfAFile) {
   EXPECT_EQ(callNumbers("H5Pget_sizes", list), Numbers({8, 8}));
 }
 
-// --- Metadata cache -------------------------------------------------------------------
+// --- Metadata cache ------------------------------------------------------------------
 
 TEST(CacheConfiguration, IsTakenAsItIsGiven) {
   const Owned list = makeList(kAccess);
@@ -246,7 +246,7 @@ TEST(CacheConfiguration, CutsTheNameOfTheTraceFile) {
             std::string(1024, 'x'));
 }
 
-// --- Drivers -----------------------------------------------------------------------------
+// --- Drivers -------------------------------------------------------------------------
 
 double driverOf(const Owned& list) { return callNumber("H5Pget_driver", list); }
 
@@ -317,7 +317,7 @@ TEST(DriverProperties, NeedALogThatCanBeWritten) {
   EXPECT_EQ(driverOf(list), constant("H5FD_LOG"));
 }
 
-// --- The multi driver's tables --------------------------------------------------------------
+// --- The multi driver's tables -------------------------------------------------------
 
 const Value kMap = row({1, 1, 1, 3, 3, 1, 1});
 const Value kLists = row({0, 0, 0, 0, 0, 0, 0});

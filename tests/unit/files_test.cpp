@@ -22,7 +22,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Creating ----------------------------------------------------------------------------------
+// --- Creating ------------------------------------------------------------------------
 
 TEST(FileCreation, TakesFlagsByNameAndByNumber) {
   const std::string path = temporaryPath();
@@ -79,7 +79,7 @@ TEST(FileCreation, FailsWhereThereIsNoFolder) {
   expectLibraryError("H5Fcreate", "", "H5F_ACC_TRUNC", kDefault, kDefault);
 }
 
-// --- Opening ------------------------------------------------------------------------------------
+// --- Opening -------------------------------------------------------------------------
 
 TEST(FileOpening, TakesTwoNamesAndTheirNumbers) {
   const std::string path = temporaryPath();
@@ -172,7 +172,7 @@ TEST(FileClosing, EndsTheIdentifier) {
   expectLibraryError("H5Fclose", open);
 }
 
-// --- What every function of one identifier refuses ---
+// --- What every function of one identifier refuses -----------------------------------
 
 TEST(FileFunctions, CallTheirFirstInputAFileOrAnObject) {
   for (const char* name :
@@ -214,7 +214,7 @@ TEST(FileFunctions, HandSomeFailuresBack) {
   EXPECT_EQ(zbGetNumberOfElements(name.get()), 0U);
 }
 
-// --- Asking ---
+// --- Asking --------------------------------------------------------------------------
 
 TEST(FileQueries, TellHdf5FilesFromOthers) {
   const std::string path = temporaryPath();
@@ -289,8 +289,8 @@ TEST(FileQueries, GiveWhatTheCacheMeasures) {
   int entries = 0;
   ASSERT_GE(H5Fget_mdc_size(id, &most, &least, &current, &entries), 0);
   EXPECT_EQ(callNumbers("H5Fget_mdc_size", file),
-            (std::vector<double>{static_cast<double>(most), static_cast<double>(least),
-                                 static_cast<double>(current), static_cast<double>(entries)}));
+            (Numbers{static_cast<double>(most), static_cast<double>(least),
+                     static_cast<double>(current), static_cast<double>(entries)}));
   EXPECT_EQ(call("H5Fget_mdc_size", file).size(), 4U);
   EXPECT_GT(entries, 0);
   ASSERT_GE(H5Fget_mdc_hit_rate(id, &rate), 0);
@@ -311,7 +311,7 @@ TEST(FileFlushing, WritesThroughAnyObject) {
                "H5F_SCOPE_DOWN");
 }
 
-// --- Open objects ---
+// --- Open objects --------------------------------------------------------------------
 
 /// A file with two groups, a dataset, a committed datatype and an attribute open.
 class OpenObjects : public testing::Test {
@@ -327,7 +327,7 @@ class OpenObjects : public testing::Test {
 
   void SetUp() override { call("H5Tcommit", file, "t", type); }
 
-  static std::vector<double> sorted(std::vector<double> ids) {
+  static Numbers sorted(Numbers ids) {
     std::sort(ids.begin(), ids.end());
     return ids;
   }
@@ -396,7 +396,7 @@ TEST_F(OpenObjects, AreAskedForFromLeftToRight) {
   expectComplaints("H5Fget_obj_ids", {identifierInput(file, "file identifier"), kinds, intInput()});
 }
 
-// --- Mounting ---
+// --- Mounting ------------------------------------------------------------------------
 
 TEST(Mounting, ShowsTheChildBelowTheMountPoint) {
   const MemoryFile parent, child;

@@ -19,7 +19,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Asking ---
+// --- Asking --------------------------------------------------------------------------
 
 const std::vector<std::pair<const char*, H5Z_filter_t>> kFilters = {
     {"H5Z_FILTER_ALL", 0},        {"H5Z_FILTER_DEFLATE", 1}, {"H5Z_FILTER_SHUFFLE", 2},
@@ -57,7 +57,7 @@ TEST(FilterFunctions, TakeTheSevenFiltersOfTheLibrary) {
   }
 }
 
-// --- At work ---
+// --- At work -------------------------------------------------------------------------
 
 constexpr std::size_t kCount = 4096;
 constexpr double kRawBytes = kCount * sizeof(double);
@@ -158,7 +158,7 @@ TEST(NbitFilter, KeepsThePrecisionOfItsType) {
   const Owned list = chunked({1024});
   call("H5Pset_nbit", list);
   const MemoryFile file;
-  std::vector<double> values(kCount);
+  Numbers values(kCount);
   for (std::size_t i = 0; i < kCount; ++i) values[i] = static_cast<double>(i) - kCount / 2.0;
   writeDoubles(file, "values", values, list, type);
   EXPECT_EQ(readDoubles(file, "values"), values);
@@ -182,10 +182,10 @@ TEST(ScaleOffsetFilter, KeepsTheDecimalsOfFloats) {
   const Owned list = chunked({1024});
   call("H5Pset_scaleoffset", list, "H5Z_SO_FLOAT_DSCALE", 2);
   const MemoryFile file;
-  std::vector<double> values(kCount);
+  Numbers values(kCount);
   for (std::size_t i = 0; i < kCount; ++i) values[i] = std::sin(static_cast<double>(i));
   writeDoubles(file, "values", values, list);
-  const std::vector<double> back = readDoubles(file, "values");
+  const Numbers back = readDoubles(file, "values");
   ASSERT_EQ(back.size(), kCount);
   double worst = 0;
   for (std::size_t i = 0; i < kCount; ++i) worst = std::max(worst, std::abs(back[i] - values[i]));
@@ -207,11 +207,11 @@ TEST(Filters, FillWhatWasNotWritten) {
   call("H5Pset_deflate", list, 6);
   call("H5Pset_fill_value", list, "H5T_NATIVE_DOUBLE", -999);
   const MemoryFile file;
-  const Owned dataset = make("H5Dcreate", file, "values", "H5T_IEEE_F64LE", makeSpace({3}), list);
-  EXPECT_EQ(readDoubles(file, "values"), std::vector<double>({-999, -999, -999}));
+  const Owned dataset = makeDataset(file, "values", "H5T_IEEE_F64LE", makeSpace({3}), list);
+  EXPECT_EQ(readDoubles(file, "values"), Numbers({-999, -999, -999}));
 }
 
-// --- Damage ----------------------------------------------------------------------------------
+// --- Damage --------------------------------------------------------------------------
 
 /// Turns over a bit of the double that only the data hold.
 void damageDouble(const std::string& path, double value) {
@@ -221,7 +221,7 @@ void damageDouble(const std::string& path, double value) {
 TEST(Fletcher32Filter, FindsDamageAndOtherDataStayReadable) {
   const std::string path = temporaryPath();
   constexpr double kTelling = 12345.678901234567;
-  std::vector<double> values = ramp(kCount);
+  Numbers values = ramp(kCount);
   values[2000] = kTelling;
   {
     const Owned file = createFile(path);
@@ -234,14 +234,14 @@ TEST(Fletcher32Filter, FindsDamageAndOtherDataStayReadable) {
   const Owned file = openFile(path);
   const Owned damaged = make("H5Dopen", file, "damaged");
   for (int i = 0; i < 3; ++i) {
-    expectLibraryError("H5Dread", damaged, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", kDefault);
+    expectLibraryError("H5Dread", damaged, kChosen, kAll, kAll, kDefault);
     EXPECT_EQ(readDoubles(file, "good"), ramp(kCount));
   }
   // Who does not want to know gets what is there.
   const Owned transfer = makeList("H5P_DATASET_XFER");
   call("H5Pset_edc_check", transfer, "H5Z_DISABLE_EDC");
-  const std::vector<double> read =
-      numbersOf(result("H5Dread", damaged, "H5T_NATIVE_DOUBLE", "H5S_ALL", "H5S_ALL", transfer));
+  const Numbers read =
+      numbersOf(result("H5Dread", damaged, "H5T_NATIVE_DOUBLE", kAll, kAll, transfer));
   ASSERT_EQ(read.size(), kCount);
   EXPECT_NE(read[2000], kTelling);
   EXPECT_EQ(read[1999], values[1999]);

@@ -104,7 +104,7 @@ TEST(GenericProperties, ExistAndHaveSizes) {
   EXPECT_EQ(callNumber("H5Pget_nprops", list), static_cast<double>(count));
 }
 
-// --- Raw bytes ---------------------------------------------------------------------
+// --- Raw bytes -----------------------------------------------------------------------
 
 Value bytesOf(std::size_t value, const Shape& shape) {
   return zembra::makeNumeric(zbClass::UInt8, shape, &value);

@@ -4,10 +4,10 @@
 #include <span>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/structures.hpp"
@@ -16,7 +16,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 Input destinationInput() {
   Input input = identifierInput("H5G_SAME_LOC", "destination identifier");
@@ -64,7 +64,7 @@ TEST(Groups, LeaveFailuresToHdf5) {
   const double no = kNoIdentifier;
   expectLibraryError("H5Gclose", no);
   expectLibraryError("H5Gcreate", no, "g", 0);
-  expectLibraryError("H5Gcreate", no, "g", "H5P_DEFAULT", "H5P_DEFAULT", "H5P_DEFAULT");
+  expectLibraryError("H5Gcreate", no, "g", kDefault, kDefault, kDefault);
   expectLibraryError("H5Gget_comment", no, "g");
   expectLibraryError("H5Gget_info", no);
   expectLibraryError("H5Gget_num_objs", no);
@@ -72,24 +72,23 @@ TEST(Groups, LeaveFailuresToHdf5) {
   expectLibraryError("H5Glink2", no, "a", "H5G_LINK_HARD", "H5G_SAME_LOC", "b");
   expectLibraryError("H5Gmove2", no, "a", "H5G_SAME_LOC", "b");
   expectLibraryError("H5Gopen", no, "g");
-  expectLibraryError("H5Gopen", no, "g", "H5P_DEFAULT");
+  expectLibraryError("H5Gopen", no, "g", kDefault);
   expectLibraryError("H5Gset_comment", no, "g", "words");
   expectLibraryError("H5Gunlink", no, "g");
 }
 
-// --- Making, opening, linking ---------------------------------------------------------------
+// --- Making, opening, linking --------------------------------------------------------
 
 TEST(Groups, AreMadeInTwoWays) {
   const MemoryFile file;
-  for (const Results& made :
-       {call("H5Gcreate", file, "first", 100),
-        call("H5Gcreate", file, "second", "H5P_DEFAULT", "H5P_DEFAULT", "H5P_DEFAULT")}) {
+  for (const Results& made : {call("H5Gcreate", file, "first", 100),
+                              call("H5Gcreate", file, "second", kDefault, kDefault, kDefault)}) {
     ASSERT_EQ(made.size(), 1U);
     EXPECT_EQ(H5Iget_type(hdf5Id(numberOf(made[0]))), H5I_GROUP);
     EXPECT_TRUE(call("H5Gclose", made[0]).empty());
   }
   for (const Value& opened :
-       {result("H5Gopen", file, "first"), result("H5Gopen", file, "second", "H5P_DEFAULT")}) {
+       {result("H5Gopen", file, "first"), result("H5Gopen", file, "second", kDefault)}) {
     EXPECT_EQ(H5Iget_type(hdf5Id(numberOf(opened))), H5I_GROUP);
     call("H5Gclose", opened);
   }
@@ -130,7 +129,7 @@ TEST(Groups, AreLinkedAndMovedWithinALocation) {
                "H5L_TYPE_HARD", "H5G_SAME_LOC", "g");
 }
 
-// --- Texts --------------------------------------------------------------------------------------
+// --- Texts ---------------------------------------------------------------------------
 
 TEST(Groups, HaveComments) {
   const MemoryFile file;
@@ -149,7 +148,7 @@ TEST(Groups, GiveTheValuesOfLinks) {
   makeGroup(file, "hard");
   const std::string path = "/" + std::string(2000, 'p');
   makeSoftLink(file, path, "soft");
-  call("H5Lcreate_external", "other.h5", "/o", file, "external", "H5P_DEFAULT", "H5P_DEFAULT");
+  call("H5Lcreate_external", "other.h5", "/o", file, "external", kDefault, kDefault);
   EXPECT_EQ(callText("H5Gget_linkval", file, "soft"), path);
   // Packed, with a NUL before the names.
   EXPECT_EQ(callText("H5Gget_linkval", file, "external"), "");
@@ -178,7 +177,7 @@ TEST(Groups, NameTheirMembersOrSayNothing) {
   EXPECT_EQ(callNumber("H5Gget_objtype_by_idx", kNoIdentifier, 0), -1);
 }
 
-// --- Information records ---
+// --- Information records -------------------------------------------------------------
 
 TEST(Groups, TellTheirLinksAndTheirCreationOrder) {
   const MemoryFile file;
@@ -190,11 +189,11 @@ TEST(Groups, TellTheirLinksAndTheirCreationOrder) {
   EXPECT_EQ(fieldNumber(info, "storage_type"), H5G_STORAGE_TYPE_SYMBOL_TABLE);
   EXPECT_EQ(fieldNumber(info, "nlinks"), 2);
 
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_link_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
-  const Owned ordered = make("H5Gcreate", file, "ordered", "H5P_DEFAULT", list, "H5P_DEFAULT");
+  const Owned ordered = make("H5Gcreate", file, "ordered", kDefault, list, kDefault);
   for (const char* name : {"x", "y", "z"}) {
-    call("H5Lcreate_soft", "t", ordered, name, "H5P_DEFAULT", "H5P_DEFAULT");
+    call("H5Lcreate_soft", "t", ordered, name, kDefault, kDefault);
   }
   const Value order = field(result("H5Gget_info", ordered), "max_corder");
   EXPECT_EQ(classOf(order), zbClass::Int64);
@@ -220,10 +219,8 @@ TEST(Groups, TellTheStatusOfObjects) {
   }
   H5G_stat_t status{};
   ASSERT_GE(H5Gget_objinfo(file.get(), "g", 0, &status), 0);
-  EXPECT_EQ(numbersOf(field(group, "fileno")),
-            std::vector<double>({static_cast<double>(status.fileno[0]), 0}));
-  EXPECT_EQ(numbersOf(field(group, "objno")),
-            std::vector<double>({static_cast<double>(status.objno[0]), 0}));
+  EXPECT_EQ(numbersOf(field(group, "fileno")), Numbers({static_cast<double>(status.fileno[0]), 0}));
+  EXPECT_EQ(numbersOf(field(group, "objno")), Numbers({static_cast<double>(status.objno[0]), 0}));
   EXPECT_EQ(fieldNumber(group, "nlink"), 2);
   EXPECT_EQ(fieldNumber(group, "type"), H5G_GROUP);
   EXPECT_EQ(fieldNumber(group, "mtime"), static_cast<double>(status.mtime));
@@ -248,7 +245,7 @@ TEST(Groups, TellTheStatusOfObjects) {
   expectLibraryError("H5Gget_objinfo", file, "nothing", 1);
 }
 
-// --- Iteration ---
+// --- Iteration -----------------------------------------------------------------------
 
 TEST(Groups, CallAFunctionForEachMember) {
   const MemoryFile file;
@@ -337,7 +334,7 @@ TEST(Groups, MayBeAnsweredWithAnInput) {
   EXPECT_GT(callNumber("H5Giterate", file, "/", 0, identity), 0);
 }
 
-// --- Many members ---
+// --- Many members --------------------------------------------------------------------
 
 /// A file on disk with 20,000 groups in it.
 class ManyMembers : public testing::Test {

@@ -16,7 +16,7 @@ using namespace h5test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// --- Compounds ----------------------------------------------------------------------------
+// --- Compounds -----------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, CompoundsAreStructuresOfColumns) {
   const Owned type = compoundOf({{"id", H5T_STD_I16BE}, {"speed", H5T_IEEE_F64LE}});
@@ -85,7 +85,7 @@ TEST_F(Hdf5DatasetTest, CompoundsWithinArraysWithinCompoundsAreOneColumnEach) {
 
   std::vector<std::int16_t> x(2 * 3 * 2 * 2);
   std::iota(x.begin(), x.end(), std::int16_t{0});
-  std::vector<double> y(x.begin(), x.end());
+  Numbers y(x.begin(), x.end());
   const Value data = structure(
       {{"tracks", structure({{"id", numbers<std::uint8_t>({2, 2}, {1, 2, 3, 4})},
                              {"path", structure({{"x", numbers<std::int16_t>({3, 2, 2, 2}, x)},
@@ -132,7 +132,7 @@ TEST_F(Hdf5DatasetTest, CompoundsThatDoNotFitAreRefused) {
   refusal("unknownMember", unknown);
 }
 
-// --- Arrays -----------------------------------------------------------------------------
+// --- Arrays --------------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, ArraysPutTheirDimensionsFirst) {
   const Owned type = arrayOf(H5T_STD_I32LE, {2, 3});

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <numeric>
@@ -30,7 +31,7 @@ hid_t littleEndian() {
   } else {
     const hid_t types[2][4] = {{H5T_STD_U8LE, H5T_STD_U16LE, H5T_STD_U32LE, H5T_STD_U64LE},
                                {H5T_STD_I8LE, H5T_STD_I16LE, H5T_STD_I32LE, H5T_STD_I64LE}};
-    return types[std::is_signed_v<T>][sizeof(T) == 8 ? 3 : sizeof(T) / 2];
+    return types[std::is_signed_v<T>][std::bit_width(sizeof(T)) - 1];
   }
 }
 

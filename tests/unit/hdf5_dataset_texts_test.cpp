@@ -15,7 +15,7 @@ using namespace h5test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// --- Texts -----------------------------------------------------------------------------
+// --- Texts ---------------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, FixedTextsPutTheirBytesFirst) {
   const Value back = roundTrip(fixedText(4), makeSpace({2}), chars({4, 2}, "abcdwxyz"));
@@ -110,7 +110,7 @@ TEST_F(Hdf5DatasetTest, VariableTextsThatDoNotFitAreRefused) {
   writeRefusal("missingItem", variableText(), scalarSpace(), cells(Value()));
 }
 
-// --- Opaque data and references ---------------------------------------------------------
+// --- Opaque data and references ------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, OpaqueDataAreBytes) {
   Owned type = opaque(3);

@@ -14,7 +14,7 @@ using namespace h5test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// --- Chosen ---
+// --- Chosen --------------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, MemoryDatatypesForReadingAreNative) {
   EXPECT_TRUE(equal(memoryType(H5T_STD_I8BE), H5T_NATIVE_INT8));
@@ -63,7 +63,7 @@ TEST_F(Hdf5DatasetTest, MemoryDatatypesForWritingFollowTheArray) {
   EXPECT_TRUE(equal(memoryType(H5T_STD_B8LE, doubles), H5T_NATIVE_B8));
 }
 
-// --- Refused ---
+// --- Refused -------------------------------------------------------------------------
 
 TEST_F(Hdf5DatasetTest, OtherClassesThanTheDatatypesAreNamed) {
   const Owned memory = copyOf(H5T_NATIVE_DOUBLE);

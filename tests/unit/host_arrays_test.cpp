@@ -14,14 +14,13 @@
 
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
 using namespace h5test;
 using zembra::CallScope;
 
-// --- Makers ---------------------------------------------------------------------------
+// --- Makers --------------------------------------------------------------------------
 
 TEST(HostArrays, KnowTheirClassShapeAndData) {
   struct Case {
@@ -133,7 +132,7 @@ TEST(HostArrays, GiveTextThatEndsWithANul) {
   }
 }
 
-// --- What extensions create -----------------------------------------------------------------
+// --- What extensions create ----------------------------------------------------------
 
 TEST(Creation, FillsWithZeros) {
   const CallScope scope;
@@ -223,7 +222,7 @@ TEST(Creation, SetsFieldsOfTheElementThatIsMeant) {
   EXPECT_EQ(zbGetNumberOfElements(zbGetField(array, 0, "a")), 0U);
 }
 
-// --- Shapes -----------------------------------------------------------------------------------
+// --- Shapes --------------------------------------------------------------------------
 
 TEST(Shapes, ChangeWhereTheElementCountStays) {
   const Value array = row({1, 2, 3, 4, 5, 6});
@@ -260,7 +259,7 @@ TEST(Shapes, GiveUpTheNaturalRank) {
   EXPECT_EQ(array.get()->naturalRank, -1);
 }
 
-// --- Duplicates ---------------------------------------------------------------------------------
+// --- Duplicates ----------------------------------------------------------------------
 
 /// Outside of any call, where a new array is its creator's.
 Value duplicate(const Value& value) { return Value(zbDuplicateArray(value.get())); }

@@ -19,7 +19,7 @@ namespace {
 using namespace h5test;
 using zembra::CallScope;
 
-// --- Into an extension ---
+// --- Into an extension ---------------------------------------------------------------
 
 TEST(Calls, TakeResultsOver) {
   const Results results = extend([](int, zbArray** outs, int, const zbArray**) {
@@ -53,7 +53,7 @@ TEST(Calls, OfferSlotsForResultsThatNobodyAskedFor) {
   }
 }
 
-// --- Of host functions ---
+// --- Of host functions ---------------------------------------------------------------
 
 TEST(HostFunctions, SeeTheirInputsAndTheNumberOfOutputs) {
   const Value callee = function([](int outputs, std::span<zbArray* const> inputs) {

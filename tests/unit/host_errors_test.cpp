@@ -25,7 +25,7 @@ using zembra::CallScope;
 using zembra::HostError;
 namespace msg = Zembra::fmtio::h5gate;
 
-// --- Causes ---
+// --- Causes --------------------------------------------------------------------------
 
 /// The cause of the error that the action raises.
 std::string causeOfError(const std::function<void()>& action) {
@@ -84,7 +84,7 @@ TEST(Causes, OfNestedCallsChain) {
   }
 }
 
-// --- Errors ---
+// --- Errors --------------------------------------------------------------------------
 
 TEST(Errors, CarryKeyParametersAndText) {
   try {
@@ -101,7 +101,7 @@ TEST(Errors, CarryKeyParametersAndText) {
 }
 
 TEST(Errors, OfTheLibraryCarryItsRecords) {
-  const auto error = failureOf("H5Fopen", {temporaryPath("absent.h5"), 0, "H5P_DEFAULT"});
+  const auto error = failureOf("H5Fopen", {temporaryPath("absent.h5"), 0, kDefault});
   ASSERT_TRUE(error);
   EXPECT_TRUE((*error)->libraryFailure);
   ASSERT_GE((*error)->stack.size(), 2U);
@@ -127,7 +127,7 @@ TEST(Errors, OfTheLibrarySayWhenThereIsNoRecord) {
   }
 }
 
-// --- Warnings ---
+// --- Warnings ------------------------------------------------------------------------
 
 /// Hands the host's warnings to a test, and the host back to itself.
 class HostWarnings : public testing::Test {

@@ -12,7 +12,6 @@
 #include "tests/unit/failures.hpp"
 #include "tests/unit/host_calls.hpp"
 #include "tests/unit/owned.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -42,7 +41,7 @@ zbArray* createTracked() {
   return array;
 }
 
-// --- Arrays of arrays ---
+// --- Arrays of arrays ----------------------------------------------------------------
 
 TEST_F(Ownership, OfWhatAnExtensionCreatesWithoutACallIsItsOwn) {
   zbArray* scalar = zbCreateDoubleScalar(3);
@@ -120,7 +119,7 @@ TEST_F(Ownership, OfMemoryLastsAsLongAsTheArray) {
   EXPECT_TRUE(watch.expired());
 }
 
-// --- Results and arguments of calls ---
+// --- Results and arguments of calls --------------------------------------------------
 
 TEST_F(Ownership, OfAnArgumentThatComesBackIsShared) {
   Value argument = Tracked::make();
@@ -198,7 +197,7 @@ TEST_F(Ownership, OfAnArgumentStaysWithTheOuterCallWhenAnInnerOneGivesItBack) {
   EXPECT_EQ(Tracked::alive, 1);
 }
 
-// --- Results of host functions ---
+// --- Results of host functions -------------------------------------------------------
 
 TEST_F(Ownership, OfResultsOfHostFunctionsIsTheCalls) {
   {

@@ -126,7 +126,7 @@ TEST(Hyperslabs, AreRefusedWhereHdf5RefusesThem) {
   }
 }
 
-// --- Blocks ---
+// --- Blocks --------------------------------------------------------------------------
 
 TEST(Blocks, ArePairsOfColumns) {
   const Owned space = makeSpace({4, 6});

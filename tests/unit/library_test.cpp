@@ -50,17 +50,15 @@ TEST(LibraryFunctions, TakeLimitsOfThirtyTwoBits) {
 TEST(LibraryDeathTest, ClosesEverythingAndOpensAgain) {
   const std::string path = temporaryPath();
   const auto closeAndReopen = [&] {
-    const double file =
-        callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT");
+    const double file = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", kDefault, kDefault);
     const double space = callNumber("H5Screate", "H5S_SCALAR");
-    const double data =
-        callNumber("H5Dcreate", file, "d", "H5T_NATIVE_DOUBLE", space, "H5P_DEFAULT");
+    const double data = callNumber("H5Dcreate", file, "d", "H5T_NATIVE_DOUBLE", space, kDefault);
     if (!call("H5close").empty()) return 1;
     for (const double id : {file, space, data}) {
       if (callNumber("H5Iis_valid", id) != 0) return 2;
     }
     call("H5open");
-    const double again = callNumber("H5Fopen", path, "H5F_ACC_RDONLY", "H5P_DEFAULT");
+    const double again = callNumber("H5Fopen", path, "H5F_ACC_RDONLY", kDefault);
     if (callNumber("H5Fget_obj_count", again, "H5F_OBJ_ALL") != 1) return 3;
     call("H5Dclose", callNumber("H5Dopen", again, "d"));
     call("H5Fclose", again);

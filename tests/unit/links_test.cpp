@@ -8,6 +8,7 @@
 
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/structures.hpp"
@@ -21,7 +22,7 @@ double exists(const Argument& location, const char* name) {
   return callNumber("H5Lexists", location, name, kDefault);
 }
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 /// A location for which one text stands.
 Input sameLocationInput(const std::string& description) {
@@ -104,7 +105,7 @@ TEST(Links, LeaveFailuresToHdf5) {
   expectLibraryError("H5Lcreate_soft", "t", "H5L_SAME_LOC", "b", kDefault, kDefault);
 }
 
-// --- Making links -----------------------------------------------------------------------------
+// --- Making links --------------------------------------------------------------------
 
 TEST(Links, AreMadeCopiedMovedAndDeleted) {
   const MemoryFile file;
@@ -127,7 +128,7 @@ TEST(Links, AreMadeCopiedMovedAndDeleted) {
   EXPECT_EQ(exists(file, "soft"), 0);
 }
 
-// --- What a link is ---
+// --- What a link is ------------------------------------------------------------------
 
 TEST(Links, HaveAnAddressOrAValue) {
   const MemoryFile file;
@@ -156,9 +157,9 @@ TEST(Links, HaveAnAddressOrAValue) {
 
 TEST(Links, KnowTheirPlaceWhereItIsTracked) {
   const MemoryFile file;
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_link_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
-  const Owned utf8(H5Pcreate(H5P_LINK_CREATE));
+  const Owned utf8 = makeList("H5P_LINK_CREATE");
   H5Pset_char_encoding(utf8.get(), H5T_CSET_UTF8);
   const Owned group = make("H5Gcreate", file, "ordered", kDefault, list, kDefault);
   for (const char* name : {"z", "y", "x"}) {
@@ -233,7 +234,7 @@ TEST(Links, OfSomebodysOwnClassHaveNoText) {
   EXPECT_EQ(callText("H5Lget_val", file, "own", kDefault), "");
 }
 
-// --- Iterating and visiting ---
+// --- Iterating and visiting ----------------------------------------------------------
 
 class LinkWalk : public testing::TestWithParam<Walk> {
  protected:

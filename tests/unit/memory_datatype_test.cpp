@@ -8,14 +8,16 @@
 #include <vector>
 
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/open_identifiers.hpp"
 
 namespace {
 
 using namespace h5test;
 
-// --- Datatypes ---
+// --- Datatypes -----------------------------------------------------------------------
 
 /// One of each class that data can have.
 std::vector<std::pair<H5T_class_t, Owned>> oneOfEachClass() {
@@ -48,7 +50,7 @@ const char* expectedName(H5T_class_t fileClass) {
   }
 }
 
-// --- Asking for the check ------------------------------------------------------------------
+// --- Asking for the check ------------------------------------------------------------
 
 /// Datasets and attributes of file datatypes; every check is made through both, in
 /// both directions.
@@ -110,7 +112,7 @@ class MemoryDatatype : public testing::Test {
   int count_ = 0;
 };
 
-// --- Classes ---------------------------------------------------------------------------------
+// --- Classes -------------------------------------------------------------------------
 
 TEST_F(MemoryDatatype, HasTheFilesClass) {
   const auto types = oneOfEachClass();
@@ -161,7 +163,7 @@ TEST_F(MemoryDatatype, MayHaveAnyNumberForANumber) {
   }
 }
 
-// --- Each class's own rules --------------------------------------------------------------------
+// --- Each class's own rules ----------------------------------------------------------
 
 TEST_F(MemoryDatatype, OfTextIsFixedOrVariableAsTheFile) {
   expectAccepted(fixedText(4), fixedText(9));
@@ -246,7 +248,7 @@ TEST_F(MemoryDatatype, OfCompoundsHasSomeMember) {
                 Owned(H5Tcreate(H5T_COMPOUND, 4)));
 }
 
-// --- Where the check does not apply ---
+// --- Where the check does not apply --------------------------------------------------
 
 TEST_F(MemoryDatatype, IsForDatasetsAndAttributesOnly) {
   const Owned type = copyOf(H5T_NATIVE_INT);
@@ -264,7 +266,7 @@ TEST_F(MemoryDatatype, IsForDatasetsAndAttributesOnly) {
   }
 }
 
-// --- The datatype that the host chooses ----------------------------------------------------------
+// --- The datatype that the host chooses ----------------------------------------------
 
 TEST(ChosenDatatype, IsAskedForByOneIdentifier) {
   expectComplaints("H5ZBget_mem_datatype", {identifierInput(0, "location id")});
@@ -281,7 +283,7 @@ TEST(ChosenDatatype, IsOfDatasetsAndAttributes) {
                      {"H5T_STD_U64LE", H5T_NATIVE_ULLONG},
                      {"H5T_STD_REF_OBJ", H5T_STD_REF_OBJ}};
   for (const auto& [type, chosen] : cases) {
-    const Owned dataset = make("H5Dcreate", file, type, type, space, kDefault);
+    const Owned dataset = makeDataset(file, type, type, space);
     const Owned attribute = make("H5Acreate", file, type, type, space, kDefault);
     for (const Owned* location : {&dataset, &attribute}) {
       const Owned memoryType = make("H5ZBget_mem_datatype", *location);
@@ -292,7 +294,7 @@ TEST(ChosenDatatype, IsOfDatasetsAndAttributes) {
 
 TEST(ChosenDatatype, IsANewOneThatTheScriptCloses) {
   const MemoryFile file;
-  const Owned dataset = make("H5Dcreate", file, "d", "H5T_STD_I16BE", makeSpace({2}), kDefault);
+  const Owned dataset = makeDataset(file, "d", "H5T_STD_I16BE", makeSpace({2}));
   const std::size_t before = openIdentifiers();
   const double first = callNumber("H5ZBget_mem_datatype", dataset);
   const double second = callNumber("H5ZBget_mem_datatype", identifier(dataset.id()));
@@ -307,8 +309,7 @@ TEST(ChosenDatatype, PassesTheCheck) {
   const MemoryFile file;
   int count = 0;
   for (const auto& [typeClass, type] : oneOfEachClass()) {
-    const Owned dataset =
-        make("H5Dcreate", file, std::to_string(++count), type, makeSpace({0}), kDefault);
+    const Owned dataset = makeDataset(file, std::to_string(++count), type, makeSpace({0}));
     const Owned memoryType = make("H5ZBget_mem_datatype", dataset);
     EXPECT_EQ(call("H5Dread", dataset, memoryType, kAll, kAll, kDefault).size(), 1U) << typeClass;
   }
@@ -333,8 +334,7 @@ TEST(ChosenDatatype, IsOfNothingElse) {
 
 TEST(ChosenDatatype, IsNoneForTimes) {
   const MemoryFile file;
-  const Owned dataset =
-      make("H5Dcreate", file, "d", copyOf(H5T_UNIX_D32LE), makeSpace({2}), kDefault);
+  const Owned dataset = makeDataset(file, "d", copyOf(H5T_UNIX_D32LE), makeSpace({2}));
   const auto error = failureOf("H5ZBget_mem_datatype", {dataset});
   if (error) {
     EXPECT_EQ((*error)->identifier, "Zembra:host:unsupportedDatatype");

@@ -16,7 +16,6 @@
 #include "host/messages.hpp"
 #include "runtime/host_error.hpp"
 #include "tests/unit/failures.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 

@@ -330,7 +330,7 @@ TEST(Texts, HaveNoNulInside) {
   }
 }
 
-// --- Results ---
+// --- Results --------------------------------------------------------------------------
 
 TEST(ResultMakers, OfUnsignedSizesAreTheNearestDoubles) {
   const zembra::CallScope scope;

@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/defaults.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/memory_file.hpp"
-#include "tests/unit/spaces.hpp"
+#include "tests/unit/objects.hpp"
 
 namespace {
 
@@ -26,9 +25,9 @@ class ObjectLists : public testing::TestWithParam<ListArgument> {
 };
 
 TEST_P(ObjectLists, OfAnythingElseAreRefusedByHdf5) {
-  const Owned group = make("H5Gcreate", file_, "group", 0);
+  const Owned group = makeGroup(file_, "group");
   const Owned space = scalarSpace();
-  const Owned dataset = make("H5Dcreate", file_, "data", "H5T_STD_I8LE", space, "H5P_DEFAULT");
+  const Owned dataset = makeDataset(file_, "data", "H5T_STD_I8LE", space);
   const Owned type = make("H5Tcopy", "H5T_STD_I8LE");
   const double listClass = callNumber("H5ZBget_constant_value", "H5P_LINK_ACCESS");
   const std::vector<Argument> strangers = {file_, group, space, dataset, type, listClass, 12345};

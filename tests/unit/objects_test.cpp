@@ -67,7 +67,7 @@ TEST(Objects, LeaveFailuresToHdf5) {
       "H5Ocopy", file, "g", "H5L_SAME_LOC", "copy", kDefault, kDefault);
 }
 
-// --- Opening, copying, linking -----------------------------------------------------------------
+// --- Opening, copying, linking -------------------------------------------------------
 
 TEST(Objects, AreOpenedWhateverTheyAre) {
   const MemoryFile file;
@@ -95,7 +95,7 @@ TEST(Objects, AreCopiedAndLinked) {
   EXPECT_EQ(fieldNumber(result("H5Oget_info", dataset), "rc"), 2);
 }
 
-// --- Comments ---
+// --- Comments ------------------------------------------------------------------------
 
 TEST(Objects, HaveComments) {
   const MemoryFile file;
@@ -114,7 +114,7 @@ TEST(Objects, HaveComments) {
   }
 }
 
-// --- Information ---
+// --- Information ---------------------------------------------------------------------
 
 TEST(Objects, TellAllAboutThemselves) {
   const MemoryFile file;
@@ -171,7 +171,7 @@ TEST(Objects, TellAllAboutThemselves) {
   EXPECT_EQ(fieldNumber(result("H5Oget_info", file), "type"), H5O_TYPE_GROUP);
 }
 
-// --- Visits ---
+// --- Visits --------------------------------------------------------------------------
 
 class ObjectVisit : public testing::TestWithParam<Walk> {
  protected:

@@ -11,6 +11,7 @@
 #include "tests/unit/files.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/transfers.hpp"
 
 namespace {
 
@@ -171,7 +172,7 @@ TEST_F(References, ThatLeadNowhereGiveANegativeIdentifier) {
 
 TEST_F(References, IntoAClosedFileGiveANegativeIdentifier) {
   const std::string path = temporaryPath();
-  const double other = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT");
+  const double other = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", kDefault, kDefault);
   const Value reference = result("H5Rcreate", other, "/", "H5R_OBJECT", -1);
   call("H5Fclose", other);
   EXPECT_LT(callNumber("H5Rdereference", other, "H5R_OBJECT", reference), 0);
@@ -195,11 +196,9 @@ TEST_F(References, TravelThroughDatasets) {
   for (const auto& [type, space, reference] :
        {std::tuple("H5T_STD_REF_OBJ", "H5R_OBJECT", object("g/d")),
         std::tuple("H5T_STD_REF_DSETREG", "H5R_DATASET_REGION", region())}) {
-    const Owned extent = makeSpace({1});
-    const Owned dataset = make("H5Dcreate", file, space, type, extent, "H5P_DEFAULT");
-    call("H5Dwrite", dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", reference);
-    const Value back =
-        result("H5Dread", dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT");
+    const Owned dataset = makeDataset(file, space, type, makeSpace({1}));
+    writeAll(dataset, reference);
+    const Value back = readAll(dataset);
     EXPECT_EQ(numbersOf(back), numbersOf(reference));
     EXPECT_EQ(callText("H5Rget_name", dataset, space, back), "/g/d");
     const Owned object = make("H5Rdereference", dataset, space, back);

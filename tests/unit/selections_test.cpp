@@ -13,7 +13,7 @@ namespace {
 
 using namespace h5test;
 
-// --- Selections of every kind ---
+// --- Selections of every kind --------------------------------------------------------
 
 TEST(Selections, HaveTypesByNumber) {
   const Owned space = makeSpace({4, 6});
@@ -131,7 +131,7 @@ TEST(Selections, StayWhereTheRankStays) {
   EXPECT_EQ(callNumber("H5Sget_select_type", space), H5S_SEL_NONE);
 }
 
-// --- Points ---------------------------------------------------------------------------------
+// --- Points --------------------------------------------------------------------------
 
 TEST(Points, AreColumns) {
   const Owned space = makeSpace({4, 6});

@@ -11,7 +11,6 @@
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/transfers.hpp"
-#include "tests/unit/typed_values.hpp"
 
 namespace {
 
@@ -34,7 +33,7 @@ void selectCorners(const Owned& space) {
        empty());
 }
 
-// --- Inputs ---
+// --- Inputs --------------------------------------------------------------------------
 
 Input datasetInput() { return identifierInput(kNoIdentifier, "dataset identifier"); }
 Input memoryTypeInput() {
@@ -104,7 +103,7 @@ TEST_F(Transfer, TakesIdentifiersAsObjects) {
   EXPECT_EQ(numbersOf(data), kContent);
 }
 
-// --- Memory datatypes ------------------------------------------------------------------------
+// --- Memory datatypes ----------------------------------------------------------------
 
 TEST_F(Transfer, ReadsInTheDatatypeThatSuitsTheFile) {
   const Value data = readAll(dataset);
@@ -114,7 +113,7 @@ TEST_F(Transfer, ReadsInTheDatatypeThatSuitsTheFile) {
 }
 
 TEST_F(Transfer, ReadsInTheDatatypeThatIsNamedOrGiven) {
-  const Owned given(H5Tcopy(H5T_NATIVE_SHORT));
+  const Owned given = copyOf(H5T_NATIVE_SHORT);
   for (const auto& [type, expected] : {std::pair(Argument("H5T_NATIVE_INT"), zbClass::Int32),
                                        {Argument("H5T_NATIVE_FLOAT"), zbClass::Single},
                                        {Argument(given), zbClass::Int16},
@@ -127,7 +126,7 @@ TEST_F(Transfer, ReadsInTheDatatypeThatIsNamedOrGiven) {
 
 TEST_F(Transfer, WritesTheArrayAsItIs) {
   const Owned integers = makeDataset(file, "integers", "H5T_STD_I16BE", makeSpace({3}));
-  const Owned type(H5Tcopy(H5T_NATIVE_INT));
+  const Owned type = copyOf(H5T_NATIVE_INT);
   for (const zbClass classOfData :
        {zbClass::Double, zbClass::Single, zbClass::Int8, zbClass::UInt64}) {
     const Value data = numeric(classOfData, {1, 2, static_cast<double>(classOfData)});
@@ -171,7 +170,7 @@ TEST_F(Transfer, RefusesArraysThatDoNotFit) {
   EXPECT_EQ(numbersOf(readAll(dataset)), kContent);
 }
 
-// --- Spaces ------------------------------------------------------------------------------------
+// --- Spaces --------------------------------------------------------------------------
 
 TEST_F(Transfer, ReadsTheFileSelectionInItsPlaceByDefault) {
   selectCorners(space);
@@ -288,7 +287,7 @@ TEST_F(Transfer, WithANullMemorySpaceWritesNothing) {
   EXPECT_EQ(numbersOf(readAll(dataset)), kContent);
 }
 
-// --- Transfer lists --------------------------------------------------------------------------
+// --- Transfer lists ------------------------------------------------------------------
 
 void* allocateOnRequest(size_t size, void* count) {
   ++*static_cast<int*>(count);

@@ -4,34 +4,27 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "tests/unit/values.hpp"
 
 namespace h5test {
 
+/// The class of the numbers that have the C++ type.
 template <class T>
-constexpr zbClass kClassOf = zbClass::Unknown;
-template <>
-inline constexpr zbClass kClassOf<double> = zbClass::Double;
-template <>
-inline constexpr zbClass kClassOf<float> = zbClass::Single;
-template <>
-inline constexpr zbClass kClassOf<std::int8_t> = zbClass::Int8;
-template <>
-inline constexpr zbClass kClassOf<std::uint8_t> = zbClass::UInt8;
-template <>
-inline constexpr zbClass kClassOf<std::int16_t> = zbClass::Int16;
-template <>
-inline constexpr zbClass kClassOf<std::uint16_t> = zbClass::UInt16;
-template <>
-inline constexpr zbClass kClassOf<std::int32_t> = zbClass::Int32;
-template <>
-inline constexpr zbClass kClassOf<std::uint32_t> = zbClass::UInt32;
-template <>
-inline constexpr zbClass kClassOf<std::int64_t> = zbClass::Int64;
-template <>
-inline constexpr zbClass kClassOf<std::uint64_t> = zbClass::UInt64;
+constexpr zbClass kClassOf = [] {
+  if (std::is_floating_point_v<T>) return sizeof(T) == 4 ? zbClass::Single : zbClass::Double;
+  const zbClass classes[2][4] = {
+      {zbClass::UInt8, zbClass::UInt16, zbClass::UInt32, zbClass::UInt64},
+      {zbClass::Int8, zbClass::Int16, zbClass::Int32, zbClass::Int64}};
+  return classes[std::is_signed_v<T>][std::bit_width(sizeof(T)) - 1];
+}();
 
 template <class T>
 Value numbers(const Shape& shape, const std::vector<T>& values) {

@@ -22,7 +22,7 @@ inline constexpr std::array kNumericClasses = {zbClass::Double, zbClass::Single,
                                                zbClass::UInt16, zbClass::Int32,  zbClass::UInt32,
                                                zbClass::Int64,  zbClass::UInt64};
 
-// --- Making ---------------------------------------------------------------------------
+// --- Making --------------------------------------------------------------------------
 
 Value text(std::string_view words);
 Value number(double value);
@@ -42,7 +42,7 @@ Value identifier(double value);
 /// One of everything that no numeric, text or identifier argument takes.
 std::vector<Value> strangers();
 
-// --- Taking apart -----------------------------------------------------------------------
+// --- Taking apart --------------------------------------------------------------------
 
 double numberOf(const Value& value);
 std::string textOf(const Value& value);

@@ -1,11 +1,9 @@
-// What data are transferred, datasets accessed, links and names made and objects copied
-// with: every setter with its getter.
+// What data are transferred and datasets accessed with: every setter with its getter.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/limits.hpp"
@@ -17,21 +15,16 @@ using namespace h5test;
 
 const char* const kTransfer = "H5P_DATASET_XFER";
 const char* const kAccess = "H5P_DATASET_ACCESS";
-const char* const kLink = "H5P_LINK_CREATE";
-const char* const kCopy = "H5P_OBJECT_COPY";
 
-TEST(OtherProperties, CallTheirInputsByTheirNames) {
+TEST(TransferProperties, CallTheirInputsByTheirNames) {
   const Input list = listInput("property list identifier");
   const Input plain = listInput("property list");
   const Input scalar = scalarInput();
   const Input any = anyInput();
-  Input options = scalarInput();
-  options.wrong.push_back({"H5O_COPY_ALL", "badCopyOptionsString", {}});
-  options.wrong.push_back({cell({}), "badCopyObjectType", {}});
   Input members = {row({0, 0, 0, 0, 0, 0, 0}),
                    {{row({0, 0, 0, 0, 0, 0}), "badNumberOfElementsInDxpl", {}},
                     {row({0, 0, 0, 0, 0, 0, 0, 0}), "badNumberOfElementsInDxpl", {}},
-                    {"H5P_DEFAULT", "badNumberOfElementsInDxpl", {}},
+                    {kDefault, "badNumberOfElementsInDxpl", {}},
                     {empty(), "badNumberOfElementsInDxpl", {}}}};
 
   expectComplaints("H5Pset_preserve", {plain, any});
@@ -46,26 +39,14 @@ TEST(OtherProperties, CallTheirInputsByTheirNames) {
   expectComplaints("H5Pget_dxpl_multi", {list});
   expectComplaints("H5Pset_chunk_cache", {list, scalar, scalar, any});
   expectComplaints("H5Pget_chunk_cache", {list});
-  expectComplaints("H5Pset_create_intermediate_group",
-                   {listInput("link creation property list"), scalar});
-  expectComplaints("H5Pget_create_intermediate_group",
-                   {listInput("link creation property list identifier")});
-  expectComplaints("H5Pset_char_encoding", {plain, enumInputOf(2)});
-  expectComplaints("H5Pget_char_encoding", {plain});
-  expectComplaints("H5Pset_copy_object", {list, options});
-  expectComplaints("H5Pget_copy_object", {list});
 }
 
-TEST(OtherProperties, RaiseOnListsThatAreNone) {
-  for (const char* name :
-       {"H5Pget_preserve", "H5Pget_edc_check", "H5Pget_hyper_vector_size", "H5Pget_btree_ratios",
-        "H5Pget_dxpl_multi", "H5Pget_chunk_cache", "H5Pget_create_intermediate_group",
-        "H5Pget_char_encoding", "H5Pget_copy_object"}) {
+TEST(TransferProperties, RaiseOnListsThatAreNone) {
+  for (const char* name : {"H5Pget_preserve", "H5Pget_edc_check", "H5Pget_hyper_vector_size",
+                           "H5Pget_btree_ratios", "H5Pget_dxpl_multi", "H5Pget_chunk_cache"}) {
     expectLibraryError(name, kNoIdentifier);
   }
-  for (const char* name :
-       {"H5Pset_preserve", "H5Pset_edc_check", "H5Pset_hyper_vector_size",
-        "H5Pset_create_intermediate_group", "H5Pset_char_encoding", "H5Pset_copy_object"}) {
+  for (const char* name : {"H5Pset_preserve", "H5Pset_edc_check", "H5Pset_hyper_vector_size"}) {
     expectLibraryError(name, kNoIdentifier, 1);
   }
   expectLibraryError("H5Pset_btree_ratios", kNoIdentifier, 0.1, 0.5, 0.9);
@@ -73,32 +54,22 @@ TEST(OtherProperties, RaiseOnListsThatAreNone) {
   expectLibraryError("H5Pset_dxpl_multi", kNoIdentifier, row({0, 0, 0, 0, 0, 0, 0}));
 }
 
-class OtherRoundTrip : public testing::TestWithParam<RoundTrip> {};
+class TransferRoundTrip : public testing::TestWithParam<RoundTrip> {};
 
 INSTANTIATE_TEST_SUITE_P(
-    , OtherRoundTrip,
+    , TransferRoundTrip,
     testing::Values(RoundTrip{"preserve", kTransfer, {true}, {1}},
                     RoundTrip{"preserve", kTransfer, {-1.9}, {1}},
                     RoundTrip{"edc_check", kTransfer, {"H5Z_DISABLE_EDC"}, {0}},
                     RoundTrip{"edc_check", kTransfer, {0}, {0}},
                     RoundTrip{"hyper_vector_size", kTransfer, {4096}, {4096}},
                     RoundTrip{"btree_ratios", kTransfer, {0.25, 0.5, 0.75}, {0.25, 0.5, 0.75}},
-                    RoundTrip{"chunk_cache", kAccess, {101, 65536, 0.25}, {101, 65536, 0.25}},
-                    RoundTrip{"create_intermediate_group", kLink, {1}, {1}},
-                    RoundTrip{"char_encoding", kLink, {"H5T_CSET_UTF8"}, {1}},
-                    RoundTrip{"char_encoding", "H5P_ATTRIBUTE_CREATE", {1}, {1}},
-                    RoundTrip{"copy_object", kCopy, {3}, {3}},
-                    RoundTrip{"copy_object", kCopy, {numeric(zbClass::UInt8, {17})}, {17}},
-                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_SHALLOW_HIERARCHY_FLAG"}, {1}},
-                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_SOFT_LINK_FLAG"}, {2}},
-                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_EXT_LINK_FLAG"}, {4}},
-                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_EXPAND_REFERENCE_FLAG"}, {8}},
-                    RoundTrip{"copy_object", kCopy, {"H5O_COPY_WITHOUT_ATTR_FLAG"}, {16}}),
+                    RoundTrip{"chunk_cache", kAccess, {101, 65536, 0.25}, {101, 65536, 0.25}}),
     tripName);
 
-TEST_P(OtherRoundTrip, GivesBackWhatWasSet) { expectRoundTrip(GetParam()); }
+TEST_P(TransferRoundTrip, GivesBackWhatWasSet) { expectRoundTrip(GetParam()); }
 
-TEST(OtherProperties, RefuseWhatHdf5Refuses) {
+TEST(TransferProperties, RefuseWhatHdf5Refuses) {
   const Owned transfer = makeList(kTransfer);
   expectLibraryError("H5Pset_hyper_vector_size", transfer, 0);
   expectLibraryError("H5Pset_btree_ratios", transfer, 0.1, 0.5, 1.1);
@@ -106,14 +77,14 @@ TEST(OtherProperties, RefuseWhatHdf5Refuses) {
   expectLibraryError("H5Pset_chunk_cache", transfer, 521, 1, 0.5);  // another class of lists
 }
 
-TEST(OtherProperties, ClearThePreserveFlag) {
+TEST(TransferProperties, ClearThePreserveFlag) {
   const Owned list = makeList(kTransfer);
   call("H5Pset_preserve", list, 1);
   call("H5Pset_preserve", list, 0.9);  // truncated
   EXPECT_EQ(callNumber("H5Pget_preserve", list), 0);
 }
 
-TEST(OtherProperties, TakeOnlyOneAnswerForErrorDetection) {
+TEST(TransferProperties, TakeOnlyOneAnswerForErrorDetection) {
   const Owned list = makeList(kTransfer);
   EXPECT_EQ(callNumber("H5Pget_edc_check", list), 1);
   expectRaises("badEnumNumericInput", {std::int64_t{2}, std::int64_t{2}}, "H5Pset_edc_check", list,
@@ -123,33 +94,20 @@ TEST(OtherProperties, TakeOnlyOneAnswerForErrorDetection) {
   EXPECT_EQ(callNumber("H5Pget_edc_check", list), 0);
 }
 
-TEST(OtherProperties, GiveTheMarkersOfTheChunkCacheAsTheyAre) {
+TEST(TransferProperties, GiveTheMarkersOfTheChunkCacheAsTheyAre) {
   const Owned list = makeList(kAccess);
   std::size_t slots = 0;
   std::size_t bytes = 0;
   double weight = 0;
   H5Pget_chunk_cache(list.get(), &slots, &bytes, &weight);
   EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list),
-            std::vector<double>({static_cast<double>(slots), static_cast<double>(bytes), weight}));
+            Numbers({static_cast<double>(slots), static_cast<double>(bytes), weight}));
   call("H5Pset_chunk_cache", list, 521, kBelowTwo64, 0);
   EXPECT_EQ(callNumbers("H5Pget_chunk_cache", list)[1], kBelowTwo64);
   expectRaises("scalarValueInputOutOfRange", {}, "H5Pset_chunk_cache", list, 521, kTwo64, 0);
 }
 
-TEST(OtherProperties, RefuseOtherCopyOptions) {
-  const Owned list = makeList(kCopy);
-  for (const char* name : {"H5O_COPY_PRESERVE_NULL_FLAG", "H5O_COPY_ALL",
-                           "h5o_copy_without_attr_flag", "H5O_COPY_WITHOUT_ATTR_FLAG ", ""}) {
-    expectRaises("badCopyOptionsString", {}, "H5Pset_copy_object", list, name);
-  }
-  for (const Value& other : {cell({}), logical(true), structure({{"a", number(1)}})}) {
-    expectRaises("badCopyObjectType", {}, "H5Pset_copy_object", list, other);
-  }
-  expectLibraryError("H5Pset_copy_object", list, 4096);
-  EXPECT_EQ(callNumber("H5Pget_copy_object", list), 0);
-}
-
-TEST(OtherProperties, SayWhenTheLibraryHasNoMemberTransferLists) {
+TEST(TransferProperties, SayWhenTheLibraryHasNoMemberTransferLists) {
   const Owned list = makeList(kTransfer);
   const double id = list.id();
   const Value members = column({id, id, id, id, id, id, id});
