@@ -15,6 +15,7 @@
 #include "host/call.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "host/messages.hpp"
+#include "host/numeric_class.hpp"
 
 /// The environment's array, which the gateway knows by pointer only.
 struct zbArray {
@@ -34,28 +35,15 @@ struct Error : std::runtime_error {
 
 // --- Classes and arrays -------------------------------------------------------
 
-template <class Number>
-double number(const void* element) {
-  return static_cast<double>(*static_cast<const Number*>(element));
-}
+const char* const kClassNames[] = {"unknown", "cell",   "struct", "logical", "char",
+                                   "double",  "single", "int8",   "uint8",   "int16",
+                                   "uint16",  "int32",  "uint32", "int64",   "uint64"};
 
-struct Class {
-  const char* name;
-  std::size_t size;  // of an element
-  double (*scalar)(const void* element);
-};
-
-const Class& classOf(zbClass type) {
-  static const Class classes[] = {
-      {"logical", 1, number<bool>},       {"char", 1, [](const void*) -> double { return NAN; }},
-      {"double", 8, number<double>},      {"single", 4, number<float>},
-      {"int8", 1, number<std::int8_t>},   {"uint8", 1, number<std::uint8_t>},
-      {"int16", 2, number<std::int16_t>}, {"uint16", 2, number<std::uint16_t>},
-      {"int32", 4, number<std::int32_t>}, {"uint32", 4, number<std::uint32_t>},
-      {"int64", 8, number<std::int64_t>}, {"uint64", 8, number<std::uint64_t>},
-  };
-  if (type < zbClass::Logical || type > zbClass::UInt64) throw Error("only numbers and text");
-  return classes[static_cast<int>(type) - static_cast<int>(zbClass::Logical)];
+std::size_t elementSize(zbClass type) {
+  if (type == zbClass::Char) return 1;
+  return Zembra::withNumericType(
+      type, [](auto element) { return sizeof element; },
+      []() -> std::size_t { throw Error("only numbers and text"); });
 }
 
 std::size_t product(const std::vector<std::size_t>& shape) {
@@ -70,7 +58,7 @@ std::size_t product(const std::vector<std::size_t>& shape) {
 thread_local std::map<const zbArray*, Array> made;
 
 zbArray* make(zbClass type, std::vector<std::size_t> shape, const void* data = nullptr) {
-  std::vector<std::byte> bytes(product({product(shape), classOf(type).size}));
+  std::vector<std::byte> bytes(product({product(shape), elementSize(type)}));
   if (data != nullptr) std::copy_n(static_cast<const std::byte*>(data), bytes.size(), bytes.data());
   const auto array = std::make_shared<zbArray>(zbArray{type, std::move(shape), std::move(bytes)});
   made[array.get()] = array;
@@ -80,7 +68,9 @@ zbArray* make(zbClass type, std::vector<std::size_t> shape, const void* data = n
 }  // namespace
 
 zbClass zbGetClass(const zbArray* array) { return array->type; }
-const char* zbGetClassName(const zbArray* array) { return classOf(array->type).name; }
+const char* zbGetClassName(const zbArray* array) {
+  return kClassNames[static_cast<std::size_t>(array->type)];
+}
 bool zbIsNumeric(const zbArray* array) { return array->type >= zbClass::Double; }
 bool zbIsComplex(const zbArray*) { return false; }
 bool zbIsSparse(const zbArray*) { return false; }
@@ -95,10 +85,16 @@ int zbSetDimensions(zbArray* array, std::size_t count, const std::size_t* dimens
 
 const void* zbGetData(const zbArray* array) { return array->data.data(); }
 void* zbGetWritableData(zbArray* array) { return array->data.data(); }
-std::size_t zbGetElementSize(const zbArray* array) { return classOf(array->type).size; }
+std::size_t zbGetElementSize(const zbArray* array) { return elementSize(array->type); }
 double zbGetScalar(const zbArray* array) {
-  return array->data.empty() ? NAN : classOf(array->type).scalar(array->data.data());
+  if (array->data.empty()) return NAN;
+  const auto first = [array](auto element) {
+    std::memcpy(&element, array->data.data(), sizeof element);
+    return static_cast<double>(element);
+  };
+  return Zembra::withNumericType(array->type, first, [] { return double{NAN}; });
 }
+
 char* zbArrayToString(const zbArray* array) {
   const std::string text(reinterpret_cast<const char*>(array->data.data()), array->data.size());
   if (array->type != zbClass::Char || text.find('\0') != text.npos) throw Error("no plain text");
@@ -173,8 +169,7 @@ struct HDF5Dataset::Transfer {
 HDF5Dataset::HDF5Dataset(hid_t type, hid_t space) : transfer_(std::make_unique<Transfer>()) {
   if (H5Tequal(type, H5T_NATIVE_DOUBLE) <= 0) throw Error("data in memory are doubles");
   std::array<hsize_t, H5S_MAX_RANK> extent{};
-  const int rank = H5Sget_simple_extent_dims(space, extent.data(), nullptr);
-  if (rank < 0) KVH5libraryError();
+  const int rank = Zembra::checked(H5Sget_simple_extent_dims(space, extent.data(), nullptr));
   transfer_->shape.assign(extent.rend() - rank, extent.rend());
   transfer_->shape.resize(static_cast<std::size_t>(std::max(rank, 2)), 1);
 }
@@ -212,6 +207,7 @@ static Array call(const char* name, const std::vector<Array>& arguments) {
   static void* const gateway = dlopen(H5GATE_GATEWAY, RTLD_NOW);
   if (gateway == nullptr) throw Error(dlerror());
   static auto* const enter = reinterpret_cast<zbExtensionFunction*>(dlsym(gateway, "zebFunction"));
+
   const std::shared_ptr<void> whenItEnds(nullptr, [](void*) { made.clear(); });
   std::vector<const zbArray*> ins = {zbCreateString(name)};
   for (const Array& argument : arguments) ins.push_back(argument.get());
@@ -231,6 +227,7 @@ int main(int count, char** arguments) try {
   const Array usual = text("H5P_DEFAULT"), all = text("H5S_ALL"), fitting = text("H5ZB_DEFAULT");
   const Array extent = numbers({1, 2}, {2, 3});  // 2 rows of 3, slowest-varying first
   const Array speed = numbers({3, 2}, {1.5, 2.5, 3.5, 4.5, 5.5, 6.5});
+
   const Array file = call("H5Fcreate", {path, text("H5F_ACC_TRUNC"), usual, usual});
   const Array space = call("H5Screate_simple", {numbers({1, 1}, {2}), extent, extent});
   const Array data = call("H5Dcreate", {file, text("speed"), text("H5T_IEEE_F32LE"), space, usual});
@@ -239,6 +236,7 @@ int main(int count, char** arguments) try {
   const auto* values = static_cast<const double*>(zbGetData(read.get()));
   std::printf("%s %zu-by-%zu, the first %g, the last %g\n", zbGetClassName(read.get()),
               read->shape[0], read->shape[1], values[0], values[5]);
+
   tryTo("H5Fopen", {path, text("H5F_ACC_RDONY"), usual});
   tryTo("H5Dopen", {file, text("height")});
   call("H5Dclose", {data});

@@ -24,6 +24,7 @@ __all__ = [
     "GatewayWarning",
     "Id",
     "LibraryError",
+    "__version__",
     "call",
     "h5",
     "records",

@@ -15,7 +15,10 @@ def run(*command, **options):
     """What a command did; its standard error is part of the output."""
     return subprocess.run(
         [str(word) for word in command],
-        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        **options,
     )
 
 

@@ -31,9 +31,15 @@ def search(compilers, tmp_path):
             shutil.copytree(compilers, tmp_path / "build")
             cache = tmp_path / "build/CMakeCache.txt"
             cache.write_text(cache.read_text().replace(str(compilers), str(tmp_path / "build")))
-        done = run("cmake", "-S", PROJECT, "-B", tmp_path / "build",
-                   f"-DSEARCH={ROOT / 'cmake' / part}",
-                   *(f"-D{name}={value}" for name, value in settings.items()))
+        done = run(
+            "cmake",
+            "-S",
+            PROJECT,
+            "-B",
+            tmp_path / "build",
+            f"-DSEARCH={ROOT / 'cmake' / part}",
+            *(f"-D{name}={value}" for name, value in settings.items()),
+        )
         if done.returncode == 0:
             return None
         (message,) = re.findall(r"CMake Error at .*\n((?:  .*\n|\n)+?)(?=Call Stack)", done.stdout)
@@ -53,8 +59,18 @@ def hdf5(tmp_path):
         (prefix / "include/hdf5.h").write_text('#include "H5pubconf.h"\n')
         (prefix / "include/H5pubconf.h").write_text(f'#define H5_VERSION "{version}"\n{extra}\n')
         for name in libraries:
-            subprocess.run([os.environ.get("CXX", "g++"), "-shared", "-x", "c++", "/dev/null",
-                            "-o", prefix / f"lib/lib{name}.so"], check=True)
+            subprocess.run(
+                [
+                    os.environ.get("CXX", "g++"),
+                    "-shared",
+                    "-x",
+                    "c++",
+                    "/dev/null",
+                    "-o",
+                    prefix / f"lib/lib{name}.so",
+                ],
+                check=True,
+            )
         return prefix
 
     return make

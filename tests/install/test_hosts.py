@@ -18,8 +18,17 @@ def by_cmake(prefix, tmp_path_factory):
     """A folder with both examples, each a CMake project of its own."""
     folder = tmp_path_factory.mktemp("cmake")
     for name in ("own_host", "embedded_host"):
-        output("cmake", "-G", "Ninja", "-S", EXAMPLES / name, "-B", folder / name,
-               f"-Dh5gate_ROOT={prefix}", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+        output(
+            "cmake",
+            "-G",
+            "Ninja",
+            "-S",
+            EXAMPLES / name,
+            "-B",
+            folder / name,
+            f"-Dh5gate_ROOT={prefix}",
+            "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror",
+        )
         output("cmake", "--build", folder / name)
         (folder / name / name).rename(folder / f"{name}.run")
     return folder
@@ -67,7 +76,9 @@ def test_the_reference_host_embedded(programs, tmp_path):
     folder, environment = programs
     text = output(folder / "embedded_host.run", tmp_path / "embedded.h5", env=environment)
     assert text.splitlines() == [
-        "link height", "link speed", "libraryError: object 'depth' doesn't exist",
+        "link height",
+        "link speed",
+        "libraryError: object 'depth' doesn't exist",
     ]
     with h5py.File(tmp_path / "embedded.h5") as file:
         assert file["height"][()].tolist() == [440, 447]
@@ -79,10 +90,21 @@ def test_a_host_that_hides_its_functions_is_told_which_is_missing(
 ):
     """The reference host lies beside the gateway, and must not jump in."""
     assert gateway.with_name("libzembra.so.1").exists()
-    output("make", "-f", ROOT / "tests/install/pkgconfig.mk", "own_host", "EXPORT=",
-           f"SOURCES={EXAMPLES}", cwd=by_pkgconfig, env=pkgconfig)
-    done = run(by_pkgconfig / "own_host", tmp_path / "own.h5",
-               env=dict(os.environ, LD_LIBRARY_PATH=str(gateway.parent)))
+    output(
+        "make",
+        "-f",
+        ROOT / "tests/install/pkgconfig.mk",
+        "own_host",
+        "EXPORT=",
+        f"SOURCES={EXAMPLES}",
+        cwd=by_pkgconfig,
+        env=pkgconfig,
+    )
+    done = run(
+        by_pkgconfig / "own_host",
+        tmp_path / "own.h5",
+        env=dict(os.environ, LD_LIBRARY_PATH=str(gateway.parent)),
+    )
     assert done.returncode == 1
     message = re.fullmatch(r"own_host: (\S+): undefined symbol: (\w+)\n", done.stdout)
     assert message, done.stdout
@@ -92,16 +114,18 @@ def test_a_host_that_hides_its_functions_is_told_which_is_missing(
 
 
 def test_the_package_for_cmake_says_what_it_is(prefix, gateway, tmp_path):
-    (tmp_path / "CMakeLists.txt").write_text("""
+    (tmp_path / "CMakeLists.txt").write_text(
+        """
 cmake_minimum_required(VERSION 3.25)
 project(reader LANGUAGES CXX)
 find_package(h5gate ${wanted} REQUIRED)
 message(STATUS "gateway=${h5gate_GATEWAY} version=${h5gate_VERSION}")
 find_package(h5gate REQUIRED)  # once more does no harm
-""")
+"""
+    )
     configure = ["cmake", "-S", tmp_path, "-B", tmp_path / "build", f"-Dh5gate_ROOT={prefix}"]
     text = output(*configure)
-    version = re.search(rf"gateway={re.escape(str(gateway))} version=(\S+)", text).group(1)
+    (version,) = re.findall(rf"gateway={re.escape(str(gateway))} version=(\S+)", text)
     major, minor, _ = version.split(".")
     output(*configure, f"-Dwanted={major}.{minor}")
     done = run(*configure, f"-Dwanted={major}.{int(minor) + 1}")

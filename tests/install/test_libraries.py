@@ -14,8 +14,8 @@ def dynamic_section(library, tag):
 
 def symbols(library, kind):
     """The types and names of the library's dynamic symbols."""
-    lines = output("nm", "--dynamic", "--demangle", kind, library).splitlines()
-    return [re.fullmatch(r"[0-9a-f]* *(\w) (.*)", line).groups() for line in lines]
+    lines = output("nm", "--dynamic", "--demangle", kind, library)
+    return re.findall(r"^[0-9a-f]* *(\w) (.*)$", lines, re.MULTILINE)
 
 
 def test_the_gateway_needs_hdf5_and_no_host(gateway):
@@ -35,7 +35,7 @@ def test_the_gateway_lacks_what_the_headers_of_a_host_declare_and_no_more(gatewa
     for kind, name in symbols(gateway, "--undefined-only"):
         of_a_system_library = "@" in name or kind == "w"
         if not of_a_system_library and not name.startswith("H5"):
-            lacking.add(re.fullmatch(r"(?:HDF5Dataset::)?(~?[\w:]+)(\(.*\))?", name).group(1))
+            lacking.add(re.sub(r"^HDF5Dataset::|\(.*", "", name))
     assert len(lacking) > 30
     assert lacking <= declared, f"no host can give {sorted(lacking - declared)}"
 

@@ -14,7 +14,8 @@ IMPORT = "import zembra; print(zembra.__file__, zembra.__version__)"
 
 def project_version():
     text = (ROOT / "CMakeLists.txt").read_text()
-    return re.search(r"project\(h5gate VERSION (\S+)", text).group(1)
+    (version,) = re.findall(r"project\(h5gate VERSION (\S+)", text)
+    return version
 
 
 def test_the_line_that_installing_prints_is_all_it_takes(installation):
