@@ -3,6 +3,7 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make test-releases  the tests with every HDF5 release and compiler
 #   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
@@ -15,7 +16,7 @@ CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
 PYTEST := $(PYTHON) -m pytest tests/scripts
 
-.PHONY: setup build demo test bench sanitize fuzz lint format install clean
+.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install clean
 
 setup:
 	@tools/setup.sh
@@ -41,6 +42,9 @@ bench: setup
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+
+test-releases:
+	@tools/test_releases.sh
 
 # An allocation that is too large is to fail as it does elsewhere, not to be a report.
 sanitize: export ASAN_OPTIONS := allocator_may_return_null=1

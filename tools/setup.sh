@@ -2,6 +2,7 @@
 # Installs the Debian packages that building and testing need, if any is missing.
 #   tools/setup.sh          to build, test, demonstrate, measure
 #   tools/setup.sh lint     to lint and format as well
+#   tools/setup.sh releases to test with other compilers and releases as well
 set -eu
 
 packages=(
@@ -11,6 +12,8 @@ packages=(
 )
 if [ "${1:-}" = lint ]; then
   packages+=(git clang-format clang-tidy)
+elif [ "${1:-}" = releases ]; then
+  packages+=(clang debootstrap xz-utils)
 fi
 
 if ! command -v dpkg-query > /dev/null; then
