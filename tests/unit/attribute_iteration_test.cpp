@@ -104,7 +104,7 @@ TEST_F(AttributeIteration, RaisesWhatTheWarningRaises) {
   EXPECT_FALSE((*error)->cause);
 }
 
-TEST_F(AttributeIteration, HasInputsAsTheyAreDescribed) {
+TEST_F(AttributeIteration, NamesTheInputThatIsWrong) {
   const Parameters location = {std::string("location identifier")};
   const Parameters offset = {std::string("\"initial offset within index\"")};
   expectRaises("doubleHidtMismatch", location, "H5Aiterate", true, -1, neverCalled());

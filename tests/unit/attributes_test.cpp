@@ -76,7 +76,7 @@ TEST_F(Attributes, NeverReadASixthInput) {
   }
 }
 
-TEST_F(Attributes, TakeTheCreationListInBothPlaces) {
+TEST_F(Attributes, TakeTheCreationListInBothForms) {
   const Owned space = scalarSpace();
   const Owned creation = makeList("H5P_ATTRIBUTE_CREATE");
   H5Pset_char_encoding(creation.get(), H5T_CSET_UTF8);
@@ -86,7 +86,7 @@ TEST_F(Attributes, TakeTheCreationListInBothPlaces) {
   EXPECT_EQ(fieldNumber(result("H5Aget_info", six), "cset"), H5T_CSET_UTF8);
 }
 
-TEST_F(Attributes, AreMadeOnceAndOfWhatIsThere) {
+TEST_F(Attributes, AreMadeOnceAndOfWhatExists) {
   const Owned space = scalarSpace();
   const Owned attribute = create("a");
   expectLibraryError("H5Acreate", file, "a", "H5T_STD_I32LE", space, kDefault);
@@ -164,7 +164,7 @@ struct Described {
   std::vector<std::string> inputs;  // empty for an enumeration, a position, whatever is not read
 };
 
-TEST_F(Attributes, HaveInputsAsTheyAreDescribed) {
+TEST_F(Attributes, NameTheInputThatIsWrong) {
   const std::string object = "object identifier";
   const std::string location = "location identifier";
   const std::string type = "datatype identifier";

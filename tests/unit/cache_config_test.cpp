@@ -192,7 +192,7 @@ TEST(CacheConfigStructure, HoldsSizesAsPositiveNumbers) {
   EXPECT_EQ(numberOf(field(structure, "min_size")), kTwo64);
 }
 
-TEST(CacheConfigStructure, HoldsANameWithoutItsEndAsFarAsThereIsOne) {
+TEST(CacheConfigStructure, HoldsANameUpToItsTerminatorIfItHasOne) {
   H5AC_cache_config_t config = sample();
   std::memset(config.trace_file_name, 'n', sizeof config.trace_file_name);
   EXPECT_EQ(textOf(field(structureOf(config), "trace_file_name")),
@@ -225,7 +225,7 @@ TEST(CacheConfigRecord, WantsEveryField) {
   }
 }
 
-TEST(CacheConfigRecord, MissesTheFirstFieldThatIsNotThere) {
+TEST(CacheConfigRecord, NamesTheFirstFieldThatIsMissing) {
   EXPECT_EQ(complaintOf(changed({{"decr_mode", Value()}, {"max_size", Value()}})),
             "missingMdcConfigField(max_size)");
   // Up to max_decrement before any is read; those behind it when their turn comes.
@@ -335,7 +335,7 @@ TEST(CacheConfigRecord, ReadsTheMaximumIncrementLate) {
 
 // --- Through files and lists ---------------------------------------------------------
 
-TEST(CacheConfig, OfAFileComesAndGoes) {
+TEST(CacheConfig, OfAFileIsReadAndSet) {
   const MemoryFile file;
   const Value config = result("H5Fget_mdc_config", file);
   EXPECT_EQ(numberOf(field(config, "version")), 1);
@@ -347,7 +347,7 @@ TEST(CacheConfig, OfAFileComesAndGoes) {
   EXPECT_EQ(numberOf(field(result("H5Fget_mdc_config", file), "epoch_length")), 12345);
 }
 
-TEST(CacheConfig, OfAVersionOfItsOwnChangesNothing) {
+TEST(CacheConfig, OfAnotherVersionChangesNothing) {
   const MemoryFile file;
   const Value config = result("H5Fget_mdc_config", file);
   EXPECT_TRUE(call("H5Fset_mdc_config", file, withField(config, "version", number(7))).empty());

@@ -113,9 +113,9 @@ Results runWith(const Iteration& iteration, const ThreeOfEach& there, const Valu
 }
 
 /// Each test runs for every function.
-class Called : public testing::TestWithParam<Iteration> {
+class Iterating : public testing::TestWithParam<Iteration> {
  protected:
-  ~Called() override {
+  ~Iterating() override {
     // Whatever happened, nothing holds the file: it can be made anew, and deleted.
     const std::string path = there_->path;
     EXPECT_EQ(callNumber("H5Fget_obj_count", there_->file, "H5F_OBJ_ALL"), 4);
@@ -151,10 +151,10 @@ class Called : public testing::TestWithParam<Iteration> {
   std::unique_ptr<ThreeOfEach> there_ = std::make_unique<ThreeOfEach>();
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Called, testing::ValuesIn(kIterations),
+INSTANTIATE_TEST_SUITE_P(All, Iterating, testing::ValuesIn(kIterations),
                          [](const auto& test) { return std::string(test.param.title); });
 
-TEST_P(Called, GoesOnWhileTheStatusIsZero) {
+TEST_P(Iterating, GoesOnWhileTheStatusIsZero) {
   for (const double status : {0.0, 0.3, -0.5, 0.999}) {
     int calls = 0;
     const Results results = runWith(GetParam(), there(), counting(calls, [&](int call) {
@@ -170,7 +170,7 @@ TEST_P(Called, GoesOnWhileTheStatusIsZero) {
   }
 }
 
-TEST_P(Called, StopsAtAPositiveStatus) {
+TEST_P(Iterating, StopsAtAPositiveStatus) {
   for (const auto& [status, expected] :
        {std::pair(1.0, 1), std::pair(2.7, 2), std::pair(2147483647.9, 2147483647)}) {
     int calls = 0;
@@ -189,7 +189,7 @@ TEST_P(Called, StopsAtAPositiveStatus) {
   EXPECT_TRUE(warnings.list.empty());
 }
 
-TEST_P(Called, TakesStatusesOfEveryNumericClass) {
+TEST_P(Iterating, TakesStatusesOfEveryNumericClass) {
   for (const Value& status :
        {logical(true), numeric(zbClass::Int8, {1}), numeric(zbClass::UInt64, {1}),
         numeric(zbClass::Single, {1.5}), row({1, 0, 0})}) {
@@ -201,7 +201,7 @@ TEST_P(Called, TakesStatusesOfEveryNumericClass) {
   }
 }
 
-TEST_P(Called, FailsAtANegativeStatus) {
+TEST_P(Iterating, FailsAtANegativeStatus) {
   for (const double status : {-1.0, -2147483648.0, 2147483648.0, 1e300, kNaN}) {
     int calls = 0;
     expectFails(counting(calls, [&](int call) { return Results{number(status), number(call)}; }));
@@ -210,7 +210,7 @@ TEST_P(Called, FailsAtANegativeStatus) {
   EXPECT_TRUE(warnings.list.empty());
 }
 
-TEST_P(Called, FailsAtAStatusThatIsNoNumber) {
+TEST_P(Iterating, FailsAtAStatusThatIsNoNumber) {
   for (const Value& status :
        {text("0"), empty(), cell({number(0)}), structure({{"status", number(0)}}), identifier(0),
         numeric(zbClass::Int32, {}), zembra::makeForeign(zembra::Origin())}) {
@@ -220,7 +220,7 @@ TEST_P(Called, FailsAtAStatusThatIsNoNumber) {
   }
 }
 
-TEST_P(Called, TakesNoAnswerForGoingOnWhereOneIsAsked) {
+TEST_P(Iterating, GoesOnWithoutAnAnswerWhereOnlyAStatusIsAsked) {
   int calls = 0;
   const Value silent = counting(calls, [](int /*call*/) { return Results(); });
   if (GetParam().trapped) {
@@ -233,7 +233,7 @@ TEST_P(Called, TakesNoAnswerForGoingOnWhereOneIsAsked) {
   }
 }
 
-TEST_P(Called, TakesMissingUserDataForEmptyOnes) {
+TEST_P(Iterating, ReadsMissingUserDataAsEmpty) {
   if (!GetParam().trapped) return;  // they travel with trapped functions only
   int calls = 0;
   const Results results = runWith(GetParam(), there(),
@@ -242,7 +242,7 @@ TEST_P(Called, TakesMissingUserDataForEmptyOnes) {
   EXPECT_EQ(classOf(results.back()), zbClass::Double);
 }
 
-TEST_P(Called, PassesOnWhatTheHostFunctionThrows) {
+TEST_P(Iterating, PassesOnWhatTheHostFunctionThrows) {
   int calls = 0;
   const Failure error = failureWith(GetParam(), there(), counting(calls, [](int call) -> Results {
                                       if (call == 3) throw std::runtime_error("the third is bad");
@@ -260,7 +260,7 @@ TEST_P(Called, PassesOnWhatTheHostFunctionThrows) {
   }
 }
 
-TEST_P(Called, ForgetsTheCauseOfAnErrorBefore) {
+TEST_P(Iterating, ForgetsTheCauseOfAnErrorBefore) {
   int calls = 0;
   failureWith(GetParam(), there(),
               counting(calls, [](int /*call*/) -> Results { throw std::runtime_error("before"); }));
@@ -269,7 +269,7 @@ TEST_P(Called, ForgetsTheCauseOfAnErrorBefore) {
   EXPECT_FALSE((*error)->cause);
 }
 
-TEST_P(Called, SurvivesExceptionsOfAnyKind) {
+TEST_P(Iterating, SurvivesExceptionsOfAnyKind) {
   int calls = 0;
   const Failure error = failureWith(GetParam(), there(), counting(calls, [](int) -> Results {
                                       throw 42;  // says nothing about itself
@@ -281,7 +281,7 @@ TEST_P(Called, SurvivesExceptionsOfAnyKind) {
   }
 }
 
-TEST_P(Called, NeedsAFunction) {
+TEST_P(Iterating, NeedsAFunction) {
   for (const Value& other : {number(1), text("disp"), empty(), cell({}), structure({})}) {
     const Failure error = failureWith(GetParam(), there(), other);
     ASSERT_TRUE(error);
@@ -292,7 +292,7 @@ TEST_P(Called, NeedsAFunction) {
   }
 }
 
-TEST_P(Called, Nests) {
+TEST_P(Iterating, Nests) {
   int inner = 0;
   int outer = 0;
   const Value quiet = counting(inner, [](int call) { return Results{number(0), number(call)}; });
@@ -307,7 +307,7 @@ TEST_P(Called, Nests) {
   }
 }
 
-TEST_P(Called, RecoversFromEveryOtherFunctionFailingInside) {
+TEST_P(Iterating, RecoversFromEveryOtherFunctionFailingInside) {
   for (const Iteration& inside : kIterations) {
     int innerCalls = 0;
     int outerCalls = 0;
@@ -329,7 +329,7 @@ TEST_P(Called, RecoversFromEveryOtherFunctionFailingInside) {
   }
 }
 
-TEST_P(Called, PassesOnWhatFailsInside) {
+TEST_P(Iterating, PassesOnWhatFailsInside) {
   for (const Iteration& inside : kIterations) {
     int innerCalls = 0;
     int outerCalls = 0;

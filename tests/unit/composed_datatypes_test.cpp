@@ -70,7 +70,7 @@ TEST(ArrayDatatypes, TakeARankThatFits) {
   EXPECT_EQ(callNumber("H5Tget_array_ndims", largest), 32);
 }
 
-TEST(ArrayDatatypes, AloneHaveARank) {
+TEST(ArrayDatatypes, AreTheOnlyOnesWithARank) {
   expectRaises("datasetHasNoRank", {}, "H5Tget_array_dims", "H5T_NATIVE_INT");
   expectLibraryError("H5Tget_array_ndims", "H5T_NATIVE_INT");
 }

@@ -20,7 +20,7 @@ using namespace h5test;
 const char* const kDataset = "H5P_DATASET_CREATE";
 const char* const kGroup = "H5P_GROUP_CREATE";
 
-TEST(CreationProperties, CallTheirInputsByTheirNames) {
+TEST(CreationProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input listOrClass = classInput("property list identifier");
   const Input plain = listInput("property list");
@@ -229,7 +229,7 @@ TEST(FilterPipeline, GivesAsManyOutputsAsAskedFor) {
   }
 }
 
-TEST(FilterPipeline, HasNoClientDataOfAFilterWithout) {
+TEST(FilterPipeline, GivesEmptyClientDataOfAFilterWithoutAny) {
   const Owned list = makeList(kDataset);
   call("H5Pset_fletcher32", list);
   const Results results = call("H5Pget_filter", list, 0);
@@ -262,7 +262,7 @@ TEST(FilterPipeline, TakesClientDataOfAnyClass) {
   }
 }
 
-TEST(FilterPipeline, GivesManyClientData) {
+TEST(FilterPipeline, GivesAllClientDataHoweverMany) {
   const Owned list = makeList(kDataset);
   Numbers values(256);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>(i * i);

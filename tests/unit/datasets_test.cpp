@@ -61,7 +61,7 @@ TEST(Datasets, ComplainFromLeftToRight) {
   expectComplaints("H5Dset_extent", {id("dataset identifier"), extent});
 }
 
-TEST(Datasets, ConvertWhatFillsThemBeforeTheyLookAtTheBuffer) {
+TEST(Fill, ReadsItsIdentifiersBeforeItLooksAtTheBuffer) {
   const Input buffer = {1, {{1, "failureToRetrieveDataspaceNdims", {}}}};
   expectComplaints("H5Dfill",
                    {anyInput(), id("fill type identifier"), buffer,
@@ -69,7 +69,7 @@ TEST(Datasets, ConvertWhatFillsThemBeforeTheyLookAtTheBuffer) {
                    {1, 3, 4, 2});
 }
 
-TEST(Datasets, TakeOneNameForIdentifiers) {
+TEST(Datasets, TakeTheDefaultListAndNoOtherNameForAnIdentifier) {
   const MemoryFile file;
   const Owned space = makeSpace({3});
   expectRaises("unmatchedHidtString", {"H5S_ALL", "dataspace identifier"}, "H5Dcreate", file, "d",
@@ -186,7 +186,7 @@ TEST(Datasets, ThatDoNotExistHaveNoStorage) {
   EXPECT_EQ(callNumber("H5Dget_storage_size", kDefault), 0);
 }
 
-TEST(Datasets, LieSomewhereWhenTheyAreContiguous) {
+TEST(Datasets, HaveAnOffsetWhenTheyAreContiguous) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_DOUBLE", makeSpace({3}));
   expectLibraryError("H5Dget_offset", dataset);  // nothing is allocated yet
@@ -197,7 +197,7 @@ TEST(Datasets, LieSomewhereWhenTheyAreContiguous) {
             static_cast<double>(H5Dget_offset(dataset.get())));
 }
 
-TEST(Datasets, LieNowhereWhenTheyAreChunked) {
+TEST(Datasets, HaveNoOffsetWhenTheyAreChunked) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   const double values[24] = {};
@@ -236,7 +236,7 @@ TEST(Extents, AreTakenInHdf5sOrderFromAnyShapeAndNumericClass) {
   }
 }
 
-TEST(Extents, ShrinkOrNot) {
+TEST(Extents, ShrinkWhereTheyAreSetButNotWhereTheyAreExtended) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   call("H5Dextend", dataset, row({2, 9}));  // which only grows
@@ -249,7 +249,7 @@ TEST(Extents, ShrinkOrNot) {
   EXPECT_EQ(extentOf(dataset), (Numbers{1, 3}));
 }
 
-TEST(Extents, ThatAreLeftOffStayAsTheyAre) {
+TEST(Extents, OfDimensionsThatAreLeftOutStayAsTheyAre) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   call("H5Dset_extent", dataset, 2);
@@ -258,7 +258,7 @@ TEST(Extents, ThatAreLeftOffStayAsTheyAre) {
   EXPECT_EQ(extentOf(dataset), (Numbers{5, 6}));
 }
 
-TEST(Extents, MayBeMoreThanHdf5EverTakes) {
+TEST(Extents, MayHaveMoreElementsThanHdf5HasDimensions) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   call("H5Dset_extent", dataset, row(Numbers(50, 7)));

@@ -146,7 +146,7 @@ TEST(DataspaceVectors, AreDoubles) {
   }
 }
 
-TEST(DataspaceVectors, HoldNothingThatIsNoSize) {
+TEST(DataspaceVectors, RefuseElementsThatAreNoSizes) {
   const Owned space = makeSpace({10});
   for (const VectorInput& input : vectorInputs()) {
     for (const double element : {kNaN, kInfinity, -kInfinity, -1.0, -1.5, -2.0, kTwo64, 1e300}) {
@@ -160,7 +160,7 @@ TEST(DataspaceVectors, HoldNothingThatIsNoSize) {
   }
 }
 
-TEST(DataspaceVectors, LoseTheirFractions) {
+TEST(DataspaceVectors, TruncateFractions) {
   const Owned space = makeSpace({2.9, -0.5}, row({3.99, 7.5}));
   const auto extent = call("H5Sget_simple_extent_dims", space);
   EXPECT_EQ(numbersOf(extent[1]), (Numbers{2, 0}));
@@ -317,7 +317,7 @@ TEST(Dataspaces, GiveAllOfTheExtentHoweverLittleIsAsked) {
   }
 }
 
-TEST(Dataspaces, AskForAsManyDimensionsAsTheRank) {
+TEST(Dataspaces, NeedAsManyExtentsAsTheRank) {
   struct {
     double rank;
     Numbers dims, maxDims;

@@ -122,7 +122,7 @@ TEST(Datatypes, AreNotNamedWhereAnIdentifierIsTaken) {
   }
 }
 
-TEST(Datatypes, ThatAreNoneFailInHdf5) {
+TEST(Datatypes, ThatDoNotExistFailInHdf5) {
   std::vector<FirstInput> functions = functionsOfNamedTypes();
   functions.insert(functions.end(), functionsOfIdentifiers().begin(),
                    functionsOfIdentifiers().end());
@@ -265,7 +265,7 @@ TEST(Datatypes, AreCommittedWithLists) {
   EXPECT_EQ(callNumber("H5Tequal", opened, type), 1);
 }
 
-TEST(Datatypes, AreCommittedWithEachInputAsItIsDescribed) {
+TEST(Datatypes, NameTheInputThatIsWrongWhenTheyAreCommitted) {
   const MemoryFile file;
   const Owned type = make("H5Tcopy", "H5T_STD_I16BE");
   const std::string location = "location identifier";

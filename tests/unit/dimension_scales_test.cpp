@@ -47,7 +47,7 @@ void expectFails(const std::string& name, Inputs&&... inputs) {
   expectRaises("libraryFailureH5DS", {name}, name, std::forward<Inputs>(inputs)...);
 }
 
-TEST_F(DimensionScales, CallTheirInputsByTheirNames) {
+TEST_F(DimensionScales, NameTheInputThatIsWrong) {
   const Input dataset = identifierInput(data_, "dataset identifier");
   const Input scale = identifierInput(x_, "dimension scale identifier");
   const Input dimension = scalarInput();
@@ -67,7 +67,7 @@ TEST_F(DimensionScales, CallTheirInputsByTheirNames) {
   expectComplaints("H5DSiterate_scales", {dataset, dimension, intInput(), any, any});
 }
 
-TEST_F(DimensionScales, FailByTheirNames) {
+TEST_F(DimensionScales, NameTheFunctionThatFails) {
   expectFails("H5DSset_scale", kNoIdentifier, "x");
   expectFails("H5DSset_scale", kNoIdentifier, empty());
   expectFails("H5DSis_scale", kNoIdentifier);

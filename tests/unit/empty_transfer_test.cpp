@@ -72,7 +72,7 @@ TEST(EmptyTransfer, DependsOnTheExtentAndNotOnTheSelection) {
   EXPECT_EQ(shapeOf(readFrom(dataset, null, space)), (Shape{0, 0}));
 }
 
-TEST(EmptyTransfer, NeedsTheSameNumberOfPointsAllTheSame) {
+TEST(EmptyTransfer, NeedsAsManyPointsInMemoryAsInTheFile) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", makeSpace({0}));
   expectLibraryError("H5Dread", dataset, kChosen, makeSpace({3}), kAll, kDefault);

@@ -98,7 +98,7 @@ TEST(EnumerationInsert, KeepsAllBitsOfLongIntegers) {
   EXPECT_EQ(dataOf<std::uint64_t>(result("H5Tget_member_value", isUnsigned, 0)), most);
 }
 
-TEST(EnumerationInsert, SeesTheLeastIntegerForDoublesBeyondThem) {
+TEST(EnumerationInsert, TakesDoublesBeyondAllIntegersForTheLeastOne) {
   for (const double value : {9223372036854775808.0, -1e300, kInfinity, -kInfinity, kNaN}) {
     const Owned type = enumerationOn("H5T_STD_I64LE");
     insert(type, "value", value);
@@ -202,7 +202,7 @@ TEST(EnumerationValues, OfOddSizesKeepTheirSignAsMembers) {
   EXPECT_EQ(numberOf(result("H5Tenum_valueof", type, "minus")), 0xFFFFFE);
 }
 
-TEST(EnumerationValues, AreOfTheDatatypeOrOfTheMachine) {
+TEST(EnumerationValues, AreInTheByteOrderOfTheDatatypeOrOfTheMachine) {
   const Owned type = enumerationOn("H5T_STD_I16BE");
   insert(type, "two", 2);
   insert(type, "minus", -2);
@@ -228,7 +228,7 @@ TEST(EnumerationValues, WiderThanEightBytesHaveNoClass) {
   }
 }
 
-TEST(EnumerationValues, AreOfMembersThatAreThere) {
+TEST(EnumerationValues, NeedMembersThatExist) {
   const Owned type = enumerationOn("H5T_STD_I32LE");
   expectLibraryError("H5Tenum_valueof", type, "one");
   expectLibraryError("H5Tget_member_value", type, 0);
@@ -278,7 +278,7 @@ TEST(EnumerationNames, OfLongValuesReadTheirBeginning) {
   EXPECT_EQ(callText("H5Tenum_nameof", type, numeric(zbClass::Int32, {5, 6, 7})), "five");
 }
 
-TEST(EnumerationNames, OfNoDataAreNone) {
+TEST(EnumerationNames, AreRefusedForValuesWithoutData) {
   const Owned type = enumerationOn("H5T_STD_I32LE");
   insert(type, "zero", 0);
   for (const Value& value :

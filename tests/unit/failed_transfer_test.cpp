@@ -53,7 +53,7 @@ TEST(BrokenFile, WithASpoiledChunkIsALibraryErrorUnlessTheListAllowsIt) {
   EXPECT_EQ(numbersOf(result("H5Dread", dataset, kChosen, kAll, kAll, list))[501], 501 % 256);
 }
 
-TEST(BrokenFile, OfAnyLengthIsALibraryError) {
+TEST(BrokenFile, CutToAnyLengthIsALibraryError) {
   const DiskFile disk;
   const std::string whole = readBytes(disk.path());
   for (std::size_t length = 0; length < whole.size(); length += 97) {
@@ -64,7 +64,7 @@ TEST(BrokenFile, OfAnyLengthIsALibraryError) {
   EXPECT_EQ(numbersOf(readAll(make("H5Dopen", disk.open(), "data"))).size(), 1000U);
 }
 
-TEST(BrokenFile, ThatIsNoneOfHdf5sIsALibraryError) {
+TEST(BrokenFile, OfAnotherFormatIsALibraryError) {
   const DiskFile disk;
   std::string whole = readBytes(disk.path());
   whole[1] = 'h';
@@ -118,7 +118,7 @@ TEST(FailedTransfer, IsAnErrorWhereMemoryCannotHoldTheData) {
   }
 }
 
-TEST(FailedTransfer, OfSomeElementsOfAnImmenseDatasetIsNone) {
+TEST(ImmenseDataset, GivesAndTakesSomeOfItsElements) {
   const MemoryFile file;
   const Owned list = chunked({1, 1});
   const Owned space = makeSpace({4294967296, 1073741824});

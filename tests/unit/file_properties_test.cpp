@@ -22,7 +22,7 @@ using namespace h5test;
 const char* const kCreate = "H5P_FILE_CREATE";
 const char* const kAccess = "H5P_FILE_ACCESS";
 
-TEST(FileProperties, CallTheirInputsByTheirNames) {
+TEST(FileProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input creation = listInput("file creation property list");
   const Input creationId = listInput("file creation property list identifier");
@@ -147,7 +147,7 @@ TEST(FileProperties, RefuseWhatHdf5Refuses) {
   expectLibraryError("H5Pset_libver_bounds", access, "H5F_LIBVER_EARLIEST", "H5F_LIBVER_EARLIEST");
 }
 
-TEST(FileProperties, NameTheVersion18AsTheLatest) {
+TEST(FileProperties, TakeVersion18ForTheLatest) {
   const Owned byOneName = makeList(kAccess);
   const Owned byTheOther = makeList(kAccess);
   call("H5Pset_libver_bounds", byOneName, "H5F_LIBVER_18", "H5F_LIBVER_LATEST");
@@ -185,7 +185,7 @@ TEST(CacheConfiguration, IsTakenAsItIsGiven) {
   EXPECT_TRUE(call("H5Pset_mdc_config", list, config).empty());
 }
 
-TEST(CacheConfiguration, IsKept) {
+TEST(CacheConfiguration, ComesBackAsItWasSet) {
   const Owned list = makeList(kAccess);
   Value config = result("H5Pget_mdc_config", list);
   const std::pair<const char*, double> numbers[] = {
@@ -205,7 +205,7 @@ TEST(CacheConfiguration, IsKept) {
   EXPECT_EQ(textOf(field(kept, "trace_file_name")), "");
 }
 
-TEST(CacheConfiguration, MissesNoField) {
+TEST(CacheConfiguration, NeedsEveryField) {
   const Owned list = makeList(kAccess);
   const Value config = result("H5Pget_mdc_config", list);
   for (const std::string& name : fieldNames(config)) {
@@ -216,7 +216,7 @@ TEST(CacheConfiguration, MissesNoField) {
                number(1));
 }
 
-TEST(CacheConfiguration, HasRanges) {
+TEST(CacheConfiguration, IsRefusedOutOfItsRanges) {
   const Owned list = makeList(kAccess);
   const Value config = result("H5Pget_mdc_config", list);
   const auto expect = [&](const char* key, const char* name, double value) {
@@ -461,7 +461,7 @@ TEST(MultiProperties, TakeNoNameThatPrintsMoreThanTheFilesName) {
   EXPECT_EQ(driverOf(list), constant("H5FD_MULTI"));
 }
 
-TEST(MultiProperties, OfTheSplitDriver) {
+TEST(MultiProperties, AreSetByTheSplitDriverToo) {
   const Owned list = makeList(kAccess);
   const Owned meta = makeList(kAccess);
   const Owned raw = makeList(kAccess);

@@ -81,7 +81,7 @@ TEST(FileCreation, FailsWhereThereIsNoFolder) {
 
 // --- Opening -------------------------------------------------------------------------
 
-TEST(FileOpening, TakesTwoNamesAndTheirNumbers) {
+TEST(FileOpening, TakesReadOnlyAndReadWriteByNameAndByNumber) {
   const std::string path = temporaryPath();
   createFile(path);
   const std::vector<std::pair<Argument, bool>> cases = {
@@ -206,7 +206,7 @@ TEST(FileFunctions, FailOnIdentifiersOfNoFile) {
   }
 }
 
-TEST(FileFunctions, HandSomeFailuresBack) {
+TEST(FileFunctions, GiveSomeFailuresAsResults) {
   EXPECT_EQ(callNumber("H5Fget_freespace", -1), -1);
   EXPECT_EQ(callNumber("H5Fget_obj_count", -1, "H5F_OBJ_ALL"), -1);
   const Value name = result("H5Fget_name", -1);

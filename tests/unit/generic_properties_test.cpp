@@ -16,7 +16,7 @@ namespace {
 
 using namespace h5test;
 
-TEST(GenericProperties, CallTheirInputsByTheirNames) {
+TEST(GenericProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input listOrClass = classInput("property list identifier");
   expectComplaints("H5Pcreate", {classInput("class identifier")});

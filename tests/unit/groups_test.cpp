@@ -28,7 +28,7 @@ Input destinationInput() {
   return input;
 }
 
-TEST(Groups, CallTheirInputsByTheirNames) {
+TEST(Groups, NameTheInputThatIsWrong) {
   const MemoryFile file;
   const Input location = identifierInput(file, "location identifier");
   const Input group = identifierInput(file, "group identifier");
@@ -159,7 +159,7 @@ TEST(Groups, GiveTheValuesOfLinks) {
                "any");
 }
 
-TEST(Groups, NameTheirMembersOrSayNothing) {
+TEST(Groups, NameTheirMembersAndGiveEmptyTextBeyondThem) {
   const MemoryFile file;
   const std::string longName(300, 'n');
   makeGroup(file, "b");
@@ -287,7 +287,7 @@ TEST(Groups, TakeTheFunctionsStatusTowardZero) {
   EXPECT_EQ(calls, 2);
 }
 
-TEST(Groups, HandBackHdf5sAnswerToAnIterationEvenAFailure) {
+TEST(Groups, GiveTheResultOfAnIterationEvenIfItFailed) {
   const MemoryFile file;
   EXPECT_EQ(callNumber("H5Giterate", file, "/", 0, neverCalled()), 0);
   makeGroup(file, "a");
@@ -325,7 +325,7 @@ TEST(Groups, MayBeIteratedOverFromWithin) {
   EXPECT_EQ(names, Names({"a", "x", "b", "y", "z"}));
 }
 
-TEST(Groups, MayBeAnsweredWithAnInput) {
+TEST(Groups, TakeAnInputOfTheFunctionForItsStatus) {
   const MemoryFile file;
   makeGroup(file, "a");
   const Value identity = function([&](int /*outputs*/, std::span<zbArray* const> inputs) {

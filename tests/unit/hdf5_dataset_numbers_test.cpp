@@ -166,7 +166,7 @@ TEST_F(Hdf5DatasetTest, BitFieldsAreUnsigned) {
   EXPECT_TRUE(equal(memoryType(H5T_STD_B32BE), H5T_NATIVE_B32));
 }
 
-TEST_F(Hdf5DatasetTest, CodesThatWouldChangeAreRefused) {
+TEST_F(Hdf5DatasetTest, NumbersThatNoEnumerationOrBitFieldHoldsAreRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double infinity = std::numeric_limits<double>::infinity();
   for (const double value : {0.5, nan, infinity, -1.0, 256.0}) {

@@ -106,7 +106,7 @@ TEST(HostArrays, RememberTheNaturalRankOfScalars) {
   EXPECT_EQ(row({1}).get()->naturalRank, -1);
 }
 
-TEST(HostArrays, AreLentByIndexAndName) {
+TEST(HostArrays, LendTheirElementsByIndexAndName) {
   const Value cells = cell({number(1), Value()});
   EXPECT_EQ(numberOf(element(cells, 0)), 1);
   EXPECT_EQ(zbGetCell(cells.get(), 1), nullptr);
@@ -284,7 +284,7 @@ TEST(Duplicates, OfAllClassesDescribeThemselvesAlike) {
   }
 }
 
-TEST(Duplicates, GoAllTheWayDown) {
+TEST(Duplicates, CopyNestedArraysToo) {
   const Value inner = cell({row({1, 2}), Value(), structure({{"a", number(3)}})});
   const Value copy = duplicate(structure({{"inner", inner}, {"id", identifier(7)}}));
   const Value inside = field(copy, "inner");

@@ -115,7 +115,7 @@ TEST(HostFunctions, AreFunctionHandles) {
   zembra::takePendingCause();
 }
 
-TEST(HostFunctions, HaveFewNames) {
+TEST(HostFunctions, AreCalledByTwoNamesOnly) {
   const CallScope scope;
   zbArray* ins[] = {give({}).release()};
   zembra::enroll(ins[0]);

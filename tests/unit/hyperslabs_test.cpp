@@ -128,7 +128,7 @@ TEST(Hyperslabs, AreRefusedWhereHdf5RefusesThem) {
 
 // --- Blocks --------------------------------------------------------------------------
 
-TEST(Blocks, ArePairsOfColumns) {
+TEST(Blocks, AreListedAsPairsOfColumns) {
   const Owned space = makeSpace({4, 6});
   select(space, "H5S_SELECT_SET", row({0, 0}), row({2, 3}), row({2, 2}), row({1, 2}));
   EXPECT_EQ(callNumber("H5Sget_select_hyper_nblocks", space), 4);

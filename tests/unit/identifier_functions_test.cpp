@@ -89,7 +89,7 @@ TEST(IdentifierFunctions, CountReferences) {
   EXPECT_EQ(callNumber("H5Iis_valid", gone), 0);
 }
 
-TEST(IdentifierFunctions, HandFailuresOfCountingBack) {
+TEST(IdentifierFunctions, GiveMinusOneWhereCountingReferencesFails) {
   for (const char* name : {"H5Iinc_ref", "H5Idec_ref", "H5Iget_ref"}) {
     for (const double none : {-1.0, 0.0, 1e10, 83886079.0}) {
       EXPECT_EQ(callNumber(name, none), -1) << name << " " << none;

@@ -13,7 +13,7 @@ using namespace h5test;
 const char* const kLink = "H5P_LINK_CREATE";
 const char* const kCopy = "H5P_OBJECT_COPY";
 
-TEST(LinkAndCopyProperties, CallTheirInputsByTheirNames) {
+TEST(LinkAndCopyProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input plain = listInput("property list");
   Input options = scalarInput();

@@ -33,7 +33,7 @@ Input sameLocationInput(const std::string& description) {
   return input;
 }
 
-TEST(Links, CallTheirInputsByTheirNames) {
+TEST(Links, NameTheInputThatIsWrong) {
   const MemoryFile file;
   const Input location = identifierInput(file, "location identifier");
   const Input group = identifierInput(file, "group identifier");
@@ -283,7 +283,7 @@ TEST_P(LinkWalk, TakesTheStatusTowardZero) {
   }
 }
 
-TEST_P(LinkWalk, SaysWhatTheFunctionThrew) {
+TEST_P(LinkWalk, ReportsWhatTheFunctionThrew) {
   int calls = 0;
   GetParam().expectFailure(file_, "/", throwAtCall(3, "not this one", &calls), "not this one");
   EXPECT_EQ(calls, 3);
@@ -291,7 +291,7 @@ TEST_P(LinkWalk, SaysWhatTheFunctionThrew) {
                            "The callback is double 1-by-1; a function handle is needed.");
 }
 
-TEST_P(LinkWalk, HasNothingToSayWhereNoFunctionThrew) {
+TEST_P(LinkWalk, ReportsNoExceptionWhereNoneWasThrown) {
   Names names;
   const std::string& report = GetParam().reportWithoutCallback;
   GetParam().expectFailure(file_, "/", noteNames(names, -1), report);

@@ -147,7 +147,7 @@ TEST_F(MemoryDatatype, IsADatatype) {
   }
 }
 
-TEST_F(MemoryDatatype, ForTimesIsNone) {
+TEST_F(MemoryDatatype, OfTimesIsAlwaysRefused) {
   const Owned time = copyOf(H5T_UNIX_D32LE);
   const Parameters timeClass = {std::int64_t{H5T_TIME}};
   expectRefusedAtEveryDepth("unrecognizedLocationClass", timeClass, time, time);
@@ -315,7 +315,7 @@ TEST(ChosenDatatype, PassesTheCheck) {
   }
 }
 
-TEST(ChosenDatatype, IsOfNothingElse) {
+TEST(ChosenDatatype, IsRefusedForEverythingElse) {
   const MemoryFile file;
   const Owned group = make("H5Gopen", file, "/");
   const Owned type = copyOf(H5T_NATIVE_INT);
@@ -332,7 +332,7 @@ TEST(ChosenDatatype, IsOfNothingElse) {
   }
 }
 
-TEST(ChosenDatatype, IsNoneForTimes) {
+TEST(ChosenDatatype, IsRefusedForTimes) {
   const MemoryFile file;
   const Owned dataset = makeDataset(file, "d", copyOf(H5T_UNIX_D32LE), makeSpace({2}));
   const auto error = failureOf("H5ZBget_mem_datatype", {dataset});

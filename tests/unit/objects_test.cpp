@@ -16,7 +16,7 @@ namespace {
 
 using namespace h5test;
 
-TEST(Objects, CallTheirInputsByTheirNames) {
+TEST(Objects, NameTheInputThatIsWrong) {
   const MemoryFile file;
   const Input location = identifierInput(file, "location identifier");
   const Input object = identifierInput(file, "object identifier");
@@ -218,7 +218,7 @@ TEST_P(ObjectVisit, StoresWhatIsAskedFor) {
   }
 }
 
-TEST_P(ObjectVisit, SaysWhatTheFunctionThrew) {
+TEST_P(ObjectVisit, ReportsWhatTheFunctionThrew) {
   int calls = 0;
   GetParam().expectFailure(file_, "/", throwAtCall(3, "not this one", &calls), "not this one");
   EXPECT_EQ(calls, 3);
@@ -226,7 +226,7 @@ TEST_P(ObjectVisit, SaysWhatTheFunctionThrew) {
                            "The callback is char 1-by-1; a function handle is needed.");
 }
 
-TEST_P(ObjectVisit, HasNothingToSayWhereNoFunctionThrew) {
+TEST_P(ObjectVisit, ReportsNoExceptionWhereNoneWasThrown) {
   Names names;
   GetParam().expectFailure(file_, "/", noteNames(names, -1), kNoneRan);
   EXPECT_EQ(names.size(), 1U);
@@ -241,7 +241,7 @@ TEST_P(ObjectVisit, HandsOutTheVeryUserData) {
   }
 }
 
-TEST_P(ObjectVisit, ComesByEachObjectOnce) {
+TEST_P(ObjectVisit, VisitsEachObjectOnce) {
   call("H5Lcreate_hard", file_, "/", file_, "a/root", kDefault, kDefault);
   call("H5Lcreate_hard", file_, "a", file_, "b/again", kDefault, kDefault);
   makeSoftLink(file_, "/", "cycle");
@@ -252,7 +252,7 @@ TEST_P(ObjectVisit, ComesByEachObjectOnce) {
   EXPECT_EQ(names, Names({".", "a", "a/d", "a/x", "b"}));
 }
 
-TEST_P(ObjectVisit, MayOpenAndCloseWhatItComesBy) {
+TEST_P(ObjectVisit, LetsTheFunctionOpenAndCloseWhatItVisits) {
   const Value look = function([](int /*outputs*/, std::span<zbArray* const> inputs) {
     const Owned object = make("H5Oopen", borrowed(inputs[0]), borrowed(inputs[1]), kDefault);
     const auto type = static_cast<int>(fieldNumber(result("H5Oget_info", object), "type"));

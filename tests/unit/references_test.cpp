@@ -125,7 +125,7 @@ TEST_F(References, AreOfTwoTypes) {
                -1);
 }
 
-TEST_F(References, HaveInputsByName) {
+TEST_F(References, NameTheInputThatIsWrong) {
   const Parameters noReference = {std::string("reference")};
   const auto about = [](const char* description) {
     return Parameters{std::string("x"), std::string(description)};

@@ -133,7 +133,7 @@ TEST(Selections, StayWhereTheRankStays) {
 
 // --- Points --------------------------------------------------------------------------
 
-TEST(Points, AreColumns) {
+TEST(Points, AreColumnsOfCoordinates) {
   const Owned space = makeSpace({4, 6});
   call("H5Sselect_elements", space, "H5S_SELECT_SET", matrix(2, 3, {0, 1, 3, 5, 2, 2}));
   EXPECT_EQ(callNumber("H5Sget_select_elem_npoints", space), 3);

@@ -16,7 +16,7 @@ using namespace h5test;
 const char* const kTransfer = "H5P_DATASET_XFER";
 const char* const kAccess = "H5P_DATASET_ACCESS";
 
-TEST(TransferProperties, CallTheirInputsByTheirNames) {
+TEST(TransferProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input plain = listInput("property list");
   const Input scalar = scalarInput();

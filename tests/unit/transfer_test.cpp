@@ -215,7 +215,7 @@ TEST_F(Transfer, WritesSelections) {
   EXPECT_EQ(numbersOf(readAll(dataset))[0], 9);
 }
 
-TEST_F(Transfer, TakesPointsOfFewerDimensionsThanTheFilesHas) {
+TEST_F(Transfer, TakesMemoryPointsOfFewerDimensionsThanTheFile) {
   const Owned deep = makeDataset(file, "deep", "H5T_NATIVE_INT", makeSpace({2, 2, 2, 2}));
   const Owned fileSpace = makeSpace({2, 2, 2, 2});
   call("H5Sselect_elements", fileSpace, "H5S_SELECT_SET", row({0, 0, 0, 1, 0, 0, 0, 0}));
