@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 #include "tests/unit/selections.hpp"
 
 namespace {
