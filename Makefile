@@ -3,6 +3,7 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make test-releases  the tests with every HDF5 release and compiler
 #   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
@@ -19,7 +20,7 @@ PYTEST := $(PYTHON) -m pytest tests/scripts tests/tools
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test bench sanitize fuzz lint format install uninstall clean
+.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall clean
 
 setup:
 	@tools/setup.sh
@@ -49,6 +50,9 @@ bench:
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+
+test-releases:
+	@tools/test_releases.sh
 
 # An allocation that is too large is to fail as it does elsewhere, not to be a report.
 sanitize: export ASAN_OPTIONS := allocator_may_return_null=1

@@ -4,6 +4,7 @@
 #   tools/setup.sh test     to test as well
 #   tools/setup.sh bench    to measure as well
 #   tools/setup.sh lint     to lint and format as well
+#   tools/setup.sh releases to test with other compilers and releases as well
 set -eu
 
 packages=(
@@ -15,7 +16,9 @@ tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
   bench) packages+=(libbenchmark-dev python3-h5py) ;;
-  lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck) ;;
+  releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
+  lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
+    libbenchmark-dev) ;;
 esac
 
 if ! command -v dpkg-query > /dev/null; then

@@ -6,18 +6,21 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "convert/identifier_codec.hpp"
 #include "runtime/call_scope.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/strangers.hpp"
+#include "tests/unit/structures.hpp"
 
 namespace {
 
 using namespace h5test;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 enum class Kind { Version, Flag, Name, Size, Real, Whole, Mode };
 
@@ -121,27 +124,21 @@ Value changed(const std::vector<std::pair<std::string, Value>>& changes) {
   return zembra::makeStruct(std::move(fields));
 }
 
-/// What the structure raises: "key" or "key(parameter)".
-std::string complaint(const Value& structure) {
-  try {
-    recordOf(structure);
-    return "nothing";
-  } catch (const zembra::HostError& error) {
-    if (error->parameters.empty()) return error->key;
-    return error->key + "(" + std::get<std::string>(error->parameters[0]) + ")";
-  }
+/// What the structure raises.
+std::string complaintOf(const Value& structure) {
+  return complaint([&] { recordOf(structure); });
 }
 
-// --- Record to structure ----------------------------------------------------------------------
+// --- Record to structure -------------------------------------------------------------
 
 TEST(CacheConfigStructure, HasThirtyFieldsInOrder) {
   const Value structure = structureOf(sample());
   EXPECT_EQ(shapeOf(structure), (Shape{1, 1}));
-  const auto& fieldNames = structure.get()->composite->names;
-  ASSERT_EQ(fieldNames.size(), 30U);
+  const auto names = fieldNames(structure);
+  ASSERT_EQ(names.size(), 30U);
   for (std::size_t i = 0; i < kFields.size(); ++i) {
     const auto& [name, kind] = kFields[i];
-    EXPECT_EQ(fieldNames[i], name);
+    EXPECT_EQ(names[i], name);
     const zbClass expected = kind == Kind::Flag   ? zbClass::Logical
                              : kind == Kind::Name ? zbClass::Char
                                                   : zbClass::Double;
@@ -193,10 +190,10 @@ TEST(CacheConfigStructure, HoldsSizesAsPositiveNumbers) {
   config.min_size = std::numeric_limits<std::size_t>::max();
   const Value structure = structureOf(config);
   EXPECT_EQ(numberOf(field(structure, "max_size")), 9223372036854775808.0);
-  EXPECT_EQ(numberOf(field(structure, "min_size")), 18446744073709551616.0);
+  EXPECT_EQ(numberOf(field(structure, "min_size")), kTwo64);
 }
 
-TEST(CacheConfigStructure, HoldsANameWithoutItsEndAsFarAsThereIsOne) {
+TEST(CacheConfigStructure, HoldsANameUpToItsTerminatorIfItHasOne) {
   H5AC_cache_config_t config = sample();
   std::memset(config.trace_file_name, 'n', sizeof config.trace_file_name);
   EXPECT_EQ(textOf(field(structureOf(config), "trace_file_name")),
@@ -205,7 +202,7 @@ TEST(CacheConfigStructure, HoldsANameWithoutItsEndAsFarAsThereIsOne) {
   EXPECT_EQ(textOf(field(structureOf(config), "trace_file_name")), "");
 }
 
-// --- Structure to record ----------------------------------------------------------------------
+// --- Structure to record -------------------------------------------------------------
 
 TEST(CacheConfigRecord, IsTheOneThatTheStructureWasMadeOf) {
   const H5AC_cache_config_t before = sample();
@@ -225,25 +222,26 @@ TEST(CacheConfigRecord, IsTheOneThatTheStructureWasMadeOf) {
 
 TEST(CacheConfigRecord, WantsEveryField) {
   for (const auto& [name, kind] : kFields) {
-    EXPECT_EQ(complaint(changed({{name, Value()}})), "missingMdcConfigField(" + name + ")");
+    EXPECT_EQ(complaintOf(changed({{name, Value()}})), "missingMdcConfigField(" + name + ")");
   }
 }
 
-TEST(CacheConfigRecord, MissesTheFirstFieldThatIsNotThere) {
-  EXPECT_EQ(complaint(changed({{"decr_mode", Value()}, {"max_size", Value()}})),
+TEST(CacheConfigRecord, NamesTheFirstFieldThatIsMissing) {
+  EXPECT_EQ(complaintOf(changed({{"decr_mode", Value()}, {"max_size", Value()}})),
             "missingMdcConfigField(max_size)");
   // Up to max_decrement before any is read; those behind it when their turn comes.
-  EXPECT_EQ(complaint(changed({{"max_decrement", Value()}, {"initial_size", number(-1)}})),
+  EXPECT_EQ(complaintOf(changed({{"max_decrement", Value()}, {"initial_size", number(-1)}})),
             "missingMdcConfigField(max_decrement)");
-  EXPECT_EQ(complaint(changed({{"epochs_before_eviction", Value()}, {"initial_size", number(-1)}})),
-            "inputOutOfRange");
+  EXPECT_EQ(
+      complaintOf(changed({{"epochs_before_eviction", Value()}, {"initial_size", number(-1)}})),
+      "inputOutOfRange");
 }
 
 TEST(CacheConfigRecord, IsMadeOfStructuresOnly) {
   std::vector<Value> others = strangers();
   others.insert(others.end(), {number(1), empty(), text("version"), structure({}), identifier(1)});
   for (const Value& other : others) {
-    EXPECT_EQ(complaint(other), "missingMdcConfigField(version)");
+    EXPECT_EQ(complaintOf(other), "missingMdcConfigField(version)");
   }
 }
 
@@ -268,9 +266,9 @@ TEST(CacheConfigRecord, CutsLongNames) {
 
 TEST(CacheConfigRecord, TakesTextForTheName) {
   for (const Value& value : {number(1), empty(), cell({}), structure({})}) {
-    EXPECT_EQ(complaint(changed({{"trace_file_name", value}})), "notText");
+    EXPECT_EQ(complaintOf(changed({{"trace_file_name", value}})), "notText");
   }
-  EXPECT_EQ(complaint(changed({{"trace_file_name", text(std::string_view("a\0b", 3))}})),
+  EXPECT_EQ(complaintOf(changed({{"trace_file_name", text(std::string_view("a\0b", 3))}})),
             "embeddedNull");
 }
 
@@ -279,11 +277,10 @@ TEST(CacheConfigRecord, RefusesNumbersOutOfRange) {
   const auto expectRefused = [](const std::vector<std::string>& fields, const std::string& key,
                                 std::vector<Value> bad) {
     for (const std::string& name : fields) {
-      for (const Value& value : bad) EXPECT_EQ(complaint(changed({{name, value}})), key) << name;
+      for (const Value& value : bad) EXPECT_EQ(complaintOf(changed({{name, value}})), key) << name;
     }
   };
-  for (const auto& values :
-       {std::vector<Value>{number(-1), number(18446744073709551616.0)}, none}) {
+  for (const auto& values : {std::vector<Value>{number(-1), number(kTwo64)}, none}) {
     expectRefused(names({Kind::Size}), "inputOutOfRange", values);
   }
   for (const auto& values :
@@ -330,37 +327,31 @@ TEST(CacheConfigRecord, TakesTheFirstByteForAFlag) {
 
 TEST(CacheConfigRecord, ReadsTheMaximumIncrementLate) {
   const Value bad = number(-1e20);
-  EXPECT_EQ(complaint(changed({{"max_increment", bad}})), "inputOutOfRange");
-  EXPECT_EQ(complaint(changed({{"max_increment", bad}, {"flash_incr_mode", bad}})),
+  EXPECT_EQ(complaintOf(changed({{"max_increment", bad}})), "inputOutOfRange");
+  EXPECT_EQ(complaintOf(changed({{"max_increment", bad}, {"flash_incr_mode", bad}})),
             "numericCastError");
-  EXPECT_EQ(complaint(changed({{"max_increment", bad}, {"decr_mode", bad}})), "inputOutOfRange");
-  EXPECT_EQ(complaint(changed({{"max_increment", bad}, {"incr_mode", bad}})), "numericCastError");
+  EXPECT_EQ(complaintOf(changed({{"max_increment", bad}, {"decr_mode", bad}})), "inputOutOfRange");
+  EXPECT_EQ(complaintOf(changed({{"max_increment", bad}, {"incr_mode", bad}})), "numericCastError");
 }
 
-// --- Through files and lists --------------------------------------------------------------------
+// --- Through files and lists ---------------------------------------------------------
 
-Value with(const Value& config, const char* name, Value value) {
-  Value copy(zbDuplicateArray(config.get()));
-  zbSetField(copy.get(), 0, name, value.release());
-  return copy;
-}
-
-TEST(CacheConfig, OfAFileComesAndGoes) {
+TEST(CacheConfig, OfAFileIsReadAndSet) {
   const MemoryFile file;
   const Value config = result("H5Fget_mdc_config", file);
   EXPECT_EQ(numberOf(field(config, "version")), 1);
   EXPECT_TRUE(call("H5Fset_mdc_config", file, config).empty());
-  call("H5Fset_mdc_config", file, with(config, "epoch_length", number(12345.9)));
+  call("H5Fset_mdc_config", file, withField(config, "epoch_length", number(12345.9)));
   H5AC_cache_config_t set = h5gate::emptyCacheConfig();
-  ASSERT_GE(H5Fget_mdc_config(h5gate::identifierFromHost(file.id()), &set), 0);
+  ASSERT_GE(H5Fget_mdc_config(file.get(), &set), 0);
   EXPECT_EQ(set.epoch_length, 12345);
   EXPECT_EQ(numberOf(field(result("H5Fget_mdc_config", file), "epoch_length")), 12345);
 }
 
-TEST(CacheConfig, OfAVersionOfItsOwnChangesNothing) {
+TEST(CacheConfig, OfAnotherVersionChangesNothing) {
   const MemoryFile file;
   const Value config = result("H5Fget_mdc_config", file);
-  EXPECT_TRUE(call("H5Fset_mdc_config", file, with(config, "version", number(7))).empty());
+  EXPECT_TRUE(call("H5Fset_mdc_config", file, withField(config, "version", number(7))).empty());
   EXPECT_EQ(numberOf(field(result("H5Fget_mdc_config", file), "version")), 1);
 }
 
@@ -368,8 +359,8 @@ TEST(CacheConfig, IsCheckedByHdf5) {
   const MemoryFile file;
   const Value config = result("H5Fget_mdc_config", file);
   const double most = numberOf(field(config, "max_size"));
-  expectLibraryError("H5Fset_mdc_config", file, with(config, "min_size", number(most + 1)));
-  expectLibraryError("H5Fset_mdc_config", file, with(config, "incr_mode", number(9)));
+  expectLibraryError("H5Fset_mdc_config", file, withField(config, "min_size", number(most + 1)));
+  expectLibraryError("H5Fset_mdc_config", file, withField(config, "incr_mode", number(9)));
   EXPECT_EQ(numberOf(field(result("H5Fget_mdc_config", file), "max_size")), most);
 }
 

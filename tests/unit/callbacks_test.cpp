@@ -3,173 +3,137 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <limits>
+#include <exception>
+#include <memory>
+#include <span>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "convert/callbacks.hpp"
-#include "tests/unit/owned.hpp"
+#include "tests/unit/collected_warnings.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/three_of_each.hpp"
 #include "tests/unit/walking.hpp"
 
 namespace {
 
 using namespace h5test;
-using Parameters = std::vector<Parameter>;
 
-constexpr const char* kList = "H5P_DEFAULT";
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-/// A file with three of everything: groups in "g", attributes of "g", scales of the
-/// dataset "d"; and a property list, which has more.
-class World {
- public:
-  World() {
-    const Owned space = makeSpace({2});
-    for (const char* name : {"a", "b", "c"}) {
-      make("H5Gcreate", group, name, kList, kList, kList);
-      make("H5Acreate", group, name, "H5T_STD_I32LE", space, kList);
-      const Owned scale = make("H5Dcreate", file, name, "H5T_STD_I32LE", space, kList);
-      call("H5DSset_scale", scale, name);
-      call("H5DSattach_scale", dataset, scale, 0);
-    }
-  }
-
-  std::string path = temporaryPath();
-  Owned file = make("H5Fcreate", path, "H5F_ACC_TRUNC", kList, kList);
-  Owned group = make("H5Gcreate", file, "g", kList, kList, kList);
-  Owned empty = make("H5Gcreate", file, "empty", kList, kList, kList);
-  Owned dataset = make("H5Dcreate", file, "d", "H5T_STD_I32LE", makeSpace({2}), kList);
-  Owned list = make("H5Pcreate", "H5P_DATASET_CREATE");
-};
-
-/// What the walk of the error stack is to find.
-void failInHdf5(const World& world) {
-  EXPECT_THROW(call("H5Gopen", world.file, "nowhere"), zembra::HostError);
+/// Leaves a stack for the walk of the error stack.
+void failInHdf5(const Owned& file) {
+  EXPECT_THROW(call("H5Gopen", file, "nowhere"), zembra::HostError);
 }
 
-/// A function that calls host functions.
+/// What a function that calls host functions is called with.
+struct Given {
+  const ThreeOfEach& there;
+  Value function;
+  Value data;
+};
+
+/// A function that calls host functions. Some are asked for user data as well, and trap
+/// what they throw.
 struct Iteration {
   const char* function;
   const char* title;
-  Arguments (*arguments)(const World& world, const Value& hostFunction, const Value& userData);
+  Arguments (*arguments)(const Given& given);
   bool trapped;
   const char* thrown;  // raised when the host function throws; null: HDF5's failure
   const char* failed;  // when it answers a negative status; null: HDF5's, "": nothing is raised
-  const char* report = h5gate::kNoCallbackRan;
+  std::string report = kNoneRan;
 };
 
-#define INPUTS                                                             \
-  []([[maybe_unused]] const World& world, [[maybe_unused]] const Value& f, \
-     [[maybe_unused]] const Value& data) -> Arguments
-
 const Iteration kIterations[] = {
-    {"H5Aiterate", "H5Aiterate_short", INPUTS{return {world.group, 0, f};
-}  // namespace
-, false, "attributeIteratorCallback", nullptr
-}
-, {"H5Aiterate", "H5Aiterate_long", INPUTS{return {world.group, 0, 0, 0, f, data};
-}
-, true, nullptr, nullptr
-}
-, {"H5Giterate", "H5Giterate", INPUTS{return {world.file, "g", 0, f};
-}
-, false, "H5GiteratorCallbackFailure", ""
-}
-, {"H5Literate", "H5Literate", INPUTS{return {world.group, 0, 0, 0, f, data};
-}
-, true, "linkIterationFailure", "linkIterationFailure", ""
-}
-, {"H5Literate_by_name", "H5Literate_by_name",
-   INPUTS{return {world.file, "g", 0, 0, 0, f, data, kList};
-}
-, true, "linkIterationByNameFailure", "linkIterationByNameFailure"
-}
-, {"H5Lvisit", "H5Lvisit", INPUTS{return {world.group, 0, 0, f, data};
-}
-, true, "linkVisitFailure", "linkVisitFailure"
-}
-, {"H5Lvisit_by_name", "H5Lvisit_by_name", INPUTS{return {world.file, "g", 0, 0, f, data, kList};
-}
-, true, "linkVisitationByNameFailure", "linkVisitationByNameFailure"
-}
-, {"H5Ovisit", "H5Ovisit", INPUTS{return {world.group, 0, 0, f, data};
-}
-, true, "visitFailure", "visitFailure"
-}
-, {"H5Ovisit_by_name", "H5Ovisit_by_name", INPUTS{return {world.file, "g", 0, 0, f, data, kList};
-}
-, true, "visitByNameFailure", "visitByNameFailure"
-}
-, {"H5Ewalk", "H5Ewalk", INPUTS{failInHdf5(world);
-return {0, f};
-}
-, false, "H5Ewalk1_Callback", "erorStackCallbackFunctionFailed"
-}
-, {"H5Piterate", "H5Piterate", INPUTS{return {world.list, 0, f};
-}
-, false, "propertyListIteratorCallback", nullptr
-}
-, {"H5DSiterate_scales", "H5DSiterate_scales", INPUTS{return {world.dataset, 0, 0, f, data};
-}
-, true, "iterateScalesFailure", "iterateScalesFailure"
-}
-,
-}
-;
-#undef INPUTS
+    {"H5Aiterate", "H5Aiterate_short",
+     [](const Given& on) {
+       return Arguments{on.there.group, 0, on.function};
+     },
+     false, "attributeIteratorCallback", nullptr},
+    {"H5Aiterate", "H5Aiterate_long",
+     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.function, on.data}; }, true,
+     nullptr, nullptr},
+    {"H5Giterate", "H5Giterate",
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, on.function};
+     },
+     false, "H5GiteratorCallbackFailure", ""},
+    {"H5Literate", "H5Literate",
+     [](const Given& on) { return Arguments{on.there.group, 0, 0, 0, on.function, on.data}; }, true,
+     "linkIterationFailure", "linkIterationFailure", ""},
+    {"H5Literate_by_name", "H5Literate_by_name",
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, 0, 0, on.function, on.data, kDefault};
+     },
+     true, "linkIterationByNameFailure", "linkIterationByNameFailure"},
+    {"H5Lvisit", "H5Lvisit",
+     [](const Given& on) {
+       return Arguments{on.there.group, 0, 0, on.function, on.data};
+     },
+     true, "linkVisitFailure", "linkVisitFailure"},
+    {"H5Lvisit_by_name", "H5Lvisit_by_name",
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, 0, on.function, on.data, kDefault};
+     },
+     true, "linkVisitationByNameFailure", "linkVisitationByNameFailure"},
+    {"H5Ovisit", "H5Ovisit",
+     [](const Given& on) {
+       return Arguments{on.there.group, 0, 0, on.function, on.data};
+     },
+     true, "visitFailure", "visitFailure"},
+    {"H5Ovisit_by_name", "H5Ovisit_by_name",
+     [](const Given& on) {
+       return Arguments{on.there.file, "g", 0, 0, on.function, on.data, kDefault};
+     },
+     true, "visitByNameFailure", "visitByNameFailure"},
+    {"H5Ewalk", "H5Ewalk",
+     [](const Given& on) {
+       failInHdf5(on.there.file);
+       return Arguments{0, on.function};
+     },
+     false, "H5Ewalk1_Callback", "erorStackCallbackFunctionFailed"},
+    {"H5Piterate", "H5Piterate",
+     [](const Given& on) {
+       return Arguments{on.there.list, 0, on.function};
+     },
+     false, "propertyListIteratorCallback", nullptr},
+    {"H5DSiterate_scales", "H5DSiterate_scales",
+     [](const Given& on) {
+       return Arguments{on.there.dataset, 0, 0, on.function, on.data};
+     },
+     true, "iterateScalesFailure", "iterateScalesFailure"},
+};
 
-/// A host function by what it does at its n-th call, counted from 1; the user data are
-/// the number of the call.
-using Body = std::function<Results(int call)>;
-Value counting(int& calls, Body body) {
-  return function([&calls, body = std::move(body)](int /*outputs*/, std::span<zbArray* const>) {
-    return body(++calls);
-  });
-}
-
-std::shared_ptr<const zembra::HostError> failureWith(const Iteration& iteration, const World& world,
-                                                     const Value& function) {
-  return failureOf(iteration.function, iteration.arguments(world, function, number(0)));
+Failure failureWith(const Iteration& iteration, const ThreeOfEach& there, const Value& function) {
+  return failureOf(iteration.function, iteration.arguments({there, function, number(0)}));
 }
 
-Results runWith(const Iteration& iteration, const World& world, const Value& function,
+Results runWith(const Iteration& iteration, const ThreeOfEach& there, const Value& function,
                 const Value& userData = number(0)) {
-  return callWith(5, iteration.function, iteration.arguments(world, function, userData));
-}
-
-/// What the exception that caused the error says.
-std::string causeOf(const zembra::HostError& error) {
-  if (!error->cause) return "no cause";
-  try {
-    std::rethrow_exception(error->cause);
-  } catch (const std::exception& cause) {
-    return cause.what();
-  }
+  return callWith(5, iteration.function, iteration.arguments({there, function, userData}));
 }
 
 /// Each test runs for every function.
-class Called : public testing::TestWithParam<Iteration> {
+class Iterating : public testing::TestWithParam<Iteration> {
  protected:
-  ~Called() override {
+  ~Iterating() override {
     // Whatever happened, nothing holds the file: it can be made anew, and deleted.
-    const std::string path = world_->path;
-    EXPECT_EQ(callNumber("H5Fget_obj_count", world_->file, "H5F_OBJ_ALL"), 4);
-    world_.reset();
-    call("H5Fclose", callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", kList, kList));
+    const std::string path = there_->path;
+    EXPECT_EQ(callNumber("H5Fget_obj_count", there_->file, "H5F_OBJ_ALL"), 4);
+    there_.reset();
+    createFile(path);
     EXPECT_EQ(std::remove(path.c_str()), 0);
   }
 
-  [[nodiscard]] const World& world() const { return *world_; }
+  [[nodiscard]] const ThreeOfEach& there() const { return *there_; }
 
   /// A negative answer: what is raised, or handed back.
   void expectFails(const Value& function) const {
     const Iteration& iteration = GetParam();
     if (iteration.failed != nullptr && iteration.failed[0] == '\0') {
-      EXPECT_LT(numberOf(runWith(iteration, world(), function)[0]), 0);
+      EXPECT_LT(numberOf(runWith(iteration, there(), function)[0]), 0);
       return;
     }
-    const auto error = failureWith(iteration, world(), function);
+    const Failure error = failureWith(iteration, there(), function);
     ASSERT_TRUE(error);
     if (iteration.failed == nullptr) {
       EXPECT_TRUE((*error)->libraryFailure) << error->what();
@@ -177,23 +141,23 @@ class Called : public testing::TestWithParam<Iteration> {
     }
     EXPECT_EQ((*error)->key, iteration.failed);
     EXPECT_EQ((*error)->parameters,
-              iteration.trapped ? Parameters{std::string(iteration.report)} : Parameters{});
+              iteration.trapped ? Parameters{iteration.report} : Parameters{});
     EXPECT_FALSE((*error)->cause);
   }
 
   Warnings warnings;
 
  private:
-  std::unique_ptr<World> world_ = std::make_unique<World>();
+  std::unique_ptr<ThreeOfEach> there_ = std::make_unique<ThreeOfEach>();
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Called, testing::ValuesIn(kIterations),
+INSTANTIATE_TEST_SUITE_P(All, Iterating, testing::ValuesIn(kIterations),
                          [](const auto& test) { return std::string(test.param.title); });
 
-TEST_P(Called, GoesOnWhileTheStatusIsZero) {
+TEST_P(Iterating, GoesOnWhileTheStatusIsZero) {
   for (const double status : {0.0, 0.3, -0.5, 0.999}) {
     int calls = 0;
-    const Results results = runWith(GetParam(), world(), counting(calls, [&](int call) {
+    const Results results = runWith(GetParam(), there(), counting(calls, [&](int call) {
                                       return Results{number(status), number(call)};
                                     }));
     EXPECT_GE(calls, 3) << status;
@@ -206,12 +170,12 @@ TEST_P(Called, GoesOnWhileTheStatusIsZero) {
   }
 }
 
-TEST_P(Called, StopsAtAPositiveStatus) {
+TEST_P(Iterating, StopsAtAPositiveStatus) {
   for (const auto& [status, expected] :
        {std::pair(1.0, 1), std::pair(2.7, 2), std::pair(2147483647.9, 2147483647)}) {
     int calls = 0;
     const Results results =
-        runWith(GetParam(), world(), counting(calls, [&, status = status](int call) {
+        runWith(GetParam(), there(), counting(calls, [&, status = status](int call) {
                   return Results{number(call == 2 ? status : 0), number(call)};
                 }));
     EXPECT_EQ(calls, 2);
@@ -225,19 +189,19 @@ TEST_P(Called, StopsAtAPositiveStatus) {
   EXPECT_TRUE(warnings.list.empty());
 }
 
-TEST_P(Called, TakesStatusesOfEveryNumericClass) {
+TEST_P(Iterating, TakesStatusesOfEveryNumericClass) {
   for (const Value& status :
        {logical(true), numeric(zbClass::Int8, {1}), numeric(zbClass::UInt64, {1}),
         numeric(zbClass::Single, {1.5}), row({1, 0, 0})}) {
     int calls = 0;
-    runWith(GetParam(), world(), counting(calls, [&](int call) {
+    runWith(GetParam(), there(), counting(calls, [&](int call) {
               return Results{status, number(call)};
             }));
     EXPECT_EQ(calls, 1) << zembra::describe(status.get());
   }
 }
 
-TEST_P(Called, FailsAtANegativeStatus) {
+TEST_P(Iterating, FailsAtANegativeStatus) {
   for (const double status : {-1.0, -2147483648.0, 2147483648.0, 1e300, kNaN}) {
     int calls = 0;
     expectFails(counting(calls, [&](int call) { return Results{number(status), number(call)}; }));
@@ -246,7 +210,7 @@ TEST_P(Called, FailsAtANegativeStatus) {
   EXPECT_TRUE(warnings.list.empty());
 }
 
-TEST_P(Called, FailsAtAStatusThatIsNoNumber) {
+TEST_P(Iterating, FailsAtAStatusThatIsNoNumber) {
   for (const Value& status :
        {text("0"), empty(), cell({number(0)}), structure({{"status", number(0)}}), identifier(0),
         numeric(zbClass::Int32, {}), zembra::makeForeign(zembra::Origin())}) {
@@ -256,7 +220,7 @@ TEST_P(Called, FailsAtAStatusThatIsNoNumber) {
   }
 }
 
-TEST_P(Called, TakesNoAnswerForGoingOnWhereOneIsAsked) {
+TEST_P(Iterating, GoesOnWithoutAnAnswerWhereOnlyAStatusIsAsked) {
   int calls = 0;
   const Value silent = counting(calls, [](int /*call*/) { return Results(); });
   if (GetParam().trapped) {
@@ -264,29 +228,29 @@ TEST_P(Called, TakesNoAnswerForGoingOnWhereOneIsAsked) {
     expectFails(silent);
     EXPECT_EQ(calls, 1);
   } else {
-    runWith(GetParam(), world(), silent);
+    runWith(GetParam(), there(), silent);
     EXPECT_GE(calls, 3);
   }
 }
 
-TEST_P(Called, TakesMissingUserDataForEmptyOnes) {
+TEST_P(Iterating, ReadsMissingUserDataAsEmpty) {
   if (!GetParam().trapped) return;  // they travel with trapped functions only
   int calls = 0;
-  const Results results = runWith(GetParam(), world(),
+  const Results results = runWith(GetParam(), there(),
                                   counting(calls, [](int /*call*/) { return Results{number(0)}; }));
   EXPECT_EQ(shapeOf(results.back()), (Shape{0, 0}));
   EXPECT_EQ(classOf(results.back()), zbClass::Double);
 }
 
-TEST_P(Called, PassesOnWhatTheHostFunctionThrows) {
+TEST_P(Iterating, PassesOnWhatTheHostFunctionThrows) {
   int calls = 0;
-  const auto error = failureWith(GetParam(), world(), counting(calls, [](int call) -> Results {
-                                   if (call == 3) throw std::runtime_error("the third is bad");
-                                   return {number(0), number(call)};
-                                 }));
+  const Failure error = failureWith(GetParam(), there(), counting(calls, [](int call) -> Results {
+                                      if (call == 3) throw std::runtime_error("the third is bad");
+                                      return {number(0), number(call)};
+                                    }));
   ASSERT_TRUE(error);
   EXPECT_EQ(calls, 3);
-  EXPECT_EQ(causeOf(*error), "the third is bad");
+  EXPECT_EQ(causeOf((*error)->cause), "the third is bad");
   if (GetParam().thrown == nullptr) {
     EXPECT_TRUE((*error)->libraryFailure);
   } else {
@@ -296,20 +260,20 @@ TEST_P(Called, PassesOnWhatTheHostFunctionThrows) {
   }
 }
 
-TEST_P(Called, ForgetsTheCauseOfAnErrorBefore) {
+TEST_P(Iterating, ForgetsTheCauseOfAnErrorBefore) {
   int calls = 0;
-  failureWith(GetParam(), world(),
+  failureWith(GetParam(), there(),
               counting(calls, [](int /*call*/) -> Results { throw std::runtime_error("before"); }));
-  const auto error = failureOf("H5Gopen", {world().file, "nowhere"});
+  const Failure error = failureOf("H5Gopen", {there().file, "nowhere"});
   ASSERT_TRUE(error);
   EXPECT_FALSE((*error)->cause);
 }
 
-TEST_P(Called, SurvivesExceptionsOfAnyKind) {
+TEST_P(Iterating, SurvivesExceptionsOfAnyKind) {
   int calls = 0;
-  const auto error = failureWith(GetParam(), world(), counting(calls, [](int) -> Results {
-                                   throw 42;  // says nothing about itself
-                                 }));
+  const Failure error = failureWith(GetParam(), there(), counting(calls, [](int) -> Results {
+                                      throw 42;  // says nothing about itself
+                                    }));
   ASSERT_TRUE(error);
   EXPECT_EQ(calls, 1);
   if (GetParam().thrown != nullptr) {
@@ -317,23 +281,23 @@ TEST_P(Called, SurvivesExceptionsOfAnyKind) {
   }
 }
 
-TEST_P(Called, NeedsAFunction) {
+TEST_P(Iterating, NeedsAFunction) {
   for (const Value& other : {number(1), text("disp"), empty(), cell({}), structure({})}) {
-    const auto error = failureWith(GetParam(), world(), other);
+    const Failure error = failureWith(GetParam(), there(), other);
     ASSERT_TRUE(error);
     if (GetParam().thrown != nullptr) {
       EXPECT_EQ((*error)->key, GetParam().thrown);
     }
-    EXPECT_NE(causeOf(*error).find("a function handle is needed"), std::string::npos);
+    EXPECT_NE(causeOf((*error)->cause).find("a function handle is needed"), std::string::npos);
   }
 }
 
-TEST_P(Called, Nests) {
+TEST_P(Iterating, Nests) {
   int inner = 0;
   int outer = 0;
   const Value quiet = counting(inner, [](int call) { return Results{number(0), number(call)}; });
-  const Results results = runWith(GetParam(), world(), counting(outer, [&](int call) {
-                                    runWith(GetParam(), world(), quiet, text("inner data"));
+  const Results results = runWith(GetParam(), there(), counting(outer, [&](int call) {
+                                    runWith(GetParam(), there(), quiet, text("inner data"));
                                     return Results{number(0), number(call)};
                                   }));
   EXPECT_GE(outer, 3);
@@ -343,7 +307,7 @@ TEST_P(Called, Nests) {
   }
 }
 
-TEST_P(Called, RecoversFromEveryOtherFunctionFailingInside) {
+TEST_P(Iterating, RecoversFromEveryOtherFunctionFailingInside) {
   for (const Iteration& inside : kIterations) {
     int innerCalls = 0;
     int outerCalls = 0;
@@ -351,9 +315,9 @@ TEST_P(Called, RecoversFromEveryOtherFunctionFailingInside) {
       if (call % 2 == 0) throw std::runtime_error("inner");
       return {number(0), number(call)};
     });
-    const Results results = runWith(GetParam(), world(), counting(outerCalls, [&](int call) {
-                                      const auto error = failureWith(inside, world(), bad);
-                                      EXPECT_TRUE(error && causeOf(*error) == "inner")
+    const Results results = runWith(GetParam(), there(), counting(outerCalls, [&](int call) {
+                                      const Failure error = failureWith(inside, there(), bad);
+                                      EXPECT_TRUE(error && causeOf((*error)->cause) == "inner")
                                           << inside.title;
                                       return Results{number(call == 3 ? 7 : 0), number(call)};
                                     }));
@@ -365,16 +329,16 @@ TEST_P(Called, RecoversFromEveryOtherFunctionFailingInside) {
   }
 }
 
-TEST_P(Called, PassesOnWhatFailsInside) {
+TEST_P(Iterating, PassesOnWhatFailsInside) {
   for (const Iteration& inside : kIterations) {
     int innerCalls = 0;
     int outerCalls = 0;
     const Value bad = counting(
         innerCalls, [](int /*call*/) -> Results { throw std::runtime_error("innermost"); });
-    const auto error = failureWith(GetParam(), world(), counting(outerCalls, [&](int call) {
-                                     runWith(inside, world(), bad);
-                                     return Results{number(0), number(call)};
-                                   }));
+    const Failure error = failureWith(GetParam(), there(), counting(outerCalls, [&](int call) {
+                                        runWith(inside, there(), bad);
+                                        return Results{number(0), number(call)};
+                                      }));
     ASSERT_TRUE(error) << inside.title;
     EXPECT_EQ(outerCalls, 1) << inside.title;
     if (GetParam().thrown != nullptr) {
@@ -388,23 +352,23 @@ TEST_P(Called, PassesOnWhatFailsInside) {
       if (inside.thrown != nullptr) {
         EXPECT_EQ(cause->key, inside.thrown);
       }
-      EXPECT_EQ(causeOf(cause), "innermost") << inside.title;
+      EXPECT_EQ(causeOf(cause->cause), "innermost") << inside.title;
     }
   }
 }
 
-// --- Plain and trapped -----------------------------------------------------------
+// --- Plain and trapped ---------------------------------------------------------------
 
 class Callbacks : public testing::Test {
  protected:
-  World world;
+  ThreeOfEach there;
   Warnings warnings;
 };
 
 TEST_F(Callbacks, AreAskedForOneAnswerOrForTwo) {
   for (const Iteration& iteration : kIterations) {
     int asked = 0;
-    runWith(iteration, world, function([&](int outputs, std::span<zbArray* const> /*inputs*/) {
+    runWith(iteration, there, function([&](int outputs, std::span<zbArray* const> /*inputs*/) {
               asked = outputs;
               return Results{number(1), number(0)};
             }));
@@ -416,7 +380,7 @@ TEST_F(Callbacks, GetPlainIdentifiersAndNames) {
   for (const Iteration& iteration : kIterations) {
     const std::string name = iteration.function;
     if (name == "H5Ewalk" || name == "H5DSiterate_scales") continue;  // they name nothing
-    runWith(iteration, world, function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
+    runWith(iteration, there, function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
               EXPECT_EQ(zbGetClass(inputs[0]), zbClass::Double) << iteration.title;
               EXPECT_GT(H5Iis_valid(hdf5Id(zbGetScalar(inputs[0]))), 0) << iteration.title;
               EXPECT_EQ(zbGetClass(inputs[1]), zbClass::Char) << iteration.title;
@@ -431,7 +395,7 @@ TEST_F(Callbacks, GetTheUserDataThemselves) {
     if (!iteration.trapped) continue;
     int calls = 0;
     const Results results =
-        runWith(iteration, world, function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
+        runWith(iteration, there, function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
                   EXPECT_EQ(inputs.back(), data.get()) << iteration.title;
                   ++calls;
                   return Results{number(0), borrowed(inputs.back())};
@@ -444,9 +408,9 @@ TEST_F(Callbacks, GetTheUserDataThemselves) {
 
 TEST_F(Callbacks, GiveBackTheUserDataWhenThereIsNothingToCall) {
   const Value data = cell({text("anything")});
-  const Results results = call("H5Literate", world.empty, 0, 0, 0, neverCalled(), data);
+  const Results results = call("H5Literate", there.empty, 0, 0, 0, neverCalled(), data);
   EXPECT_EQ(results.back().get(), data.get());
-  EXPECT_EQ(call("H5Aiterate", world.empty, 0, 0, 0, neverCalled(), data).back().get(), data.get());
+  EXPECT_EQ(call("H5Aiterate", there.empty, 0, 0, 0, neverCalled(), data).back().get(), data.get());
 }
 
 TEST_F(Callbacks, GiveAsManyResultsAsAskedFor) {
@@ -454,7 +418,7 @@ TEST_F(Callbacks, GiveAsManyResultsAsAskedFor) {
     if (!iteration.trapped) continue;
     int calls = 0;
     const Value quiet = counting(calls, [](int call) { return Results{number(0), number(call)}; });
-    const Arguments arguments = iteration.arguments(world, quiet, number(0));
+    const Arguments arguments = iteration.arguments({there, quiet, number(0)});
     const std::size_t all = callWith(5, iteration.function, arguments).size();
     EXPECT_EQ(callWith(0, iteration.function, arguments).size(), 1U) << iteration.title;
     for (std::size_t asked = 1; asked <= all; ++asked) {
@@ -462,153 +426,6 @@ TEST_F(Callbacks, GiveAsManyResultsAsAskedFor) {
           << iteration.title;
     }
   }
-}
-
-// --- Attributes ------------------------------------------------------------------
-
-TEST_F(Callbacks, OfAttributesGiveNothingInTheShortForm) {
-  int calls = 0;
-  const Value quiet = counting(calls, [](int call) { return Results{number(call == 2 ? 5 : 0)}; });
-  EXPECT_EQ(callWith(5, "H5Aiterate", {world.group, 0, quiet}).size(), 0U);
-  EXPECT_EQ(calls, 2);
-}
-
-TEST_F(Callbacks, OfAttributesGiveStatusPositionAndDataInTheLongForm) {
-  int calls = 0;
-  Results results = call("H5Aiterate", world.group, "H5_INDEX_NAME", "H5_ITER_INC", 0,
-                         counting(calls,
-                                  [](int call) {
-                                    return Results{number(call == 2 ? 5 : 0), text("data")};
-                                  }),
-                         empty());
-  ASSERT_EQ(results.size(), 3U);
-  EXPECT_EQ(numberOf(results[0]), 5);
-  EXPECT_EQ(numberOf(results[1]), 2);
-  EXPECT_EQ(textOf(results[2]), "data");
-  // From there on.
-  Names names;
-  results = call("H5Aiterate", world.group, 0, 0, results[1],
-                 function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
-                   names.push_back(textOf(borrowed(inputs[1])));
-                   return Results{number(0), empty()};
-                 }),
-                 empty());
-  EXPECT_EQ(names, Names{"c"});
-  EXPECT_EQ(numberOf(results[1]), 3);
-}
-
-TEST_F(Callbacks, OfAttributesComeInTheOrderAskedFor) {
-  for (const auto& [order, expected] : {std::pair("H5_ITER_INC", Names{"a", "b", "c"}),
-                                        std::pair("H5_ITER_DEC", Names{"c", "b", "a"})}) {
-    Names names;
-    call("H5Aiterate", world.group, "H5_INDEX_NAME", order, 0,
-         function([&names = names](int /*outputs*/, std::span<zbArray* const> inputs) {
-           names.push_back(textOf(borrowed(inputs[1])));
-           return Results{number(0), empty()};
-         }),
-         empty());
-    EXPECT_EQ(names, expected);
-  }
-  Names names;
-  call("H5Aiterate", world.group, 1, noteNames(names));
-  EXPECT_EQ(names, (Names{"b", "c"}));
-}
-
-TEST_F(Callbacks, OfAttributesGetTheirInformation) {
-  call("H5Aiterate", world.group, 0, 0, 0,
-       function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
-         EXPECT_EQ(inputs.size(), 4U);
-         const Value info = borrowed(inputs[2]);
-         EXPECT_EQ(fieldNames(info), (Names{"corder_valid", "corder", "cset", "data_size"}));
-         EXPECT_EQ(fieldNumber(info, "data_size"), 8);
-         const Owned attribute =
-             make("H5Aopen_name", zbGetScalar(inputs[0]), textOf(borrowed(inputs[1])));
-         EXPECT_EQ(fieldNumber(result("H5Aget_info", attribute), "data_size"), 8);
-         return Results{number(0), empty()};
-       }),
-       empty());
-}
-
-TEST_F(Callbacks, OfAttributesWarnInTheLongForm) {
-  const auto error = failureOf(
-      "H5Aiterate", {world.group, 0, 0, 0, throwAtCall(2, "what a callback says"), empty()});
-  ASSERT_TRUE(error);
-  EXPECT_TRUE((*error)->libraryFailure);
-  ASSERT_EQ(warnings.list.size(), 1U);
-  EXPECT_EQ(warnings.list[0].identifier, "Zembra:h5gate:H5Aiterator2_Callback_failure");
-  EXPECT_NE(warnings.list[0].text.find("what a callback says"), std::string::npos);
-  EXPECT_TRUE(warnings.list[0].cause);
-}
-
-TEST_F(Callbacks, OfAttributesRaiseWhatTheWarningRaises) {
-  zembra::setWarningHandler(
-      [](const zembra::Warning& warning) { throw std::runtime_error(warning.identifier); });
-  EXPECT_THROW(
-      {
-        try {
-          call("H5Aiterate", world.group, 0, 0, 0, throwAtCall(1, "no good"), empty());
-        } catch (const std::runtime_error& error) {
-          EXPECT_STREQ(error.what(), "Zembra:h5gate:H5Aiterator2_Callback_failure");
-          throw;
-        }
-      },
-      std::runtime_error);
-  const auto error = failureOf("H5Gopen", {world.file, "nowhere"});
-  ASSERT_TRUE(error);
-  EXPECT_FALSE((*error)->cause);
-}
-
-TEST_F(Callbacks, OfAttributesHaveInputsAsTheyAreDescribed) {
-  const Parameters location = {std::string("location identifier")};
-  const Parameters offset = {std::string("\"initial offset within index\"")};
-  expectRaises("doubleHidtMismatch", location, "H5Aiterate", true, -1, neverCalled());
-  expectRaises("scalarValueInputOutOfRange", {}, "H5Aiterate", 99, -1, neverCalled());
-  expectLibraryError("H5Aiterate", 99, 0, neverCalled());
-  expectLibraryError("H5Aiterate", world.group, 4, neverCalled());
-  expectRaises("doubleHidtMismatch", location, "H5Aiterate", true, "x", "x", true, neverCalled(),
-               empty());
-  expectRaises("unmatchedStringNoParam", {std::string("x")}, "H5Aiterate", 99, "x", "y", true,
-               neverCalled(), empty());
-  expectRaises("unmatchedStringNoParam", {std::string("y")}, "H5Aiterate", 99, 0, "y", true,
-               neverCalled(), empty());
-  for (const Value& other : {numeric(zbClass::Int32, {0}), row({0, 0}), empty(), text("0")}) {
-    expectRaises("notDoublePrecision", offset, "H5Aiterate", 99, 0, 0, other, neverCalled(),
-                 empty());
-  }
-  expectRaises("scalarValueInputOutOfRange", {}, "H5Aiterate", 99, 0, 0, -1, neverCalled(),
-               empty());
-  expectLibraryError("H5Aiterate", 99, 0, 0, 0, neverCalled(), empty());
-  expectLibraryError("H5Aiterate", world.group, 0, 0, 4, neverCalled(), empty());
-  expectWrongCounts("H5Aiterate", {0, 2, 4, 5, 7});
-  EXPECT_TRUE(warnings.list.empty());
-}
-
-TEST_F(Callbacks, OfAttributesMayGoDeep) {
-  int depth = 0;
-  Value down;
-  down = function([&](int /*outputs*/, std::span<zbArray* const> inputs) -> Results {
-    if (++depth == 50) throw std::runtime_error("the bottom");
-    call("H5Aiterate", zbGetScalar(inputs[0]), 0, down);
-    return {number(0)};
-  });
-  const auto error = failureOf("H5Aiterate", {world.group, 0, down});
-  down = empty();  // it holds itself
-  ASSERT_TRUE(error);
-  EXPECT_EQ(depth, 50);
-  int causes = 0;
-  std::exception_ptr cause = (*error)->cause;
-  while (cause) {
-    ++causes;
-    try {
-      std::rethrow_exception(std::exchange(cause, nullptr));
-    } catch (const zembra::HostError& inner) {
-      EXPECT_EQ(inner->key, "attributeIteratorCallback");
-      cause = inner->cause;
-    } catch (const std::runtime_error& bottom) {
-      EXPECT_STREQ(bottom.what(), "the bottom");
-    }
-  }
-  EXPECT_EQ(causes, 50);
 }
 
 }  // namespace

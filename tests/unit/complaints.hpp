@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/call.hpp"
+#include "tests/unit/defaults.hpp"
+#include "tests/unit/failures.hpp"
 
 namespace h5test {
 
@@ -13,7 +14,7 @@ namespace h5test {
 struct Wrong {
   Argument input;
   std::string key;
-  std::vector<Parameter> parameters;
+  Parameters parameters;
 };
 
 /// One input of a function: what it takes, and what it does not take.
@@ -28,7 +29,7 @@ inline Input identifierInput(const Argument& good, const std::string& descriptio
            {numeric(zbClass::Int32, {1}), "doubleHidtMismatch", {description}}}};
 }
 inline Input listInput(const std::string& description) {
-  return identifierInput("H5P_DEFAULT", description);
+  return identifierInput(kDefault, description);
 }
 inline Input textInput(const std::string& description) {
   return {"text", {{1, "notString", {description}}, {empty(), "notString", {description}}}};
@@ -38,6 +39,31 @@ inline Input enumInput() {
 }
 inline Input scalarInput(const Argument& good = 0) {
   return {good, {{-1, "scalarValueInputOutOfRange", {}}, {1e20, "scalarValueInputOutOfRange", {}}}};
+}
+/// A list or a class, which may be named.
+inline Input classInput(const std::string& description) {
+  return {kDefault,
+          {{"nonsense", "unmatchedString", {std::string("nonsense"), description}},
+           {"h5p_default", "unmatchedString", {std::string("h5p_default"), description}},
+           {"H5P_FILE_ACCESS_DEFAULT",
+            "unmatchedString",
+            {std::string("H5P_FILE_ACCESS_DEFAULT"), description}},
+           {numeric(zbClass::Int32, {1}), "badPropertyListDatatype", {description, "int32"}},
+           {cell({}), "badPropertyListDatatype", {description, "cell"}}}};
+}
+inline Input intInput() {
+  return {0,
+          {{2147483648.0, "scalarValueInputOutOfRange", {}},
+           {-1e20, "scalarValueInputOutOfRange", {}},
+           {"H5P_DEFAULT", "scalarValueInputOutOfRange", {}}}};
+}
+/// One of `count` enumerators.
+inline Input enumInputOf(std::int64_t count) {
+  return {0,
+          {{static_cast<double>(count), "badEnumNumericInput", {count, count}},
+           {-1, "badEnumNumericInput", {std::int64_t{-1}, count}},
+           {"nonsense", "unmatchedStringNoParam", {std::string("nonsense")}},
+           {row({0, 1}), "badEnumInputType", {}}}};
 }
 /// What is taken whatever it is.
 inline Input anyInput() { return {empty(), {}}; }
@@ -58,7 +84,7 @@ inline void expectComplaints(std::string_view name, const std::vector<Input>& in
     }
     for (const Wrong& wrong : inputs[order[turn]].wrong) {
       arguments[order[turn]] = wrong.input;
-      const auto error = failureOf(name, arguments);
+      const Failure error = failureOf(name, arguments);
       if (!error) continue;
       EXPECT_EQ((*error)->key, wrong.key) << name << ", input " << order[turn];
       EXPECT_EQ((*error)->parameters, wrong.parameters) << name << ", input " << order[turn];

@@ -4,12 +4,14 @@
 #include <string>
 
 #include "gateway/function_table.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/failures.hpp"
 #include "tests/unit/function_names.hpp"
 
 namespace {
 
 using namespace h5test;
+
+constexpr const char* kWrongCount = "Zembra:validate:wrongNumberOfInputs";
 
 class Counts : public testing::TestWithParam<h5gate::Row> {
  protected:
@@ -19,15 +21,11 @@ class Counts : public testing::TestWithParam<h5gate::Row> {
   }
   [[nodiscard]] bool accepts(int count) const { return known_->accepts(count); }
 
-  /// What the call raises with `count` inputs of a class that no converter takes.
-  static std::string complaint(int count) {
+  /// The error of a call with `count` inputs of a class that no converter takes.
+  static std::string raisedWith(int count) {
     const Arguments arguments(static_cast<std::size_t>(count), cell({}));
-    try {
-      callWith(5, GetParam().name, arguments);
-      return "nothing";
-    } catch (const zembra::HostError& error) {
-      return error->identifier;
-    }
+    const Failure error = raisedBy([&] { callWith(5, GetParam().name, arguments); });
+    return error ? (*error)->identifier : "nothing";
   }
 
  private:
@@ -40,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(, Counts, testing::ValuesIn(h5gate::functionTable()),
 TEST_P(Counts, AreCheckedBeforeAnythingElse) {
   for (int count = 0; count <= kTooMany; ++count) {
     if (accepts(count)) continue;
-    EXPECT_EQ(complaint(count), "Zembra:validate:wrongNumberOfInputs") << count << " inputs";
+    EXPECT_EQ(raisedWith(count), kWrongCount) << count << " inputs";
   }
 }
 
@@ -48,10 +46,15 @@ TEST_P(Counts, LetTheInputsBeReadWhenTheyAreRight) {
   // Without inputs there is nothing to refuse: the call would be made.
   for (int count = 1; count <= kTooMany; ++count) {
     if (!accepts(count)) continue;
-    const std::string raised = complaint(count);
-    EXPECT_NE(raised, "Zembra:validate:wrongNumberOfInputs") << count << " inputs";
+    const std::string raised = raisedWith(count);
+    EXPECT_NE(raised, kWrongCount) << count << " inputs";
     EXPECT_NE(raised, "nothing") << count << " inputs";
   }
+}
+
+TEST(NoInputs, AreTooFewForAnyCall) {
+  const Failure error = raisedBy([] { callWithInputs(1, {}); });
+  EXPECT_TRUE(error && (*error)->identifier == kWrongCount);
 }
 
 }  // namespace

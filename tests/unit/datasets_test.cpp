@@ -2,62 +2,37 @@
 // host buffers.
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "hdf5/handle.hpp"
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/owned.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
 
 namespace {
 
 using namespace h5test;
-using Numbers = std::vector<double>;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNoIdentifier = 99;
-constexpr const char* kDefault = "H5P_DEFAULT";
-
-Owned chunked(std::initializer_list<hsize_t> chunk) {
-  Owned list(H5Pcreate(H5P_DATASET_CREATE));
-  H5Pset_chunk(list.get(), static_cast<int>(chunk.size()), chunk.begin());
-  return list;
-}
-
-Owned makeDataset(const Argument& file, const Argument& space, const Argument& list = kDefault,
-                  const Argument& type = "H5T_NATIVE_DOUBLE") {
-  return make("H5Dcreate", file.array, "data", type.array, space.array, list.array);
-}
 
 /// 4 by 6 that can grow without bounds, in chunks of 2 by 3.
 Owned makeGrowing(const MemoryFile& file) {
-  return makeDataset(file, makeSpace({4, 6}, row({-1, -1})), chunked({2, 3}));
+  return makeDataset(file, "data", "H5T_NATIVE_DOUBLE", makeSpace({4, 6}, row({-1, -1})),
+                     chunked({2, 3}));
 }
 
 Numbers extentOf(const Owned& dataset) {
   return numbersOf(call("H5Sget_simple_extent_dims", make("H5Dget_space", dataset))[1]);
 }
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
-TEST(Datasets, TakeExactCountsOfInputs) {
-  for (const char* name :
-       {"H5Dclose", "H5Dget_access_plist", "H5Dget_create_plist", "H5Dget_offset", "H5Dget_space",
-        "H5Dget_space_status", "H5Dget_storage_size", "H5Dget_type"}) {
-    h5test::expectWrongCounts(name, {0, 2});
-  }
-  h5test::expectWrongCounts("H5Dcreate", {0, 4, 6, 8});
-  h5test::expectWrongCounts("H5Dopen", {0, 1, 4});
-  h5test::expectWrongCounts("H5Dextend", {1, 3});
-  h5test::expectWrongCounts("H5Dset_extent", {1, 3});
-  h5test::expectWrongCounts("H5Dfill", {4, 6});
-  h5test::expectWrongCounts("H5Dvlen_get_buf_size", {2, 4});
-}
+Input id(const char* description) { return identifierInput(kNoIdentifier, description); }
 
-h5test::Input id(const char* description) { return identifierInput(kNoIdentifier, description); }
-
-h5test::Input datatypeInput() {
+Input datatypeInput() {
   return {"H5T_NATIVE_INT",
           {{"H5T_NATIVE_NOTHING", "constantNotFound", {"H5T_NATIVE_NOTHING"}},
            {true, "doubleDatatypeHidtMismatch", {"datatype identifier"}}}};
@@ -81,20 +56,20 @@ TEST(Datasets, ComplainFromLeftToRight) {
                                id("dataset access property list")});
   expectComplaints("H5Dvlen_get_buf_size", {id("dataset identifier"), id("datatype identifier"),
                                             id("dataspace identifier")});
-  const h5test::Input extent = {1, {{kNaN, "numericCastError", {}}}};
+  const Input extent = {1, {{kNaN, "numericCastError", {}}}};
   expectComplaints("H5Dextend", {id("dataset identifier"), extent});
   expectComplaints("H5Dset_extent", {id("dataset identifier"), extent});
 }
 
-TEST(Datasets, ConvertWhatFillsThemBeforeTheyLookAtTheBuffer) {
-  const h5test::Input buffer = {1, {{1, "failureToRetrieveDataspaceNdims", {}}}};
+TEST(Fill, ReadsItsIdentifiersBeforeItLooksAtTheBuffer) {
+  const Input buffer = {1, {{1, "failureToRetrieveDataspaceNdims", {}}}};
   expectComplaints("H5Dfill",
-                   {h5test::anyInput(), id("fill type identifier"), buffer,
+                   {anyInput(), id("fill type identifier"), buffer,
                     id("fill buffer type identifier"), id("fill dataspace identifier")},
                    {1, 3, 4, 2});
 }
 
-TEST(Datasets, TakeOneNameForIdentifiers) {
+TEST(Datasets, TakeTheDefaultListAndNoOtherNameForAnIdentifier) {
   const MemoryFile file;
   const Owned space = makeSpace({3});
   expectRaises("unmatchedHidtString", {"H5S_ALL", "dataspace identifier"}, "H5Dcreate", file, "d",
@@ -121,12 +96,12 @@ TEST(Datasets, ThatHdf5DoesNotKnowFail) {
   }
 }
 
-// --- Making and opening -----------------------------------------------------------------------
+// --- Making and opening --------------------------------------------------------------
 
 TEST(Datasets, AreMadeOfNamedAndOfOtherDatatypes) {
   const MemoryFile file;
   const Owned space = makeSpace({3});
-  const Owned copy(H5Tcopy(H5T_STD_I16BE));
+  const Owned copy = copyOf(H5T_STD_I16BE);
   int count = 0;
   for (const Argument& type : {Argument("H5T_STD_I16BE"), Argument(copy)}) {
     const Owned dataset = make("H5Dcreate", file, std::to_string(++count), type, space, kDefault);
@@ -148,9 +123,9 @@ TEST(Datasets, AreMadeInTheShortFormWithACreationList) {
 
 TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
   const MemoryFile file;
-  const Owned links(H5Pcreate(H5P_LINK_CREATE));
+  const Owned links = makeList("H5P_LINK_CREATE");
   H5Pset_create_intermediate_group(links.get(), 1);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   const Owned dataset = make("H5Dcreate", file, "a/b/d", "H5T_NATIVE_INT", makeSpace({4, 6}), links,
                              chunked({2, 3}), access);
@@ -164,7 +139,7 @@ TEST(Datasets, AreMadeInTheLongFormWithThreeLists) {
 TEST(Datasets, AreOpenedInBothForms) {
   const MemoryFile file;
   makeGrowing(file);
-  const Owned access(H5Pcreate(H5P_DATASET_ACCESS));
+  const Owned access = makeList("H5P_DATASET_ACCESS");
   H5Pset_chunk_cache(access.get(), 101, 4096, 0.5);
   std::size_t slots = 0;
   {
@@ -178,7 +153,7 @@ TEST(Datasets, AreOpenedInBothForms) {
 
 TEST(Datasets, OfUnknownOrTakenNamesFail) {
   const MemoryFile file;
-  const Owned dataset = makeDataset(file, makeSpace({1}));
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_DOUBLE", makeSpace({1}));
   expectLibraryError("H5Dopen", file, "other");
   expectLibraryError("H5Dopen", file, "");
   expectLibraryError("H5Dcreate", file, "data", "H5T_NATIVE_INT", makeSpace({1}), kDefault);
@@ -193,7 +168,7 @@ TEST(Datasets, CloseOnce) {
   expectLibraryError("H5Dclose", dataset);
 }
 
-// --- Asking ------------------------------------------------------------------------------
+// --- Asking --------------------------------------------------------------------------
 
 TEST(Datasets, GiveTheirStorageByNumber) {
   const MemoryFile file;
@@ -211,9 +186,9 @@ TEST(Datasets, ThatDoNotExistHaveNoStorage) {
   EXPECT_EQ(callNumber("H5Dget_storage_size", kDefault), 0);
 }
 
-TEST(Datasets, LieSomewhereWhenTheyAreContiguous) {
+TEST(Datasets, HaveAnOffsetWhenTheyAreContiguous) {
   const MemoryFile file;
-  const Owned dataset = makeDataset(file, makeSpace({3}));
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_DOUBLE", makeSpace({3}));
   expectLibraryError("H5Dget_offset", dataset);  // nothing is allocated yet
   const double values[3] = {};
   H5Dwrite(dataset.get(), H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values);
@@ -222,7 +197,7 @@ TEST(Datasets, LieSomewhereWhenTheyAreContiguous) {
             static_cast<double>(H5Dget_offset(dataset.get())));
 }
 
-TEST(Datasets, LieNowhereWhenTheyAreChunked) {
+TEST(Datasets, HaveNoOffsetWhenTheyAreChunked) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   const double values[24] = {};
@@ -232,9 +207,9 @@ TEST(Datasets, LieNowhereWhenTheyAreChunked) {
 
 TEST(Datasets, TellTheSizeOfVariableLengthData) {
   const MemoryFile file;
-  const Owned type(H5Tvlen_create(H5T_NATIVE_INT));
+  const Owned type = sequenceOf(H5T_NATIVE_INT);
   const Owned space = makeSpace({3});
-  const Owned dataset = makeDataset(file, space, kDefault, type);
+  const Owned dataset = makeDataset(file, "data", type, space);
   int elements[] = {1, 2, 3, 4, 5};
   const hvl_t sequences[] = {{2, elements}, {0, nullptr}, {5, elements}};
   H5Dwrite(dataset.get(), type.get(), H5S_ALL, H5S_ALL, H5P_DEFAULT, sequences);
@@ -245,7 +220,7 @@ TEST(Datasets, TellTheSizeOfVariableLengthData) {
   expectLibraryError("H5Dvlen_get_buf_size", dataset, type, kNoIdentifier);
 }
 
-// --- Extents ----------------------------------------------------------------------------------
+// --- Extents -------------------------------------------------------------------------
 
 TEST(Extents, AreTakenInHdf5sOrderFromAnyShapeAndNumericClass) {
   for (const Value& extent :
@@ -261,7 +236,7 @@ TEST(Extents, AreTakenInHdf5sOrderFromAnyShapeAndNumericClass) {
   }
 }
 
-TEST(Extents, ShrinkOrNot) {
+TEST(Extents, ShrinkWhereTheyAreSetButNotWhereTheyAreExtended) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   call("H5Dextend", dataset, row({2, 9}));  // which only grows
@@ -270,11 +245,11 @@ TEST(Extents, ShrinkOrNot) {
   EXPECT_EQ(extentOf(dataset), (Numbers{2, 3}));
   call("H5Dset_extent", dataset, row({-0.5, 3}));
   EXPECT_EQ(extentOf(dataset), (Numbers{0, 3}));
-  call("H5Dset_extent", dataset, h5test::logical(true));
+  call("H5Dset_extent", dataset, logical(true));
   EXPECT_EQ(extentOf(dataset), (Numbers{1, 3}));
 }
 
-TEST(Extents, ThatAreLeftOffStayAsTheyAre) {
+TEST(Extents, OfDimensionsThatAreLeftOutStayAsTheyAre) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   call("H5Dset_extent", dataset, 2);
@@ -283,10 +258,10 @@ TEST(Extents, ThatAreLeftOffStayAsTheyAre) {
   EXPECT_EQ(extentOf(dataset), (Numbers{5, 6}));
 }
 
-TEST(Extents, MayBeMoreThanHdf5EverTakes) {
+TEST(Extents, MayHaveMoreElementsThanHdf5HasDimensions) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
-  call("H5Dset_extent", dataset, zembra::makeRow(Numbers(50, 7)));
+  call("H5Dset_extent", dataset, row(Numbers(50, 7)));
   EXPECT_EQ(extentOf(dataset), (Numbers{7, 7}));
 }
 
@@ -294,7 +269,7 @@ TEST(Extents, AreRefusedWhereNoneIsGiven) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
   for (const char* name : {"H5Dset_extent", "H5Dextend"}) {
-    for (const Value& none : {empty(), h5test::cell({}), h5test::text("")}) {
+    for (const Value& none : {empty(), cell({}), text("")}) {
       expectLibraryError(name, dataset, none);
     }
   }
@@ -304,11 +279,10 @@ TEST(Extents, AreRefusedWhereNoneIsGiven) {
 TEST(Extents, ThatAreNoSizesRaise) {
   const MemoryFile file;
   const Owned dataset = makeGrowing(file);
-  const Value cell = h5test::cell({h5test::number(3), h5test::number(4)});
-  for (const Value& bad :
-       {row({-1, 2}), row({2, -1}), row({kNaN, 1}), row({kInfinity, 1}), row({-kInfinity, 1}),
-        row({18446744073709551616.0, 1}), row({3, 4, -1}), numeric(zbClass::Int8, {-1, 2}), cell,
-        h5test::text("34"), h5test::structure({})}) {
+  const Value cell = h5test::cell({number(3), number(4)});
+  for (const Value& bad : {row({-1, 2}), row({2, -1}), row({kNaN, 1}), row({kInfinity, 1}),
+                           row({-kInfinity, 1}), row({kTwo64, 1}), row({3, 4, -1}),
+                           numeric(zbClass::Int8, {-1, 2}), cell, text("34"), structure({})}) {
     for (const char* name : {"H5Dset_extent", "H5Dextend"}) {
       expectRaises("numericCastError", {}, name, dataset, bad);
     }
@@ -318,28 +292,27 @@ TEST(Extents, ThatAreNoSizesRaise) {
 
 TEST(Extents, StayWithinTheirMaxima) {
   const MemoryFile file;
-  const Owned fixed = makeDataset(file, makeSpace({3}));
+  const Owned fixed = makeDataset(file, "data", "H5T_NATIVE_DOUBLE", makeSpace({3}));
   expectLibraryError("H5Dset_extent", fixed, 4);
   const Owned limited =
       make("H5Dcreate", file, "limited", "H5T_NATIVE_INT", makeSpace({3}, row({5})), chunked({1}));
   call("H5Dset_extent", limited, 5);
   expectLibraryError("H5Dset_extent", limited, 6);
-  const Owned scalar = make("H5Dcreate", file, "scalar", "H5T_NATIVE_INT",
-                            make("H5Screate", "H5S_SCALAR"), kDefault);
+  const Owned scalar = make("H5Dcreate", file, "scalar", "H5T_NATIVE_INT", scalarSpace(), kDefault);
   expectLibraryError("H5Dset_extent", scalar, 1);
 }
 
-// --- Filling ----------------------------------------------------------------------------------
+// --- Filling -------------------------------------------------------------------------
 
 /// Fills with 7, or with another value of class double.
-Value filled(const Value& buffer, const Owned& space, const Value& value = h5test::number(7)) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
+Value filled(const Value& buffer, const Owned& space, const Value& value = number(7)) {
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
   return result("H5Dfill", value, type, buffer, type, space);
 }
 
-void expectFillRaises(std::string_view key, const std::vector<zembra::Parameter>& parameters,
-                      const Value& buffer, const Argument& space) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
+void expectFillRaises(std::string_view key, const Parameters& parameters, const Value& buffer,
+                      const Argument& space) {
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
   expectRaises(key, parameters, "H5Dfill", 7, type, buffer, type, space);
 }
 
@@ -369,15 +342,15 @@ TEST(Fill, KeepsShapeAndClass) {
 }
 
 TEST(Fill, TakesOneElementForAScalarSpace) {
-  const Owned scalar = make("H5Screate", "H5S_SCALAR");
-  EXPECT_EQ(numbersOf(filled(h5test::number(1), scalar)), Numbers{7});
+  const Owned scalar = scalarSpace();
+  EXPECT_EQ(numbersOf(filled(number(1), scalar)), Numbers{7});
   expectFillRaises("wrongNumberOfElementsForOneDimensionalDataspace", {2, 1}, row({1, 2}), scalar);
   expectFillRaises("dataBufferRankNotTwo", {}, cube(1, 1, 2), scalar);
 }
 
 TEST(Fill, ChangesNothingOfANullSpace) {
-  const Owned null = make("H5Screate", "H5S_NULL");
-  EXPECT_EQ(numbersOf(filled(h5test::number(1), null)), Numbers{1});
+  const Owned null = nullSpace();
+  EXPECT_EQ(numbersOf(filled(number(1), null)), Numbers{1});
   expectFillRaises("wrongNumberOfElementsForOneDimensionalDataspace", {2, 1}, row({1, 2}), null);
 }
 
@@ -394,8 +367,8 @@ TEST(Fill, AcceptsHostDimensionsThatAreLarger) {
 }
 
 TEST(Fill, ConvertsTheValueToTheBuffersDatatype) {
-  const Owned integer(H5Tcopy(H5T_NATIVE_INT));
-  const Owned real(H5Tcopy(H5T_NATIVE_DOUBLE));
+  const Owned integer = copyOf(H5T_NATIVE_INT);
+  const Owned real = copyOf(H5T_NATIVE_DOUBLE);
   const Value result = h5test::result("H5Dfill", numeric(zbClass::Int32, {-3}), integer,
                                       row({1, 2}), real, makeSpace({2}));
   EXPECT_EQ(numbersOf(result), (Numbers{-3, -3}));
@@ -421,7 +394,7 @@ TEST(Fill, NeedsBuffersOfTheExtentReversed) {
   const Numbers twelve(12, 0);
   inconsistent("[ 3 4 ]", "[ 3 4 ]", zembra::makeNumeric(zbClass::Double, {3, 4}, twelve.data()),
                makeSpace({3, 4}));
-  inconsistent("[ 2 1 ]", "[ 1 1 ]", h5test::number(0), makeSpace({2, 1}));
+  inconsistent("[ 2 1 ]", "[ 1 1 ]", number(0), makeSpace({2, 1}));
   inconsistent("[ 1 2 ]", "[ 0 0 ]", empty(), makeSpace({1, 2}));
   inconsistent("[ 2 3 4 ]", "[ 2 3 4 ]", cube(2, 3, 4), makeSpace({2, 3, 4}));
 }
@@ -439,42 +412,41 @@ TEST(Fill, NeedsADataspace) {
 }
 
 TEST(Fill, NeedsDatatypes) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
   expectNoFill(row({1}), kNoIdentifier, row({1}), type, makeSpace({1}));
   expectNoFill(row({1}), type, row({1}), kNoIdentifier, makeSpace({1}));
 }
 
 TEST(Fill, ReadsNothingBeyondTheValue) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
-  const Owned large(H5Tcreate(H5T_OPAQUE, 1000));
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
+  const Owned large = opaque(1000);
   const Value bytes =
       zembra::makeNumeric(zbClass::UInt8, {1, 1000}, std::vector<std::uint8_t>(1000).data());
   for (const Value& tooShort :
-       {numeric(zbClass::Single, {1}), numeric(zbClass::Int8, {1, 2, 3, 4, 5, 6, 7}),
-        h5test::logical(true), h5test::text("seven"), h5test::cell({h5test::number(7)}),
-        h5test::structure({{"a", h5test::number(7)}}), h5test::identifier(7)}) {
+       {numeric(zbClass::Single, {1}), numeric(zbClass::Int8, {1, 2, 3, 4, 5, 6, 7}), logical(true),
+        text("seven"), cell({number(7)}), structure({{"a", number(7)}}), identifier(7)}) {
     expectNoFill(tooShort, type, row({1}), type, makeSpace({1}));
     expectNoFill(tooShort, large, bytes, large, makeSpace({1000}));
   }
 }
 
 TEST(Fill, WritesNothingBeyondTheBuffer) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
   const Owned space = makeSpace({5});
   for (const Value& tooShort :
        {row({1, 2, 3, 4}), empty(), numeric(zbClass::Single, {1, 2, 3, 4, 5}),
-        numeric(zbClass::Int8, {1, 2, 3, 4, 5}), h5test::text("12345"),
-        h5test::cell({empty(), empty(), empty(), empty(), empty()}), h5test::structure({})}) {
-    expectNoFill(h5test::number(7), type, tooShort, type, space);
+        numeric(zbClass::Int8, {1, 2, 3, 4, 5}), text("12345"),
+        cell({empty(), empty(), empty(), empty(), empty()}), structure({})}) {
+    expectNoFill(number(7), type, tooShort, type, space);
   }
   const Value bytes = zembra::makeNumeric(zbClass::Int16, {4, 3}, std::vector<short>(12).data());
-  expectNoFill(h5test::number(7), type, bytes, type, makeSpace({3, 4}));
+  expectNoFill(number(7), type, bytes, type, makeSpace({3, 4}));
 }
 
 TEST(Fill, WritesNothingWhereASelectionLeavesTheExtent) {
-  const Owned type(H5Tcopy(H5T_NATIVE_DOUBLE));
+  const Owned type = copyOf(H5T_NATIVE_DOUBLE);
   const auto expectRefused = [&](const Owned& space) {
-    expectNoFill(h5test::number(7), type, row({1, 2, 3, 4, 5}), type, space);
+    expectNoFill(number(7), type, row({1, 2, 3, 4, 5}), type, space);
   };
   const Owned space = makeSpace({5});
   call("H5Sselect_hyperslab", space, "H5S_SELECT_SET", 3, empty(), 600, empty());
@@ -491,18 +463,14 @@ TEST(Fill, WritesNothingWhereASelectionLeavesTheExtent) {
 }
 
 TEST(Fill, TakesNoBytesForPointers) {
-  Owned sequence(H5Tvlen_create(H5T_NATIVE_INT));
-  Owned text(H5Tcopy(H5T_C_S1));
-  H5Tset_size(text.get(), H5T_VARIABLE);
-  const hsize_t two[] = {2};
-  Owned texts(H5Tarray_create2(text.get(), 1, two));
-  Owned compound(H5Tcreate(H5T_COMPOUND, 32));
-  H5Tinsert(compound.get(), "number", 0, H5T_NATIVE_INT);
-  H5Tinsert(compound.get(), "texts", 8, texts.get());
+  const Owned sequence = sequenceOf(H5T_NATIVE_INT);
+  const Owned text = variableText();
+  const Owned texts = arrayOf(text, {2});
+  const Owned compound = compoundOf({{"number", H5T_NATIVE_INT}, {"texts", texts}});
   const Value bytes =
       zembra::makeNumeric(zbClass::UInt8, {1, 64}, std::vector<std::uint8_t>(64, 1).data());
   const Owned space = makeSpace({64});
-  const Owned byte(H5Tcopy(H5T_NATIVE_UCHAR));
+  const Owned byte = copyOf(H5T_NATIVE_UCHAR);
   const Owned one = makeSpace({1, 1});
   for (const Owned* type : {&sequence, &text, &texts, &compound}) {
     expectNoFill(bytes, *type, bytes, *type, one);
@@ -512,9 +480,7 @@ TEST(Fill, TakesNoBytesForPointers) {
 }
 
 TEST(Fill, TakesStructuredElements) {
-  const Owned compound(H5Tcreate(H5T_COMPOUND, 8));
-  H5Tinsert(compound.get(), "a", 0, H5T_NATIVE_INT);
-  H5Tinsert(compound.get(), "b", 4, H5T_NATIVE_INT);
+  const Owned compound = compoundOf({{"a", H5T_NATIVE_INT}, {"b", H5T_NATIVE_INT}});
   const Value result =
       h5test::result("H5Dfill", numeric(zbClass::Int32, {3, 4}), compound,
                      numeric(zbClass::Int32, {0, 0, 0, 0}), compound, makeSpace({1, 1}));

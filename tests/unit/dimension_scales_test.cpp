@@ -1,18 +1,19 @@
 // Dimension scales: making, attaching, labels, names, iteration.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <span>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "tests/unit/properties.hpp"
+#include "tests/unit/complaints.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/walking.hpp"
 
 namespace {
 
 using namespace h5test;
-
-constexpr double kNoDataset = 99;
-const char* const kDefault = "H5P_DEFAULT";
 
 /// A dataset of 3 by 4 with scales for its first dimension: "x", "y" and one that has
 /// no name.
@@ -25,7 +26,7 @@ class DimensionScales : public testing::Test {
         nameless_(dataset("nameless", {3})) {}
 
   Owned dataset(const char* name, std::initializer_list<double> dims) {
-    return make("H5Dcreate", file_, name, "H5T_NATIVE_INT", makeSpace(dims), kDefault);
+    return makeDataset(file_, name, "H5T_NATIVE_INT", makeSpace(dims));
   }
   void attachAll() {
     call("H5DSset_scale", x_, "x");
@@ -46,7 +47,7 @@ void expectFails(const std::string& name, Inputs&&... inputs) {
   expectRaises("libraryFailureH5DS", {name}, name, std::forward<Inputs>(inputs)...);
 }
 
-TEST_F(DimensionScales, CallTheirInputsByTheirNames) {
+TEST_F(DimensionScales, NameTheInputThatIsWrong) {
   const Input dataset = identifierInput(data_, "dataset identifier");
   const Input scale = identifierInput(x_, "dimension scale identifier");
   const Input dimension = scalarInput();
@@ -66,20 +67,20 @@ TEST_F(DimensionScales, CallTheirInputsByTheirNames) {
   expectComplaints("H5DSiterate_scales", {dataset, dimension, intInput(), any, any});
 }
 
-TEST_F(DimensionScales, FailByTheirNames) {
-  expectFails("H5DSset_scale", kNoDataset, "x");
-  expectFails("H5DSset_scale", kNoDataset, empty());
-  expectFails("H5DSis_scale", kNoDataset);
+TEST_F(DimensionScales, NameTheFunctionThatFails) {
+  expectFails("H5DSset_scale", kNoIdentifier, "x");
+  expectFails("H5DSset_scale", kNoIdentifier, empty());
+  expectFails("H5DSis_scale", kNoIdentifier);
   expectFails("H5DSis_scale", file_);
-  expectFails("H5DSattach_scale", data_, kNoDataset, 0);
+  expectFails("H5DSattach_scale", data_, kNoIdentifier, 0);
   expectFails("H5DSattach_scale", data_, data_, 0);
   expectFails("H5DSdetach_scale", data_, x_, 0);
-  expectFails("H5DSset_label", kNoDataset, 0, "rows");
+  expectFails("H5DSset_label", kNoIdentifier, 0, "rows");
   expectFails("H5DSset_label", data_, 2, "rows");
-  expectFails("H5DSget_label", kNoDataset, 0);
+  expectFails("H5DSget_label", kNoIdentifier, 0);
   expectFails("H5DSget_label", data_, 2);
   expectFails("H5DSget_scale_name", data_);
-  expectFails("H5DSget_num_scales", kNoDataset, 0);
+  expectFails("H5DSget_num_scales", kNoIdentifier, 0);
   expectFails("H5DSget_num_scales", data_, 2);
 }
 
@@ -134,8 +135,7 @@ TEST_F(DimensionScales, LabelDimensions) {
 }
 
 TEST_F(DimensionScales, OfAScalarHaveNoDimension) {
-  const Owned space = make("H5Screate", "H5S_SCALAR");
-  const Owned scalar = make("H5Dcreate", file_, "scalar", "H5T_NATIVE_INT", space, kDefault);
+  const Owned scalar = makeDataset(file_, "scalar");
   call("H5DSset_scale", x_, "x");
   for (const double dimension : {0.0, 1.0, 4294967295.0}) {
     expectFails("H5DSset_label", scalar, dimension, "none");
@@ -146,7 +146,7 @@ TEST_F(DimensionScales, OfAScalarHaveNoDimension) {
   }
 }
 
-// --- Iteration -------------------------------------------------------------------------
+// --- Iteration -----------------------------------------------------------------------
 
 /// Notes the name of each scale and hands on how many there were.
 Value noteScales(Names& names, double status = 0) {
@@ -222,10 +222,7 @@ TEST_F(DimensionScales, StopWhenTheFunctionSaysSo) {
 TEST_F(DimensionScales, ReportTheFunctionThatFailed) {
   attachAll();
   int calls = 0;
-  const Value thrower = function([&](int, std::span<zbArray* const>) -> Results {
-    if (++calls == 2) throw std::runtime_error("the second one is too much");
-    return {number(0), number(calls)};
-  });
+  const Value thrower = throwAtCall(2, "the second one is too much", &calls);
   expectRaises("iterateScalesFailure", {std::string("the second one is too much")},
                "H5DSiterate_scales", data_, 0, 0, thrower, empty());
   EXPECT_EQ(calls, 2);
@@ -233,11 +230,10 @@ TEST_F(DimensionScales, ReportTheFunctionThatFailed) {
 
 TEST_F(DimensionScales, ReportThatNoFunctionRan) {
   attachAll();
-  const std::vector<Parameter> none = {
-      std::string("Failed before callback function could be called")};
+  const Parameters none = {kNoneRan};
   const char* key = "iterateScalesFailure";
   const Value never = neverCalled();
-  expectRaises(key, none, "H5DSiterate_scales", kNoDataset, 0, 0, never, empty());
+  expectRaises(key, none, "H5DSiterate_scales", kNoIdentifier, 0, 0, never, empty());
   expectRaises(key, none, "H5DSiterate_scales", data_, 2, 0, never, empty());
   expectRaises(key, none, "H5DSiterate_scales", data_, 0, 3, never, empty());
   for (const double before : {-1.0, -100000000.0, -2147483648.0}) {

@@ -3,12 +3,13 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
 
-#include "tests/unit/properties.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
@@ -16,7 +17,6 @@ namespace {
 using namespace h5test;
 namespace fs = std::filesystem;
 
-const char* const kDefault = "H5P_DEFAULT";
 const char* const kAccess = "H5P_FILE_ACCESS";
 
 /// A driver, the file that it is given, and the files that it makes of it.
@@ -27,8 +27,6 @@ struct Driver {
   std::vector<std::string> made;
 };
 void PrintTo(const Driver& driver, std::ostream* out) { *out << driver.name; }
-
-double constant(const std::string& name) { return callNumber("H5ZBget_constant_value", name); }
 
 void chooseMembers(const Owned& list, bool relax) {
   const Value names = cell({text("%s-m.h5"), text("%s-m.h5"), text("%s-m.h5"), text("%s-r.h5"),
@@ -74,16 +72,16 @@ class Drivers : public testing::TestWithParam<Driver> {
  protected:
   /// Writes a file and reads it again, each with a list of its own.
   static void expectKept(const std::string& path) {
-    const std::vector<double> values = ramp(1500);
+    const Numbers values = ramp(1500);
     {
       const Owned list = makeList(kAccess);
       GetParam().choose(list);
-      const File file(createFile(path, list));
+      const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
       writeDoubles(file, "values", values);
     }
     const Owned list = makeList(kAccess);
     GetParam().choose(list);
-    const File file(openFile(path, "H5F_ACC_RDONLY", list));
+    const Owned file = openFile(path, "H5F_ACC_RDONLY", list);
     EXPECT_EQ(readDoubles(file, "values"), values);
     const Owned asked = make("H5Fget_access_plist", file);
     EXPECT_EQ(callNumber("H5Pget_driver", asked), callNumber("H5Pget_driver", list));
@@ -125,7 +123,7 @@ TEST(CoreDriver, LeavesNoFileWithoutABackingStore) {
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_core", list, 4096, false);
   {
-    const File file(createFile(path, list));
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
     writeDoubles(file, "values", ramp(1000));
     EXPECT_EQ(readDoubles(file, "values"), ramp(1000));
   }
@@ -136,18 +134,18 @@ TEST(CoreDriver, LeavesNoFileWithoutABackingStore) {
 TEST(CoreDriver, ChangesAFileOnlyWithABackingStore) {
   const std::string path = temporaryPath();
   {
-    const File file(createFile(path));
+    const Owned file = createFile(path);
     writeDoubles(file, "values", ramp(1000));
   }
   for (const bool store : {false, true}) {
     const Owned list = makeList(kAccess);
     call("H5Pset_fapl_core", list, 4096, store);
     {
-      const File file(openFile(path, "H5F_ACC_RDWR", list));
+      const Owned file = openFile(path, "H5F_ACC_RDWR", list);
       EXPECT_EQ(readDoubles(file, "values"), ramp(1000));
       writeDoubles(file, "more", ramp(10));
     }
-    const File file(openFile(path));
+    const Owned file = openFile(path);
     EXPECT_EQ(callNumber("H5Lexists", file, "more", kDefault), store ? 1 : 0);
   }
 }
@@ -157,7 +155,7 @@ TEST(FamilyDriver, HasMembersOfTheirSize) {
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_family", list, 5120, kDefault);
   {
-    const File file(createFile(path, list));
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
     writeDoubles(file, "values", ramp(1500));
   }
   EXPECT_EQ(fs::file_size(temporaryPath("file000.h5")), 5120U);
@@ -166,7 +164,7 @@ TEST(FamilyDriver, HasMembersOfTheirSize) {
   expectLibraryError("H5Fopen", path, "H5F_ACC_RDONLY", list);
   // Size 0 takes what it finds.
   call("H5Pset_fapl_family", list, 0, kDefault);
-  const File file(openFile(path, "H5F_ACC_RDONLY", list));
+  const Owned file = openFile(path, "H5F_ACC_RDONLY", list);
   EXPECT_EQ(readDoubles(file, "values"), ramp(1500));
 }
 
@@ -175,7 +173,7 @@ TEST(FamilyDriver, HasMembersOfAnyDriver) {
   call("H5Pset_fapl_stdio", member);
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_family", list, 5120, member);
-  const File file(createFile(temporaryPath("file%d.h5"), list));
+  const Owned file = createFile(temporaryPath("file%d.h5"), "H5F_ACC_TRUNC", list);
   writeDoubles(file, "values", ramp(1500));
   EXPECT_EQ(readDoubles(file, "values"), ramp(1500));
 }
@@ -188,7 +186,7 @@ TEST(FamilyDriver, TakesNoNameThatIsAFormatOfAnythingElse) {
     expectLibraryError("H5Fcreate", temporaryPath(name), "H5F_ACC_TRUNC", kDefault, list);
     expectLibraryError("H5Fopen", temporaryPath(name), "H5F_ACC_RDONLY", list);
   }
-  const File file(createFile(temporaryPath("100%%-%02u.h5"), list));
+  const Owned file = createFile(temporaryPath("100%%-%02u.h5"), "H5F_ACC_TRUNC", list);
   EXPECT_TRUE(fs::exists(temporaryPath("100%-00.h5")));
 }
 
@@ -197,7 +195,7 @@ TEST(SplitDriver, KeepsMetadataAndRawDataApart) {
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_split", list, "-meta.h5", kDefault, "%s-raw.h5", kDefault);
   {
-    const File file(createFile(path, list));
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
     writeDoubles(file, "values", ramp(1500));
   }
   EXPECT_GE(fs::file_size(temporaryPath("file-raw.h5")), 1500U * sizeof(double));
@@ -210,7 +208,7 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
   {
     const Owned list = makeList(kAccess);
     chooseMembers(list, true);
-    const File file(createFile(path, list));
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
     writeDoubles(file, "values", ramp(1500));
   }
   fs::remove(temporaryPath("file-r.h5"));
@@ -218,7 +216,7 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
     const Owned list = makeList(kAccess);
     chooseMembers(list, relax);
     if (relax) {
-      const File file(openFile(path, "H5F_ACC_RDONLY", list));
+      const Owned file = openFile(path, "H5F_ACC_RDONLY", list);
       EXPECT_EQ(callNumber("H5Lexists", file, "values", kDefault), 1);
     } else {
       expectLibraryError("H5Fopen", path, "H5F_ACC_RDONLY", list);
@@ -226,7 +224,7 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
   }
 }
 
-// --- Log driver -----------------------------------------------------------------------
+// --- Log driver ----------------------------------------------------------------------
 
 /// What one flag makes the log say, and no other flag does.
 struct LogFlag {
@@ -253,16 +251,15 @@ constexpr LogFlag kLogFlags[] = {
 /// What the log says of a file that is opened, changed and closed.
 std::string logOf(double flags) {
   const std::string path = temporaryPath();
-  { const File file(createFile(path)); }
+  { const Owned file = createFile(path); }
   fs::remove(temporaryPath("log"));
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_log", list, temporaryPath("log"), flags, 1 << 20);
   {
-    const File file(openFile(path, "H5F_ACC_RDWR", list));
+    const Owned file = openFile(path, "H5F_ACC_RDWR", list);
     writeDoubles(file, "values", ramp(1500));
   }
-  std::ifstream log(temporaryPath("log"));
-  return {std::istreambuf_iterator<char>(log), {}};
+  return readBytes(temporaryPath("log"));
 }
 
 TEST(LogDriver, KeepsTheMeaningOfEveryFlag) {
@@ -288,7 +285,7 @@ TEST(LogDriver, TakesFlagsTogether) {
   EXPECT_EQ(logOf(32768 + 65536 + 2147483648.0), "");
 }
 
-// --- Files that others made ----------------------------------------------------------------
+// --- Files that others made ----------------------------------------------------------
 
 class SharedFiles : public testing::Test {
  protected:
@@ -309,7 +306,7 @@ class SharedFiles : public testing::Test {
 TEST_F(SharedFiles, OfAFamily) {
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_family", list, 5120, kDefault);
-  const File file(openFile(path("family_v16_%05d.h5"), "H5F_ACC_RDONLY", list));
+  const Owned file = openFile(path("family_v16_%05d.h5"), "H5F_ACC_RDONLY", list);
   EXPECT_GT(callNumber("H5Fget_filesize", file), 3 * 5120);
   EXPECT_GE(callNumber("H5Gget_num_objs", file), 1);
 }
@@ -317,7 +314,7 @@ TEST_F(SharedFiles, OfAFamily) {
 TEST_F(SharedFiles, OfASplitFile) {
   const Owned list = makeList(kAccess);
   call("H5Pset_fapl_split", list, "-m.h5", kDefault, "-r.h5", kDefault);
-  const File file(openFile(path("tsplit_file"), "H5F_ACC_RDONLY", list));
+  const Owned file = openFile(path("tsplit_file"), "H5F_ACC_RDONLY", list);
   EXPECT_GE(callNumber("H5Gget_num_objs", file), 1);
 }
 

@@ -2,20 +2,22 @@
 // number, and the two queries that differ in byte order.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "tests/unit/owned.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/limits.hpp"
 
 namespace {
 
 using namespace h5test;
 
-Owned enumeration(const char* base) { return make("H5Tenum_create", base); }
+Owned enumerationOn(const char* base) { return make("H5Tenum_create", base); }
 
 /// An enumeration on an integer of any number of bytes.
 Owned enumerationOfSize(double bytes, const char* sign = "H5T_SGN_2",
@@ -45,12 +47,12 @@ Number dataOf(const Value& value) {
 
 /// What a script reads back of a value that it inserted.
 double inserted(const char* base, const Argument& value) {
-  const Owned type = enumeration(base);
+  const Owned type = enumerationOn(base);
   insert(type, "value", value);
   return numberOf(result("H5Tget_member_value", type, 0));
 }
 
-// --- Inserting -------------------------------------------------------------------
+// --- Inserting -----------------------------------------------------------------------
 
 TEST(EnumerationInsert, TakesEveryNumericClass) {
   for (const zbClass type :
@@ -86,21 +88,19 @@ TEST(EnumerationInsert, KeepsAllBitsOfLongIntegers) {
   const std::int64_t least = std::numeric_limits<std::int64_t>::min();
   const std::int64_t odd = 9007199254740993;  // no double
   const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-  const Owned isSigned = enumeration("H5T_STD_I64BE");
+  const Owned isSigned = enumerationOn("H5T_STD_I64BE");
   insert(isSigned, "least", zembra::makeNumeric(zbClass::Int64, {1, 1}, &least));
   insert(isSigned, "odd", zembra::makeNumeric(zbClass::Int64, {1, 1}, &odd));
   EXPECT_EQ(dataOf<std::int64_t>(result("H5Tget_member_value", isSigned, 0)), least);
   EXPECT_EQ(dataOf<std::int64_t>(result("H5Tget_member_value", isSigned, 1)), odd);
-  const Owned isUnsigned = enumeration("H5T_STD_U64BE");
+  const Owned isUnsigned = enumerationOn("H5T_STD_U64BE");
   insert(isUnsigned, "most", zembra::makeNumeric(zbClass::UInt64, {1, 1}, &most));
   EXPECT_EQ(dataOf<std::uint64_t>(result("H5Tget_member_value", isUnsigned, 0)), most);
 }
 
-TEST(EnumerationInsert, SeesTheLeastIntegerForDoublesBeyondThem) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  for (const double value : {9223372036854775808.0, -1e300, kInfinity, -kInfinity,
-                             std::numeric_limits<double>::quiet_NaN()}) {
-    const Owned type = enumeration("H5T_STD_I64LE");
+TEST(EnumerationInsert, TakesDoublesBeyondAllIntegersForTheLeastOne) {
+  for (const double value : {9223372036854775808.0, -1e300, kInfinity, -kInfinity, kNaN}) {
+    const Owned type = enumerationOn("H5T_STD_I64LE");
     insert(type, "value", value);
     EXPECT_EQ(dataOf<std::int64_t>(result("H5Tget_member_value", type, 0)),
               std::numeric_limits<std::int64_t>::min());
@@ -110,24 +110,23 @@ TEST(EnumerationInsert, SeesTheLeastIntegerForDoublesBeyondThem) {
 }
 
 TEST(EnumerationInsert, TakesOneValue) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   Value complex = number(1);
   complex.get()->complex = true;
   Value sparse = number(1);
   sparse.get()->sparse = true;
-  for (const Value& value :
-       {row({1, 2}), numeric(zbClass::Int32, {1, 2}), h5test::text("12"), h5test::empty(),
-        numeric(zbClass::Int32, {}), h5test::text(""), complex, sparse, h5test::cell({number(1)}),
-        h5test::structure({{"a", number(1)}}), h5test::identifier(1),
-        h5test::function([](int, std::span<zbArray* const>) { return h5test::Results(); }),
-        zembra::makeForeign(zembra::Origin())}) {
+  for (const Value& value : {row({1, 2}), numeric(zbClass::Int32, {1, 2}), text("12"), empty(),
+                             numeric(zbClass::Int32, {}), text(""), complex, sparse,
+                             cell({number(1)}), structure({{"a", number(1)}}), identifier(1),
+                             function([](int, std::span<zbArray* const>) { return Results(); }),
+                             zembra::makeForeign(zembra::Origin())}) {
     expectRaises("badEnumInsertArgument", {}, "H5Tenum_insert", type, "value", value);
   }
   EXPECT_EQ(callNumber("H5Tget_nmembers", type), 0);
 }
 
 TEST(EnumerationInsert, TakesNeitherTextNorTruth) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   expectRaises("badEnumArgumentClass", {}, "H5Tenum_insert", type, "value", "1");
   expectRaises("badEnumArgumentClass", {}, "H5Tenum_insert", type, "value", true);
 }
@@ -138,7 +137,7 @@ TEST(EnumerationInsert, ReportsTheFirstBadInput) {
 }
 
 TEST(EnumerationInsert, RefusesWhatHdf5Refuses) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   insert(type, "one", 1);
   expectLibraryError("H5Tenum_insert", type, "one", 2);
   expectLibraryError("H5Tenum_insert", type, "uno", 1);
@@ -147,12 +146,11 @@ TEST(EnumerationInsert, RefusesWhatHdf5Refuses) {
 
 TEST(EnumerationInsert, LeavesOtherClassesAlone) {
   // Bases of these are no numbers: sequences and strings are pointers in memory.
-  const Owned text = make("H5Tcopy", "H5T_C_S1");
-  call("H5Tset_size", text, "H5T_VARIABLE");
-  const Owned sequence = make("H5Tvlen_create", "H5T_STD_I32BE");
-  const Owned texts = make("H5Tvlen_create", text);
-  const Owned sequences = make("H5Tarray_create", sequence, row({3}));
-  const Owned moreTexts = make("H5Tarray_create", text, row({3}));
+  const Owned text = variableText();
+  const Owned sequence = sequenceOf(H5T_STD_I32BE);
+  const Owned texts = sequenceOf(text);
+  const Owned sequences = arrayOf(sequence, {3});
+  const Owned moreTexts = arrayOf(text, {3});
   const Owned record = make("H5Tcreate", "H5T_COMPOUND", 300);
   for (const Owned* type : {&text, &sequence, &texts, &sequences, &moreTexts, &record}) {
     expectLibraryError("H5Tenum_insert", *type, "x", 1e9);
@@ -164,7 +162,7 @@ TEST(EnumerationInsert, LeavesOtherClassesAlone) {
   expectLibraryError("H5Tenum_insert", "H5T_NATIVE_DOUBLE", "x", 1);
 }
 
-// --- The class of values ---------------------------------------------------------
+// --- The class of values -------------------------------------------------------------
 
 TEST(EnumerationValues, HaveTheClassOfTheirSizeAndSign) {
   struct Case {
@@ -204,8 +202,8 @@ TEST(EnumerationValues, OfOddSizesKeepTheirSignAsMembers) {
   EXPECT_EQ(numberOf(result("H5Tenum_valueof", type, "minus")), 0xFFFFFE);
 }
 
-TEST(EnumerationValues, AreOfTheDatatypeOrOfTheMachine) {
-  const Owned type = enumeration("H5T_STD_I16BE");
+TEST(EnumerationValues, AreInTheByteOrderOfTheDatatypeOrOfTheMachine) {
+  const Owned type = enumerationOn("H5T_STD_I16BE");
   insert(type, "two", 2);
   insert(type, "minus", -2);
   EXPECT_EQ(numberOf(result("H5Tget_member_value", type, 0)), 2);
@@ -230,8 +228,8 @@ TEST(EnumerationValues, WiderThanEightBytesHaveNoClass) {
   }
 }
 
-TEST(EnumerationValues, AreOfMembersThatAreThere) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+TEST(EnumerationValues, NeedMembersThatExist) {
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   expectLibraryError("H5Tenum_valueof", type, "one");
   expectLibraryError("H5Tget_member_value", type, 0);
   insert(type, "one", 1);
@@ -243,22 +241,22 @@ TEST(EnumerationValues, AreOfMembersThatAreThere) {
   expectLibraryError("H5Tget_member_value", "H5T_NATIVE_INT", 0);
 }
 
-// --- Names of values -------------------------------------------------------------
+// --- Names of values -----------------------------------------------------------------
 
 TEST(EnumerationNames, AreOfValuesAsTheDatatypeHoldsThem) {
-  const Owned little = enumeration("H5T_STD_I16LE");
+  const Owned little = enumerationOn("H5T_STD_I16LE");
   insert(little, "two", 2);
   EXPECT_EQ(callText("H5Tenum_nameof", little, numeric(zbClass::Int16, {2})), "two");
   EXPECT_EQ(callText("H5Tenum_nameof", little, numeric(zbClass::UInt8, {2, 0})), "two");
   expectLibraryError("H5Tenum_nameof", little, numeric(zbClass::Int16, {3}));
-  const Owned big = enumeration("H5T_STD_I16BE");
+  const Owned big = enumerationOn("H5T_STD_I16BE");
   insert(big, "two", 2);
   expectLibraryError("H5Tenum_nameof", big, numeric(zbClass::Int16, {2}));
   EXPECT_EQ(callText("H5Tenum_nameof", big, numeric(zbClass::Int16, {0x0200})), "two");
 }
 
 TEST(EnumerationNames, AreOfWhatTheTwoQueriesGive) {
-  const Owned type = enumeration("H5T_STD_I32BE");
+  const Owned type = enumerationOn("H5T_STD_I32BE");
   insert(type, "red", 1);
   insert(type, "green", -7);
   EXPECT_EQ(callText("H5Tenum_nameof", type, result("H5Tenum_valueof", type, "green")), "green");
@@ -267,7 +265,7 @@ TEST(EnumerationNames, AreOfWhatTheTwoQueriesGive) {
 }
 
 TEST(EnumerationNames, OfShortValuesReadZerosBehindThem) {
-  const Owned type = enumeration("H5T_STD_I64LE");
+  const Owned type = enumerationOn("H5T_STD_I64LE");
   insert(type, "five", 5);
   EXPECT_EQ(callText("H5Tenum_nameof", type, numeric(zbClass::Int8, {5})), "five");
   insert(type, "one", 1);
@@ -275,23 +273,23 @@ TEST(EnumerationNames, OfShortValuesReadZerosBehindThem) {
 }
 
 TEST(EnumerationNames, OfLongValuesReadTheirBeginning) {
-  const Owned type = enumeration("H5T_STD_U8LE");
+  const Owned type = enumerationOn("H5T_STD_U8LE");
   insert(type, "five", 5);
   EXPECT_EQ(callText("H5Tenum_nameof", type, numeric(zbClass::Int32, {5, 6, 7})), "five");
 }
 
-TEST(EnumerationNames, OfNoDataAreNone) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+TEST(EnumerationNames, AreRefusedForValuesWithoutData) {
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   insert(type, "zero", 0);
-  for (const Value& value : {h5test::empty(), numeric(zbClass::Int32, {}), h5test::text(""),
-                             h5test::cell({number(0)}), h5test::structure({{"a", number(0)}}),
-                             h5test::identifier(0), zembra::makeForeign(zembra::Origin())}) {
+  for (const Value& value :
+       {empty(), numeric(zbClass::Int32, {}), text(""), cell({number(0)}),
+        structure({{"a", number(0)}}), identifier(0), zembra::makeForeign(zembra::Origin())}) {
     expectLibraryError("H5Tenum_nameof", type, value);
   }
 }
 
 TEST(EnumerationNames, FitIn1024Bytes) {
-  const Owned type = enumeration("H5T_STD_I32LE");
+  const Owned type = enumerationOn("H5T_STD_I32LE");
   const std::string longest(1023, 'x');
   insert(type, longest.c_str(), 1);
   insert(type, std::string(1024, 'y').c_str(), 2);

@@ -2,9 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,35 +11,19 @@
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/owned.hpp"
-#include "tests/unit/properties.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/strangers.hpp"
+#include "tests/unit/structures.hpp"
 
 namespace {
 
 using namespace h5test;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr const char* kDefault = "H5P_DEFAULT";
-
-Owned createFile(const std::string& path, const Argument& flags = "H5F_ACC_TRUNC") {
-  return make("H5Fcreate", path, flags.array, kDefault, kDefault);
-}
-Owned openFile(const std::string& path, const Argument& flags = "H5F_ACC_RDONLY") {
-  return make("H5Fopen", path, flags.array, kDefault);
-}
-Owned makeGroup(const Argument& location, const char* name) {
-  return make("H5Gcreate", location, name, kDefault, kDefault, kDefault);
-}
-Owned makeDataset(const Argument& location, const char* name) {
-  const Owned space = make("H5Screate", "H5S_SCALAR");
-  return make("H5Dcreate", location, name, "H5T_NATIVE_INT", space, kDefault);
-}
-
-void write(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-// --- Creating ----------------------------------------------------------------------------------
+// --- Creating ------------------------------------------------------------------------
 
 TEST(FileCreation, TakesFlagsByNameAndByNumber) {
   const std::string path = temporaryPath();
@@ -86,10 +69,7 @@ TEST(FileCreation, TakesListsAndNoClasses) {
   H5Pset_userblock(creation.get(), 1024);
   H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
   make("H5Fcreate", path, "H5F_ACC_TRUNC", creation, access);
-  std::ifstream file(path, std::ios::binary);
-  std::string start(1025, ' ');
-  file.read(start.data(), 1025);
-  EXPECT_EQ(start[1024], '\x89');
+  EXPECT_EQ(readBytes(path).at(1024), '\x89');
   expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", "H5P_FILE_CREATE", kDefault);
   expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", access, kDefault);
 }
@@ -100,9 +80,9 @@ TEST(FileCreation, FailsWhereThereIsNoFolder) {
   expectLibraryError("H5Fcreate", "", "H5F_ACC_TRUNC", kDefault, kDefault);
 }
 
-// --- Opening ------------------------------------------------------------------------------------
+// --- Opening -------------------------------------------------------------------------
 
-TEST(FileOpening, TakesTwoNamesAndTheirNumbers) {
+TEST(FileOpening, TakesReadOnlyAndReadWriteByNameAndByNumber) {
   const std::string path = temporaryPath();
   createFile(path);
   const std::vector<std::pair<Argument, bool>> cases = {
@@ -145,29 +125,28 @@ TEST(FileOpening, TakesNoListByItsClass) {
 
 TEST(FileOpening, FailsWhereThereIsNoHdf5File) {
   const std::string text = temporaryPath("text.h5");
-  write(text, "no HDF5 file, but long enough to be looked at: " + std::string(4096, '.'));
+  writeBytes(text, "no HDF5 file, but long enough to be looked at: " + std::string(4096, '.'));
   for (const std::string& path : {text, temporaryPath("absent.h5"), std::string()}) {
     expectLibraryError("H5Fopen", path, "H5F_ACC_RDONLY", kDefault);
     expectLibraryError("H5Fopen", path, "H5F_ACC_RDWR", kDefault);
   }
   // HDF5 takes an empty file for a new one, unless it may not write to it.
-  write(temporaryPath("empty.h5"), "");
+  writeBytes(temporaryPath("empty.h5"), "");
   expectLibraryError("H5Fopen", temporaryPath("empty.h5"), "H5F_ACC_RDONLY", kDefault);
 }
 
 TEST(FileOpening, FailsOnTruncatedAndCorruptFiles) {
   const std::string whole = temporaryPath("whole.h5");
   makeDataset(createFile(whole), "d");
-  std::ifstream stream(whole, std::ios::binary);
-  const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+  const std::string bytes = readBytes(whole);
   const std::string path = temporaryPath("part.h5");
   for (const std::size_t kept : {std::size_t{8}, std::size_t{60}, bytes.size() / 2}) {
-    write(path, bytes.substr(0, kept));
+    writeBytes(path, bytes.substr(0, kept));
     expectLibraryError("H5Fopen", path, "H5F_ACC_RDONLY", kDefault);
   }
   std::string corrupt = bytes;
   std::fill(corrupt.begin() + 8, corrupt.begin() + 96, '\xEE');
-  write(path, corrupt);
+  writeBytes(path, corrupt);
   expectLibraryError("H5Fopen", path, "H5F_ACC_RDONLY", kDefault);
   EXPECT_EQ(callNumber("H5Iget_type", openFile(whole)), H5I_FILE);
 }
@@ -194,8 +173,7 @@ TEST(FileClosing, EndsTheIdentifier) {
   expectLibraryError("H5Fclose", open);
 }
 
-// --- What every function of one identifier refuses
-// --------------------------------------------------
+// --- What every function of one identifier refuses -----------------------------------
 
 TEST(FileFunctions, CallTheirFirstInputAFileOrAnObject) {
   for (const char* name :
@@ -215,7 +193,7 @@ TEST(FileFunctions, CallTheirFirstInputAFileOrAnObject) {
 }
 
 TEST(FileFunctions, FailOnIdentifiersOfNoFile) {
-  const Owned space = make("H5Screate", "H5S_NULL");
+  const Owned space = nullSpace();
   for (const Argument& none : Arguments{-1, 0, 1e10, space}) {
     for (const char* name :
          {"H5Fclose", "H5Freopen", "H5Fget_access_plist", "H5Fget_create_plist", "H5Fget_filesize",
@@ -229,7 +207,7 @@ TEST(FileFunctions, FailOnIdentifiersOfNoFile) {
   }
 }
 
-TEST(FileFunctions, HandSomeFailuresBack) {
+TEST(FileFunctions, GiveSomeFailuresAsResults) {
   EXPECT_EQ(callNumber("H5Fget_freespace", -1), -1);
   EXPECT_EQ(callNumber("H5Fget_obj_count", -1, "H5F_OBJ_ALL"), -1);
   const Value name = result("H5Fget_name", -1);
@@ -237,13 +215,12 @@ TEST(FileFunctions, HandSomeFailuresBack) {
   EXPECT_EQ(zbGetNumberOfElements(name.get()), 0U);
 }
 
-// --- Asking
-// -----------------------------------------------------------------------------------------
+// --- Asking --------------------------------------------------------------------------
 
 TEST(FileQueries, TellHdf5FilesFromOthers) {
   const std::string path = temporaryPath();
   EXPECT_EQ(callNumber("H5Fis_hdf5", path), -1);
-  write(path, std::string(2000, 'x'));
+  writeBytes(path, std::string(2000, 'x'));
   EXPECT_EQ(callNumber("H5Fis_hdf5", path), 0);
   createFile(path);
   EXPECT_EQ(callNumber("H5Fis_hdf5", path), 1);
@@ -286,17 +263,13 @@ TEST(FileQueries, GiveTheInformationRecord) {
   const Value record = result("H5Fget_info", file);
   const Value messages = field(record, "sohm");
   const Value sizes = field(messages, "msgs_info");
-  const auto number = [](const Value& structure, const char* name) {
-    return numberOf(field(structure, name));
-  };
-  EXPECT_EQ(number(record, "super_ext_size"), static_cast<double>(info.super_ext_size));
-  EXPECT_EQ(number(messages, "hdr_size"), static_cast<double>(info.sohm.hdr_size));
-  EXPECT_EQ(number(sizes, "index_size"), static_cast<double>(info.sohm.msgs_info.index_size));
-  EXPECT_EQ(number(sizes, "heap_size"), static_cast<double>(info.sohm.msgs_info.heap_size));
-  const auto names = [](const Value& structure) { return structure.get()->composite->names; };
-  EXPECT_EQ(names(record), (std::vector<std::string>{"super_ext_size", "sohm"}));
-  EXPECT_EQ(names(messages), (std::vector<std::string>{"hdr_size", "msgs_info"}));
-  EXPECT_EQ(names(sizes), (std::vector<std::string>{"index_size", "heap_size"}));
+  EXPECT_EQ(fieldNumber(record, "super_ext_size"), static_cast<double>(info.super_ext_size));
+  EXPECT_EQ(fieldNumber(messages, "hdr_size"), static_cast<double>(info.sohm.hdr_size));
+  EXPECT_EQ(fieldNumber(sizes, "index_size"), static_cast<double>(info.sohm.msgs_info.index_size));
+  EXPECT_EQ(fieldNumber(sizes, "heap_size"), static_cast<double>(info.sohm.msgs_info.heap_size));
+  EXPECT_EQ(fieldNames(record), (Names{"super_ext_size", "sohm"}));
+  EXPECT_EQ(fieldNames(messages), (Names{"hdr_size", "msgs_info"}));
+  EXPECT_EQ(fieldNames(sizes), (Names{"index_size", "heap_size"}));
 }
 
 TEST(FileQueries, GiveCopiesOfTheLists) {
@@ -310,15 +283,15 @@ TEST(FileQueries, GiveCopiesOfTheLists) {
 
 TEST(FileQueries, GiveWhatTheCacheMeasures) {
   const MemoryFile file;
-  const hid_t id = h5gate::identifierFromHost(file.id());
+  const hid_t id = file.get();
   const Owned group = makeGroup(file, "g");
   double rate = -1;
   std::size_t most = 0, least = 0, current = 0;
   int entries = 0;
   ASSERT_GE(H5Fget_mdc_size(id, &most, &least, &current, &entries), 0);
   EXPECT_EQ(callNumbers("H5Fget_mdc_size", file),
-            (std::vector<double>{static_cast<double>(most), static_cast<double>(least),
-                                 static_cast<double>(current), static_cast<double>(entries)}));
+            (Numbers{static_cast<double>(most), static_cast<double>(least),
+                     static_cast<double>(current), static_cast<double>(entries)}));
   EXPECT_EQ(call("H5Fget_mdc_size", file).size(), 4U);
   EXPECT_GT(entries, 0);
   ASSERT_GE(H5Fget_mdc_hit_rate(id, &rate), 0);
@@ -339,8 +312,7 @@ TEST(FileFlushing, WritesThroughAnyObject) {
                "H5F_SCOPE_DOWN");
 }
 
-// --- Open objects
-// ---------------------------------------------------------------------------------------
+// --- Open objects --------------------------------------------------------------------
 
 /// A file with two groups, a dataset, a committed datatype and an attribute open.
 class OpenObjects : public testing::Test {
@@ -350,13 +322,13 @@ class OpenObjects : public testing::Test {
   Owned second = makeGroup(file, "b");
   Owned dataset = makeDataset(file, "d");
   Owned type = make("H5Tcopy", "H5T_NATIVE_INT");
-  Owned space = make("H5Screate", "H5S_SCALAR");
+  Owned space = scalarSpace();
   Owned attribute{
       H5Acreate2(dataset.get(), "n", type.get(), space.get(), H5P_DEFAULT, H5P_DEFAULT)};
 
   void SetUp() override { call("H5Tcommit", file, "t", type); }
 
-  static std::vector<double> sorted(std::vector<double> ids) {
+  static Numbers sorted(Numbers ids) {
     std::sort(ids.begin(), ids.end());
     return ids;
   }
@@ -425,14 +397,13 @@ TEST_F(OpenObjects, AreAskedForFromLeftToRight) {
   expectComplaints("H5Fget_obj_ids", {identifierInput(file, "file identifier"), kinds, intInput()});
 }
 
-// --- Mounting
-// -------------------------------------------------------------------------------------------
+// --- Mounting ------------------------------------------------------------------------
 
 TEST(Mounting, ShowsTheChildBelowTheMountPoint) {
   const MemoryFile parent, child;
   makeGroup(parent, "point");
   makeGroup(child, "inside");
-  const hid_t id = h5gate::identifierFromHost(parent.id());
+  const hid_t id = parent.get();
   EXPECT_TRUE(call("H5Fmount", parent, "point", child, kDefault).empty());
   EXPECT_GT(H5Lexists(id, "point/inside", H5P_DEFAULT), 0);
   expectLibraryError("H5Fmount", parent, "point", child, kDefault);

@@ -1,25 +1,64 @@
-// Filters at work: data that go through them come back, smaller on disk where they
-// compress, and damage is found where they watch for it.
+// Filters: which there are; and at work, where data that go through them come back,
+// smaller on disk where they compress, and damage is found where they watch for it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tests/unit/properties.hpp"
+#include "tests/unit/complaints.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/memory_file.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
 
 using namespace h5test;
 
-const char* const kDefault = "H5P_DEFAULT";
+// --- Asking --------------------------------------------------------------------------
+
+const std::vector<std::pair<const char*, H5Z_filter_t>> kFilters = {
+    {"H5Z_FILTER_ALL", 0},        {"H5Z_FILTER_DEFLATE", 1}, {"H5Z_FILTER_SHUFFLE", 2},
+    {"H5Z_FILTER_FLETCHER32", 3}, {"H5Z_FILTER_SZIP", 4},    {"H5Z_FILTER_NBIT", 5},
+    {"H5Z_FILTER_SCALEOFFSET", 6}};
+
+TEST(FilterFunctions, TellWhichAreThere) {
+  for (const auto& [name, filter] : kFilters) {
+    const int available = H5Zfilter_avail(filter) > 0 ? 1 : 0;
+    EXPECT_EQ(callNumber("H5Zfilter_avail", name), available) << name;
+    EXPECT_EQ(callNumber("H5Zfilter_avail", filter), available) << name;
+  }
+  EXPECT_EQ(callNumber("H5Zfilter_avail", "H5Z_FILTER_SHUFFLE"), 1);
+  EXPECT_EQ(callNumber("H5Zfilter_avail", "H5Z_FILTER_ALL"), 0);
+}
+
+TEST(FilterFunctions, TellWhatEachCanDo) {
+  for (const auto& [name, filter] : kFilters) {
+    if (H5Zfilter_avail(filter) <= 0) {
+      expectLibraryError("H5Zget_filter_info", name);
+      continue;
+    }
+    unsigned flags = 0;
+    ASSERT_GE(H5Zget_filter_info(filter, &flags), 0) << name;
+    EXPECT_EQ(callNumber("H5Zget_filter_info", name), flags) << name;
+    EXPECT_EQ(callNumber("H5Zget_filter_info", filter), flags) << name;
+  }
+  EXPECT_EQ(callNumber("H5Zget_filter_info", "H5Z_FILTER_SHUFFLE"),
+            H5Z_FILTER_CONFIG_ENCODE_ENABLED | H5Z_FILTER_CONFIG_DECODE_ENABLED);
+}
+
+TEST(FilterFunctions, TakeTheSevenFiltersOfTheLibrary) {
+  for (const char* name : {"H5Zfilter_avail", "H5Zget_filter_info"}) {
+    expectComplaints(name, {enumInputOf(7)});
+  }
+}
+
+// --- At work -------------------------------------------------------------------------
+
 constexpr std::size_t kCount = 4096;
 constexpr double kRawBytes = kCount * sizeof(double);
 
@@ -30,8 +69,8 @@ bool canEncode(const char* filter) {
 }
 
 void setSzip(const Owned& list) {
-  const double coding = callNumber("H5ZBget_constant_value", "H5_SZIP_NN_OPTION_MASK") +
-                        callNumber("H5ZBget_constant_value", "H5_SZIP_ALLOW_K13_OPTION_MASK");
+  const double coding =
+      constant("H5_SZIP_NN_OPTION_MASK") + constant("H5_SZIP_ALLOW_K13_OPTION_MASK");
   constexpr double kRawMode = 128;
   call("H5Pset_filter", list, "H5Z_FILTER_SZIP", 1, row({coding + kRawMode, 16}));
 }
@@ -92,22 +131,16 @@ class FilterStacks : public testing::TestWithParam<Stack> {
 INSTANTIATE_TEST_SUITE_P(, FilterStacks, testing::ValuesIn(kStacks),
                          [](const auto& test) { return test.param.name; });
 
-Owned chunkedList() {
-  Owned list = makeList("H5P_DATASET_CREATE");
-  call("H5Pset_chunk", list, row({1024}));
-  return list;
-}
-
 TEST_P(FilterStacks, GiveBackWhatTheyTook) {
   const std::string path = temporaryPath();
   {
-    const Owned list = chunkedList();
+    const Owned list = chunked({1024});
     GetParam().set(list);
     EXPECT_EQ(callNumber("H5Pall_filters_avail", list), 1);
-    const File file(createFile(path));
+    const Owned file = createFile(path);
     writeDoubles(file, "values", ramp(kCount), list);
   }
-  const File file(openFile(path));
+  const Owned file = openFile(path);
   EXPECT_EQ(readDoubles(file, "values"), ramp(kCount));
   const Owned dataset = make("H5Dopen", file, "values");
   EXPECT_LE(callNumber("H5Dget_storage_size", dataset), GetParam().remains * kRawBytes);
@@ -115,17 +148,17 @@ TEST_P(FilterStacks, GiveBackWhatTheyTook) {
   ASSERT_EQ(callNumber("H5Pget_nfilters", list), static_cast<double>(GetParam().filters.size()));
   for (std::size_t i = 0; i < GetParam().filters.size(); ++i) {
     EXPECT_EQ(numberOf(call("H5Pget_filter", list, static_cast<int>(i))[0]),
-              callNumber("H5ZBget_constant_value", GetParam().filters[i]));
+              constant(GetParam().filters[i]));
   }
 }
 
 TEST(NbitFilter, KeepsThePrecisionOfItsType) {
   const Owned type = make("H5Tcopy", "H5T_STD_I32LE");
   call("H5Tset_precision", type, 13);
-  const Owned list = chunkedList();
+  const Owned list = chunked({1024});
   call("H5Pset_nbit", list);
   const MemoryFile file;
-  std::vector<double> values(kCount);
+  Numbers values(kCount);
   for (std::size_t i = 0; i < kCount; ++i) values[i] = static_cast<double>(i) - kCount / 2.0;
   writeDoubles(file, "values", values, list, type);
   EXPECT_EQ(readDoubles(file, "values"), values);
@@ -135,7 +168,7 @@ TEST(NbitFilter, KeepsThePrecisionOfItsType) {
 
 TEST(ScaleOffsetFilter, KeepsIntegersExactly) {
   for (const int bits : {0, 14}) {
-    const Owned list = chunkedList();
+    const Owned list = chunked({1024});
     call("H5Pset_scaleoffset", list, "H5Z_SO_INT", bits);
     const MemoryFile file;
     writeDoubles(file, "values", ramp(kCount), list, "H5T_STD_I32LE");
@@ -146,13 +179,13 @@ TEST(ScaleOffsetFilter, KeepsIntegersExactly) {
 }
 
 TEST(ScaleOffsetFilter, KeepsTheDecimalsOfFloats) {
-  const Owned list = chunkedList();
+  const Owned list = chunked({1024});
   call("H5Pset_scaleoffset", list, "H5Z_SO_FLOAT_DSCALE", 2);
   const MemoryFile file;
-  std::vector<double> values(kCount);
+  Numbers values(kCount);
   for (std::size_t i = 0; i < kCount; ++i) values[i] = std::sin(static_cast<double>(i));
   writeDoubles(file, "values", values, list);
-  const std::vector<double> back = readDoubles(file, "values");
+  const Numbers back = readDoubles(file, "values");
   ASSERT_EQ(back.size(), kCount);
   double worst = 0;
   for (std::size_t i = 0; i < kCount; ++i) worst = std::max(worst, std::abs(back[i] - values[i]));
@@ -170,54 +203,45 @@ TEST(Filters, NeedChunks) {
 }
 
 TEST(Filters, FillWhatWasNotWritten) {
-  const Owned list = makeList("H5P_DATASET_CREATE");
-  call("H5Pset_chunk", list, row({2}));
+  const Owned list = chunked({2});
   call("H5Pset_deflate", list, 6);
   call("H5Pset_fill_value", list, "H5T_NATIVE_DOUBLE", -999);
   const MemoryFile file;
-  const Owned dataset = make("H5Dcreate", file, "values", "H5T_IEEE_F64LE", makeSpace({3}), list);
-  EXPECT_EQ(readDoubles(file, "values"), std::vector<double>({-999, -999, -999}));
+  const Owned dataset = makeDataset(file, "values", "H5T_IEEE_F64LE", makeSpace({3}), list);
+  EXPECT_EQ(readDoubles(file, "values"), Numbers({-999, -999, -999}));
 }
 
-// --- Damage ----------------------------------------------------------------------------------
+// --- Damage --------------------------------------------------------------------------
 
 /// Turns over a bit of the double that only the data hold.
-void damage(const std::string& path, double value) {
-  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  const std::string wanted(reinterpret_cast<const char*>(&value), sizeof value);
-  const std::size_t at = bytes.find(wanted);
-  ASSERT_NE(at, std::string::npos);
-  ASSERT_EQ(bytes.find(wanted, at + 1), std::string::npos);
-  file.clear();
-  file.seekp(static_cast<std::streamoff>(at));
-  file.put(static_cast<char>(bytes[at] ^ 1));
+void damageDouble(const std::string& path, double value) {
+  damage(path, std::string(reinterpret_cast<const char*>(&value), sizeof value));
 }
 
 TEST(Fletcher32Filter, FindsDamageAndOtherDataStayReadable) {
   const std::string path = temporaryPath();
   constexpr double kTelling = 12345.678901234567;
-  std::vector<double> values = ramp(kCount);
+  Numbers values = ramp(kCount);
   values[2000] = kTelling;
   {
-    const File file(createFile(path));
-    const Owned list = chunkedList();
+    const Owned file = createFile(path);
+    const Owned list = chunked({1024});
     call("H5Pset_fletcher32", list);
     writeDoubles(file, "damaged", values, list);
     writeDoubles(file, "good", ramp(kCount), list);
   }
-  damage(path, kTelling);
-  const File file(openFile(path));
+  damageDouble(path, kTelling);
+  const Owned file = openFile(path);
   const Owned damaged = make("H5Dopen", file, "damaged");
   for (int i = 0; i < 3; ++i) {
-    expectLibraryError("H5Dread", damaged, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", kDefault);
+    expectLibraryError("H5Dread", damaged, kChosen, kAll, kAll, kDefault);
     EXPECT_EQ(readDoubles(file, "good"), ramp(kCount));
   }
   // Who does not want to know gets what is there.
   const Owned transfer = makeList("H5P_DATASET_XFER");
   call("H5Pset_edc_check", transfer, "H5Z_DISABLE_EDC");
-  const std::vector<double> read =
-      numbersOf(result("H5Dread", damaged, "H5T_NATIVE_DOUBLE", "H5S_ALL", "H5S_ALL", transfer));
+  const Numbers read =
+      numbersOf(result("H5Dread", damaged, "H5T_NATIVE_DOUBLE", kAll, kAll, transfer));
   ASSERT_EQ(read.size(), kCount);
   EXPECT_NE(read[2000], kTelling);
   EXPECT_EQ(read[1999], values[1999]);

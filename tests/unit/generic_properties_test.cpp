@@ -2,21 +2,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
-#include <stdexcept>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "tests/unit/properties.hpp"
-#include "tests/unit/walking.hpp"
+#include "tests/unit/complaints.hpp"
+#include "tests/unit/list_classes.hpp"
+#include "tests/unit/lists.hpp"
 
 namespace {
 
 using namespace h5test;
 
-constexpr double kNoList = 99;
-
-TEST(GenericProperties, CallTheirInputsByTheirNames) {
+TEST(GenericProperties, NameTheInputThatIsWrong) {
   const Input list = listInput("property list identifier");
   const Input listOrClass = classInput("property list identifier");
   expectComplaints("H5Pcreate", {classInput("class identifier")});
@@ -39,42 +39,24 @@ TEST(GenericProperties, CallTheirInputsByTheirNames) {
 TEST(GenericProperties, RaiseOnListsThatAreNone) {
   for (const char* name :
        {"H5Pcreate", "H5Pcopy", "H5Pclose", "H5Pclose_class", "H5Pget_class", "H5Pget_nprops"}) {
-    expectLibraryError(name, kNoList);
+    expectLibraryError(name, kNoIdentifier);
   }
-  expectLibraryError("H5Pget_size", kNoList, "rdcc_nbytes");
-  expectLibraryError("H5Pget", kNoList, "rdcc_nbytes");
-  expectLibraryError("H5Pset", kNoList, "rdcc_nbytes", numeric(zbClass::UInt8, {1}));
-  expectLibraryError("H5Piterate", kNoList, 0, neverCalled());
+  expectLibraryError("H5Pget_size", kNoIdentifier, "rdcc_nbytes");
+  expectLibraryError("H5Pget", kNoIdentifier, "rdcc_nbytes");
+  expectLibraryError("H5Pset", kNoIdentifier, "rdcc_nbytes", numeric(zbClass::UInt8, {1}));
+  expectLibraryError("H5Piterate", kNoIdentifier, 0, neverCalled());
 }
 
 TEST(GenericProperties, AnswerWithoutRaisingWhereAFailureIsAnAnswer) {
-  EXPECT_LT(callNumber("H5Pexist", kNoList, "rdcc_nbytes"), 0);
-  EXPECT_LT(callNumber("H5Pequal", kNoList, kNoList), 0);
-  EXPECT_LT(callNumber("H5Pisa_class", kNoList, "H5P_FILE_ACCESS"), 0);
-  EXPECT_LT(callNumber("H5Pget_class_parent", kNoList), 0);
-  EXPECT_EQ(callText("H5Pget_class_name", kNoList), "");
+  EXPECT_LT(callNumber("H5Pexist", kNoIdentifier, "rdcc_nbytes"), 0);
+  EXPECT_LT(callNumber("H5Pequal", kNoIdentifier, kNoIdentifier), 0);
+  EXPECT_LT(callNumber("H5Pisa_class", kNoIdentifier, "H5P_FILE_ACCESS"), 0);
+  EXPECT_LT(callNumber("H5Pget_class_parent", kNoIdentifier), 0);
+  EXPECT_EQ(callText("H5Pget_class_name", kNoIdentifier), "");
 }
 
 TEST(GenericProperties, AreMadeOfNamedClasses) {
-  const std::pair<const char*, const char*> classes[] = {
-      {"H5P_OBJECT_CREATE", "object create"},
-      {"H5P_FILE_CREATE", "file create"},
-      {"H5P_FILE_ACCESS", "file access"},
-      {"H5P_DATASET_CREATE", "dataset create"},
-      {"H5P_DATASET_ACCESS", "dataset access"},
-      {"H5P_DATASET_XFER", "data transfer"},
-      {"H5P_FILE_MOUNT", "file mount"},
-      {"H5P_GROUP_CREATE", "group create"},
-      {"H5P_GROUP_ACCESS", "group access"},
-      {"H5P_DATATYPE_CREATE", "datatype create"},
-      {"H5P_DATATYPE_ACCESS", "datatype access"},
-      {"H5P_STRING_CREATE", "string create"},
-      {"H5P_ATTRIBUTE_CREATE", "attribute create"},
-      {"H5P_OBJECT_COPY", "object copy"},
-      {"H5P_LINK_CREATE", "link create"},
-      {"H5P_LINK_ACCESS", "link access"},
-  };
-  for (const auto& [name, described] : classes) {
+  for (const auto& [name, described] : kListClasses) {
     const Owned list = makeList(name);
     const Owned listClass = make("H5Pget_class", list);
     EXPECT_EQ(callText("H5Pget_class_name", listClass), described);
@@ -122,7 +104,7 @@ TEST(GenericProperties, ExistAndHaveSizes) {
   EXPECT_EQ(callNumber("H5Pget_nprops", list), static_cast<double>(count));
 }
 
-// --- Raw bytes ---------------------------------------------------------------------
+// --- Raw bytes -----------------------------------------------------------------------
 
 Value bytesOf(std::size_t value, const Shape& shape) {
   return zembra::makeNumeric(zbClass::UInt8, shape, &value);
@@ -151,7 +133,7 @@ TEST(GenericProperties, TakeBytesOfAnyShape) {
 
 TEST(GenericProperties, RefuseBytesThatAreNotTheirs) {
   const Owned list = makeList("H5P_FILE_ACCESS");
-  const std::vector<double> before = callNumbers("H5Pget_cache", list);
+  const Numbers before = callNumbers("H5Pget_cache", list);
   const std::vector<Value> wrong = {
       row({0, 0, 0, 0, 0, 0, 0, 0}),
       numeric(zbClass::Int8, {0, 0, 0, 0, 0, 0, 0, 0}),
@@ -252,7 +234,7 @@ TEST(PropertyIteration, BeginsWhereItIsTold) {
   all.erase(all.begin(), all.begin() + 2);
   EXPECT_EQ(names, all);
   // Before the first is at the first.
-  EXPECT_EQ(callNumbers("H5Piterate", list, -1, noteNames(names, 1)), std::vector<double>({1, 1}));
+  EXPECT_EQ(callNumbers("H5Piterate", list, -1, noteNames(names, 1)), Numbers({1, 1}));
 }
 
 TEST(PropertyIteration, CallsWithTheListAndTheName) {

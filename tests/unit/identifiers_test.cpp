@@ -11,15 +11,15 @@
 
 #include "convert/constants.hpp"
 #include "hdf5/handle.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 
 using namespace h5test;
 namespace codec = h5gate::codec;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // --- The codec --------------------------------------------------------------------------
 
@@ -164,17 +164,8 @@ const std::vector<Converter>& converters() {
   return all;
 }
 
-/// What the converter raises for the value: "key", "key(parameter,parameter)".
 std::string complaint(const Converter& converter, const Value& value) {
-  try {
-    return "took it as " + std::to_string(converter(value));
-  } catch (const zembra::HostError& error) {
-    std::string words = error->key;
-    for (const Parameter& parameter : error->parameters) {
-      words += (words == error->key ? "(" : ",") + std::get<std::string>(parameter);
-    }
-    return error->parameters.empty() ? words : words + ")";
-  }
+  return h5test::complaint([&] { static_cast<void>(converter(value)); });
 }
 
 class Identifying : public testing::TestWithParam<Converter> {};

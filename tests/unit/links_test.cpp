@@ -1,28 +1,28 @@
 // Links: making, asking, iterating and visiting.
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <algorithm>
+#include <span>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/owned.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/structures.hpp"
 #include "tests/unit/walking.hpp"
 
 namespace {
 
 using namespace h5test;
-using Texts = std::vector<Parameter>;
-
-constexpr double kNoIdentifier = 99;
-constexpr double kTwoTo64 = 18446744073709551616.0;
-const char* const kDefault = "H5P_DEFAULT";
 
 double exists(const Argument& location, const char* name) {
   return callNumber("H5Lexists", location, name, kDefault);
 }
 
-// --- Inputs ------------------------------------------------------------------------------
+// --- Inputs --------------------------------------------------------------------------
 
 /// A location for which one text stands.
 Input sameLocationInput(const std::string& description) {
@@ -33,7 +33,7 @@ Input sameLocationInput(const std::string& description) {
   return input;
 }
 
-TEST(Links, CallTheirInputsByTheirNames) {
+TEST(Links, NameTheInputThatIsWrong) {
   const MemoryFile file;
   const Input location = identifierInput(file, "location identifier");
   const Input group = identifierInput(file, "group identifier");
@@ -105,7 +105,7 @@ TEST(Links, LeaveFailuresToHdf5) {
   expectLibraryError("H5Lcreate_soft", "t", "H5L_SAME_LOC", "b", kDefault, kDefault);
 }
 
-// --- Making links -----------------------------------------------------------------------------
+// --- Making links --------------------------------------------------------------------
 
 TEST(Links, AreMadeCopiedMovedAndDeleted) {
   const MemoryFile file;
@@ -128,8 +128,7 @@ TEST(Links, AreMadeCopiedMovedAndDeleted) {
   EXPECT_EQ(exists(file, "soft"), 0);
 }
 
-// --- What a link is
-// ---------------------------------------------------------------------------------
+// --- What a link is ------------------------------------------------------------------
 
 TEST(Links, HaveAnAddressOrAValue) {
   const MemoryFile file;
@@ -142,7 +141,7 @@ TEST(Links, HaveAnAddressOrAValue) {
   EXPECT_EQ(fieldNames(hard), Names({"type", "corder_valid", "corder", "cset", "address"}));
   EXPECT_EQ(fieldNumber(hard, "type"), 0);
   hdf5::LinkInfo info{};
-  hdf5::getLinkInfo(hdf5Id(file.id()), "hard", &info, H5P_DEFAULT);
+  hdf5::getLinkInfo(file.get(), "hard", &info, H5P_DEFAULT);
   EXPECT_EQ(fieldNumber(hard, "address"), static_cast<double>(info.u.address));
 
   for (const auto& [name, type, size] : {std::tuple("soft", 1, 8), {"external", 64, 9}}) {
@@ -158,9 +157,9 @@ TEST(Links, HaveAnAddressOrAValue) {
 
 TEST(Links, KnowTheirPlaceWhereItIsTracked) {
   const MemoryFile file;
-  const Owned list(H5Pcreate(H5P_GROUP_CREATE));
+  const Owned list = makeList("H5P_GROUP_CREATE");
   H5Pset_link_creation_order(list.get(), H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED);
-  const Owned utf8(H5Pcreate(H5P_LINK_CREATE));
+  const Owned utf8 = makeList("H5P_LINK_CREATE");
   H5Pset_char_encoding(utf8.get(), H5T_CSET_UTF8);
   const Owned group = make("H5Gcreate", file, "ordered", kDefault, list, kDefault);
   for (const char* name : {"z", "y", "x"}) {
@@ -226,8 +225,7 @@ TEST(Links, OfSomebodysOwnClassHaveNoText) {
   own.trav_func = [](auto... /*arguments*/) { return hid_t{-1}; };  // as the release has it
   own.query_func = query;
   ASSERT_GE(H5Lregister(&own), 0);
-  ASSERT_GE(H5Lcreate_ud(hdf5Id(file.id()), "own", kOwnType, "value", 6, H5P_DEFAULT, H5P_DEFAULT),
-            0);
+  ASSERT_GE(H5Lcreate_ud(file.get(), "own", kOwnType, "value", 6, H5P_DEFAULT, H5P_DEFAULT), 0);
   EXPECT_EQ(fieldNumber(result("H5Lget_info", file, "own", kDefault), "type"), kOwnType);
   EXPECT_EQ(fieldNumber(result("H5Lget_info", file, "own", kDefault), "val_size"), 6);
   EXPECT_EQ(callText("H5Lget_val", file, "own", kDefault), "");
@@ -236,8 +234,7 @@ TEST(Links, OfSomebodysOwnClassHaveNoText) {
   EXPECT_EQ(callText("H5Lget_val", file, "own", kDefault), "");
 }
 
-// --- Iterating and visiting
-// ------------------------------------------------------------------------------
+// --- Iterating and visiting ----------------------------------------------------------
 
 class LinkWalk : public testing::TestWithParam<Walk> {
  protected:
@@ -257,15 +254,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(LinkWalk, CallsTheFunctionForEachLink) {
   Names names;
-  const Value note = function([&](int outputs, std::span<zbArray* const> inputs) {
-    EXPECT_EQ(outputs, 2);
-    EXPECT_EQ(inputs.size(), 3U);
-    EXPECT_EQ(zbGetClass(inputs[0]), zbClass::Double);
-    EXPECT_EQ(H5Iget_type(hdf5Id(zbGetScalar(inputs[0]))), H5I_GROUP);
-    names.push_back(textOf(borrowed(inputs[1])));
-    return Results{number(0), number(zbGetScalar(inputs[2]) + 1)};
-  });
-  const Results results = GetParam().run(file_, note, number(10));
+  const Results results = GetParam().run(file_, noteAndCount(names), number(10));
   EXPECT_EQ(names, Names({"a", "b", "c"}));
   ASSERT_EQ(results.size(), GetParam().hasPosition ? 3U : 2U);
   EXPECT_EQ(numberOf(results.front()), 0);
@@ -294,7 +283,7 @@ TEST_P(LinkWalk, TakesTheStatusTowardZero) {
   }
 }
 
-TEST_P(LinkWalk, SaysWhatTheFunctionThrew) {
+TEST_P(LinkWalk, ReportsWhatTheFunctionThrew) {
   int calls = 0;
   GetParam().expectFailure(file_, "/", throwAtCall(3, "not this one", &calls), "not this one");
   EXPECT_EQ(calls, 3);
@@ -302,7 +291,7 @@ TEST_P(LinkWalk, SaysWhatTheFunctionThrew) {
                            "The callback is double 1-by-1; a function handle is needed.");
 }
 
-TEST_P(LinkWalk, HasNothingToSayWhereNoFunctionThrew) {
+TEST_P(LinkWalk, ReportsNoExceptionWhereNoneWasThrown) {
   Names names;
   const std::string& report = GetParam().reportWithoutCallback;
   GetParam().expectFailure(file_, "/", noteNames(names, -1), report);
@@ -389,11 +378,11 @@ TEST(Links, AreIteratedOverFromAPosition) {
   call("H5Literate_by_name", file, ".", "H5_INDEX_NAME", "H5_ITER_INC", 3, noteNames(names),
        empty(), kDefault);
   EXPECT_EQ(names, Names({"d"}));
-  expectRaises("linkIterationFailure", Texts{std::string()}, "H5Literate", file, 0, 0, 9,
+  expectRaises("linkIterationFailure", Parameters{std::string()}, "H5Literate", file, 0, 0, 9,
                neverCalled(), empty());
-  expectRaises("linkIterationFailure", Texts{std::string()}, "H5Literate", file, 0, 0,
+  expectRaises("linkIterationFailure", Parameters{std::string()}, "H5Literate", file, 0, 0,
                9007199254740992.0, neverCalled(), empty());
-  expectRaises("scalarValueInputOutOfRange", {}, "H5Literate", file, 0, 0, kTwoTo64, neverCalled(),
+  expectRaises("scalarValueInputOutOfRange", {}, "H5Literate", file, 0, 0, kTwo64, neverCalled(),
                empty());
 }
 

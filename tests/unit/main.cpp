@@ -6,7 +6,9 @@
 #include <string_view>
 
 #include "hdf5/compat.hpp"
-#include "tests/unit/call.hpp"
+#include "runtime/host_error.hpp"
+#include "tests/unit/open_identifiers.hpp"
+#include "tests/unit/raised_keys.hpp"
 
 namespace {
 

@@ -2,17 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "host/messages.hpp"
 #include "runtime/host_error.hpp"
+#include "tests/unit/failures.hpp"
 
 namespace {
 

@@ -13,35 +13,17 @@
 #include "convert/text.hpp"
 #include "convert/vector_arguments.hpp"
 #include "runtime/call_scope.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/limits.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 
 using namespace h5test;
 using h5gate::PaddedSizes;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kTwo31 = 2147483648.0;
-constexpr double kTwo32 = 4294967296.0;
-constexpr double kTwo63 = 9223372036854775808.0;
-constexpr double kTwo64 = 18446744073709551616.0;
-constexpr hsize_t kMost = std::numeric_limits<hsize_t>::max();
-
 double below(double value) { return std::nextafter(value, -kInfinity); }
 double above(double value) { return std::nextafter(value, kInfinity); }
-
-/// What the action raises: "key" or "key(parameter)"; "nothing" when it gives a result.
-template <class Action>
-std::string complaint(Action action) {
-  try {
-    action();
-    return "nothing";
-  } catch (const zembra::HostError& error) {
-    if (error->parameters.empty()) return error->key;
-    return error->key + "(" + std::get<std::string>(error->parameters[0]) + ")";
-  }
-}
 
 // --- Casts --------------------------------------------------------------------------------
 
@@ -156,11 +138,6 @@ TEST(Casts, ToRawSizesWrapAround) {
 }
 
 // --- Scalars of every class ------------------------------------------------------------------
-
-constexpr zbClass kNumericClasses[] = {zbClass::Double, zbClass::Single, zbClass::Logical,
-                                       zbClass::Int8,   zbClass::UInt8,  zbClass::Int16,
-                                       zbClass::UInt16, zbClass::Int32,  zbClass::UInt32,
-                                       zbClass::Int64,  zbClass::UInt64};
 
 TEST(Scalars, AreTheFirstElementOfAnyNumericClass) {
   for (const zbClass type : kNumericClasses) {
@@ -354,8 +331,7 @@ TEST(Texts, HaveNoNulInside) {
   }
 }
 
-// --- Results
-// ----------------------------------------------------------------------------------------
+// --- Results --------------------------------------------------------------------------
 
 TEST(ResultMakers, OfUnsignedSizesAreTheNearestDoubles) {
   const zembra::CallScope scope;

@@ -2,7 +2,12 @@
 // object the identifier names, so only lists may reach them.
 #include <gtest/gtest.h>
 
-#include "tests/unit/owned.hpp"
+#include <string>
+#include <vector>
+
+#include "tests/unit/failures.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
 
 namespace {
 
@@ -20,9 +25,9 @@ class ObjectLists : public testing::TestWithParam<ListArgument> {
 };
 
 TEST_P(ObjectLists, OfAnythingElseAreRefusedByHdf5) {
-  const Owned group = make("H5Gcreate", file_, "group", 0);
-  const Owned space = make("H5Screate", "H5S_SCALAR");
-  const Owned dataset = make("H5Dcreate", file_, "data", "H5T_STD_I8LE", space, "H5P_DEFAULT");
+  const Owned group = makeGroup(file_, "group");
+  const Owned space = scalarSpace();
+  const Owned dataset = makeDataset(file_, "data", "H5T_STD_I8LE", space);
   const Owned type = make("H5Tcopy", "H5T_STD_I8LE");
   const double listClass = callNumber("H5ZBget_constant_value", "H5P_LINK_ACCESS");
   const std::vector<Argument> strangers = {file_, group, space, dataset, type, listClass, 12345};
@@ -46,8 +51,6 @@ TEST_P(ObjectLists, OfAnythingElseAreRefusedByHdf5) {
     EXPECT_TRUE((*error)->libraryFailure) << error->what();
   }
 }
-
-constexpr const char* kDefault = "H5P_DEFAULT";
 
 INSTANTIATE_TEST_SUITE_P(
     EachFunction, ObjectLists,

@@ -1,22 +1,22 @@
 // Objects: opening, copying, comments, information, visits.
 #include <gtest/gtest.h>
 
+#include <span>
 #include <string>
-#include <vector>
+#include <tuple>
+#include <utility>
 
 #include "tests/unit/complaints.hpp"
-#include "tests/unit/owned.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/structures.hpp"
 #include "tests/unit/walking.hpp"
 
 namespace {
 
 using namespace h5test;
-using Texts = std::vector<Parameter>;
 
-constexpr double kNoIdentifier = 99;
-const char* const kDefault = "H5P_DEFAULT";
-
-TEST(Objects, CallTheirInputsByTheirNames) {
+TEST(Objects, NameTheInputThatIsWrong) {
   const MemoryFile file;
   const Input location = identifierInput(file, "location identifier");
   const Input object = identifierInput(file, "object identifier");
@@ -61,12 +61,13 @@ TEST(Objects, LeaveFailuresToHdf5) {
   expectLibraryError("H5Oset_comment", no, "words");
   expectLibraryError("H5Oset_comment_by_name", file, "nothing", "words", kDefault);
   // Unlike for links, no text stands for the other end's location.
-  expectRaises("unmatchedHidtString",
-               Texts{std::string("H5L_SAME_LOC"), std::string("destination object identifier")},
-               "H5Ocopy", file, "g", "H5L_SAME_LOC", "copy", kDefault, kDefault);
+  expectRaises(
+      "unmatchedHidtString",
+      Parameters{std::string("H5L_SAME_LOC"), std::string("destination object identifier")},
+      "H5Ocopy", file, "g", "H5L_SAME_LOC", "copy", kDefault, kDefault);
 }
 
-// --- Opening, copying, linking -----------------------------------------------------------------
+// --- Opening, copying, linking -------------------------------------------------------
 
 TEST(Objects, AreOpenedWhateverTheyAre) {
   const MemoryFile file;
@@ -94,8 +95,7 @@ TEST(Objects, AreCopiedAndLinked) {
   EXPECT_EQ(fieldNumber(result("H5Oget_info", dataset), "rc"), 2);
 }
 
-// --- Comments
-// -------------------------------------------------------------------------------------
+// --- Comments ------------------------------------------------------------------------
 
 TEST(Objects, HaveComments) {
   const MemoryFile file;
@@ -114,8 +114,7 @@ TEST(Objects, HaveComments) {
   }
 }
 
-// --- Information
-// -----------------------------------------------------------------------------------
+// --- Information ---------------------------------------------------------------------
 
 TEST(Objects, TellAllAboutThemselves) {
   const MemoryFile file;
@@ -172,8 +171,7 @@ TEST(Objects, TellAllAboutThemselves) {
   EXPECT_EQ(fieldNumber(result("H5Oget_info", file), "type"), H5O_TYPE_GROUP);
 }
 
-// --- Visits
-// ----------------------------------------------------------------------------------------
+// --- Visits --------------------------------------------------------------------------
 
 class ObjectVisit : public testing::TestWithParam<Walk> {
  protected:
@@ -192,15 +190,7 @@ INSTANTIATE_TEST_SUITE_P(, ObjectVisit,
 
 TEST_P(ObjectVisit, CallsTheFunctionForEachObject) {
   Names names;
-  const Value note = function([&](int outputs, std::span<zbArray* const> inputs) {
-    EXPECT_EQ(outputs, 2);
-    EXPECT_EQ(inputs.size(), 3U);
-    EXPECT_EQ(zbGetClass(inputs[0]), zbClass::Double);
-    EXPECT_EQ(H5Iget_type(hdf5Id(zbGetScalar(inputs[0]))), H5I_GROUP);
-    names.push_back(textOf(borrowed(inputs[1])));
-    return Results{number(0), number(zbGetScalar(inputs[2]) + 1)};
-  });
-  const Results results = GetParam().run(file_, note, number(10));
+  const Results results = GetParam().run(file_, noteAndCount(names), number(10));
   EXPECT_EQ(names, Names({".", "a", "a/d", "a/x", "b"}));
   ASSERT_EQ(results.size(), 2U);
   EXPECT_EQ(numberOf(results[0]), 0);
@@ -228,7 +218,7 @@ TEST_P(ObjectVisit, StoresWhatIsAskedFor) {
   }
 }
 
-TEST_P(ObjectVisit, SaysWhatTheFunctionThrew) {
+TEST_P(ObjectVisit, ReportsWhatTheFunctionThrew) {
   int calls = 0;
   GetParam().expectFailure(file_, "/", throwAtCall(3, "not this one", &calls), "not this one");
   EXPECT_EQ(calls, 3);
@@ -236,7 +226,7 @@ TEST_P(ObjectVisit, SaysWhatTheFunctionThrew) {
                            "The callback is char 1-by-1; a function handle is needed.");
 }
 
-TEST_P(ObjectVisit, HasNothingToSayWhereNoFunctionThrew) {
+TEST_P(ObjectVisit, ReportsNoExceptionWhereNoneWasThrown) {
   Names names;
   GetParam().expectFailure(file_, "/", noteNames(names, -1), kNoneRan);
   EXPECT_EQ(names.size(), 1U);
@@ -251,7 +241,7 @@ TEST_P(ObjectVisit, HandsOutTheVeryUserData) {
   }
 }
 
-TEST_P(ObjectVisit, ComesByEachObjectOnce) {
+TEST_P(ObjectVisit, VisitsEachObjectOnce) {
   call("H5Lcreate_hard", file_, "/", file_, "a/root", kDefault, kDefault);
   call("H5Lcreate_hard", file_, "a", file_, "b/again", kDefault, kDefault);
   makeSoftLink(file_, "/", "cycle");
@@ -262,7 +252,7 @@ TEST_P(ObjectVisit, ComesByEachObjectOnce) {
   EXPECT_EQ(names, Names({".", "a", "a/d", "a/x", "b"}));
 }
 
-TEST_P(ObjectVisit, MayOpenAndCloseWhatItComesBy) {
+TEST_P(ObjectVisit, LetsTheFunctionOpenAndCloseWhatItVisits) {
   const Value look = function([](int /*outputs*/, std::span<zbArray* const> inputs) {
     const Owned object = make("H5Oopen", borrowed(inputs[0]), borrowed(inputs[1]), kDefault);
     const auto type = static_cast<int>(fieldNumber(result("H5Oget_info", object), "type"));

@@ -1,18 +1,23 @@
 // References: bytes that lead to objects and to regions.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
-#include "tests/unit/owned.hpp"
-#include "tests/unit/walking.hpp"
+#include "tests/unit/failures.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/strangers.hpp"
+#include "tests/unit/transfers.hpp"
 
 namespace {
 
 using namespace h5test;
-using Numbers = std::vector<double>;
 
-constexpr double kNoIdentifier = 99;
 constexpr const char* kQueries[] = {"H5Rdereference", "H5Rget_name", "H5Rget_obj_type",
                                     "H5Rget_region"};
 
@@ -20,9 +25,9 @@ constexpr const char* kQueries[] = {"H5Rdereference", "H5Rget_name", "H5Rget_obj
 class References : public testing::Test {
  protected:
   References() {
-    h5test::makeGroup(file, "g");
+    makeGroup(file, "g");
     const Owned space = makeSpace({4, 6});
-    make("H5Dcreate", file, "g/d", "H5T_STD_I32LE", space, "H5P_DEFAULT");
+    makeDataset(file, "g/d", "H5T_STD_I32LE", space);
     const Owned type = make("H5Tcopy", "H5T_STD_I32LE");
     call("H5Tcommit", file, "t", type);
   }
@@ -85,10 +90,10 @@ TEST_F(References, AreOfAnyShape) {
 }
 
 TEST_F(References, AreBytesAndNothingElse) {
-  std::vector<Value> others = h5test::strangers();
+  std::vector<Value> others = strangers();
   others.push_back(numeric(zbClass::Double, {1, 2, 3, 4, 5, 6, 7, 8}));
   others.push_back(numeric(zbClass::Int8, {1, 2, 3, 4, 5, 6, 7, 8}));
-  others.push_back(h5test::text("12345678"));
+  others.push_back(text("12345678"));
   others.push_back(empty());
   for (const char* query : kQueries) {
     for (const Value& other : others) {
@@ -121,10 +126,10 @@ TEST_F(References, AreOfTwoTypes) {
                -1);
 }
 
-TEST_F(References, HaveInputsByName) {
-  const std::vector<h5test::Parameter> noReference = {std::string("reference")};
+TEST_F(References, NameTheInputThatIsWrong) {
+  const Parameters noReference = {std::string("reference")};
   const auto about = [](const char* description) {
-    return std::vector<h5test::Parameter>{std::string("x"), std::string(description)};
+    return Parameters{std::string("x"), std::string(description)};
   };
   expectRaises("unmatchedHidtString", about("location identifier"), "H5Rcreate", "x", 1, "x", "x");
   expectRaises("notString", noReference, "H5Rcreate", file, 1, "x", "x");
@@ -167,8 +172,8 @@ TEST_F(References, ThatLeadNowhereGiveANegativeIdentifier) {
 }
 
 TEST_F(References, IntoAClosedFileGiveANegativeIdentifier) {
-  const std::string path = h5test::temporaryPath();
-  const double other = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT");
+  const std::string path = temporaryPath();
+  const double other = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", kDefault, kDefault);
   const Value reference = result("H5Rcreate", other, "/", "H5R_OBJECT", -1);
   call("H5Fclose", other);
   EXPECT_LT(callNumber("H5Rdereference", other, "H5R_OBJECT", reference), 0);
@@ -176,15 +181,15 @@ TEST_F(References, IntoAClosedFileGiveANegativeIdentifier) {
 
 TEST_F(References, ToAnonymousObjectsHaveNoName) {
   const Owned space = makeSpace({2});
-  const Owned dataset(H5Dcreate_anon(h5gate::identifierFromHost(file.id()), H5T_STD_I32LE,
-                                     space.get(), H5P_DEFAULT, H5P_DEFAULT));
+  const Owned dataset(
+      H5Dcreate_anon(file.get(), H5T_STD_I32LE, space.get(), H5P_DEFAULT, H5P_DEFAULT));
   const Value reference = result("H5Rcreate", dataset, ".", "H5R_OBJECT", -1);
   EXPECT_EQ(callText("H5Rget_name", file, "H5R_OBJECT", reference), "");
 }
 
 TEST_F(References, HaveLongNames) {
   const std::string name(5000, 'x');
-  h5test::makeGroup(file, name);
+  makeGroup(file, name);
   EXPECT_EQ(callText("H5Rget_name", file, "H5R_OBJECT", object(name.c_str())), "/" + name);
 }
 
@@ -192,11 +197,9 @@ TEST_F(References, TravelThroughDatasets) {
   for (const auto& [type, space, reference] :
        {std::tuple("H5T_STD_REF_OBJ", "H5R_OBJECT", object("g/d")),
         std::tuple("H5T_STD_REF_DSETREG", "H5R_DATASET_REGION", region())}) {
-    const Owned extent = makeSpace({1});
-    const Owned dataset = make("H5Dcreate", file, space, type, extent, "H5P_DEFAULT");
-    call("H5Dwrite", dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", reference);
-    const Value back =
-        result("H5Dread", dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT");
+    const Owned dataset = makeDataset(file, space, type, makeSpace({1}));
+    writeAll(dataset, reference);
+    const Value back = readAll(dataset);
     EXPECT_EQ(numbersOf(back), numbersOf(reference));
     EXPECT_EQ(callText("H5Rget_name", dataset, space, back), "/g/d");
     const Owned object = make("H5Rdereference", dataset, space, back);
