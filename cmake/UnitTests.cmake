@@ -22,5 +22,6 @@ foreach(source tests/scripts/echo/echo_gateway examples/own_host/own_host
   add_library(${name} OBJECT EXCLUDE_FROM_ALL "${PROJECT_SOURCE_DIR}/${source}.cpp")
   target_link_libraries(${name} PRIVATE h5gate_options)
 endforeach()
+target_compile_definitions(own_host PRIVATE "H5GATE_GATEWAY=\"${gateway_file}\"")
 
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
