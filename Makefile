@@ -8,6 +8,7 @@
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
+#   make deb         Debian packages, in build/deb
 #
 # CMAKE_ARGS goes to CMake's configuration: make build CMAKE_ARGS=-DHDF5_ROOT=/opt/hdf5
 
@@ -20,7 +21,8 @@ PYTEST := $(PYTHON) -m pytest tests/scripts tests/tools
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall clean
+.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall deb \
+  clean
 
 setup:
 	@tools/setup.sh
@@ -99,6 +101,10 @@ install: build
 uninstall:
 	$(CONFIGURE) $(CMAKE_ARGS)
 	cmake --build --preset release --target uninstall
+
+deb:
+	@tools/setup.sh deb
+	tools/make_deb.sh
 
 clean:
 	rm -rf build build-debug build-sanitize build-lint

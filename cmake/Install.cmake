@@ -18,7 +18,7 @@ execute_process(
           "import site; print(*site.getsitepackages(), site.getusersitepackages(), sep=';')"
   OUTPUT_VARIABLE python_looks_in OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 set(H5GATE_PYTHON_DIR "" CACHE STRING "Folder for the package, below the prefix, if not the usual")
-set(h5gate_python "${H5GATE_PYTHON_DIR}")
+cmake_path(SET h5gate_python NORMALIZE "${H5GATE_PYTHON_DIR}")
 foreach(folder IN LISTS python_looks_in)
   cmake_path(RELATIVE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
   if(NOT h5gate_python AND folder MATCHES "^lib")

@@ -4,6 +4,7 @@
 #   tools/setup.sh test     to test as well
 #   tools/setup.sh bench    to measure as well
 #   tools/setup.sh lint     to lint and format as well
+#   tools/setup.sh deb      to make Debian packages and check them as well
 #   tools/setup.sh releases to test with other compilers and releases as well
 set -eu
 
@@ -16,6 +17,7 @@ tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
   bench) packages+=(libbenchmark-dev python3-h5py) ;;
+  deb) packages+=(debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
   lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
     libbenchmark-dev) ;;
