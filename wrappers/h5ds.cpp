@@ -4,6 +4,7 @@
 #include <string>
 #include <tuple>
 
+#include "hdf5/type_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -64,7 +65,8 @@ constexpr Row kDimensionScaleFunctions[] = {
     //  name                gives                                      takes
     ROW(H5DSattach_scale,   Named<"H5DSattach_scale", Nothing>,        DatasetId, ScaleId, Axis),
     ROW(H5DSdetach_scale,   Named<"H5DSdetach_scale", Nothing>,        DatasetId, ScaleId, Axis),
-    ROW(H5DSget_label,      Named<"H5DSget_label", BufferedText>,      DatasetId, Axis, Buffer),
+    CALL(H5DSget_label, hdf5::getDimensionLabel, Named<"H5DSget_label", BufferedText>,
+                                                                       DatasetId, Axis, Buffer),
     ROW(H5DSget_num_scales, Named<"H5DSget_num_scales", Number>,       DatasetId, Axis),
     ROW(H5DSget_scale_name, Named<"H5DSget_scale_name", BufferedText>, DatasetId, Buffer),
     ROW(H5DSis_scale,       Named<"H5DSis_scale", Number>,             DatasetId),
