@@ -190,7 +190,7 @@ constexpr Row kDataspaceFunctions[] = {
     OWN(H5Sselect_hyperslab,           selectHyperslab),
     ROW(H5Sselect_none,                Nothing,           SpaceId),
     ROW(H5Sselect_valid,               YesNo,             SpaceId),
-    CALL(H5Sset_extent_none, changeExtent<H5Sset_extent_none>, Nothing, SpaceId),
+    CALL(H5Sset_extent_none, changeExtent<hdf5::setExtentNone>, Nothing, SpaceId),
     OWN(H5Sset_extent_simple,          setExtentSimple),
 };  // clang-format on
 
