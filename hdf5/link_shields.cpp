@@ -25,7 +25,7 @@ hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? ot
 }  // namespace
 
 herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
-                    H5L_iterate_t visit, void* data, hid_t accessList) {
+                    VisitLink visit, void* data, hid_t accessList) {
   if constexpr (kSince110) {
     return visitLinksByName(location, name, index, order, visit, data, accessList);
   }

@@ -6,9 +6,12 @@
 
 namespace hdf5 {
 
+/// What is called for each link.
+using VisitLink = herr_t (*)(hid_t group, const char* name, const LinkInfo* link, void* data);
+
 /// H5Lvisit_by_name. 1.8 frees what it never set up where the group cannot be opened.
 herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
-                    H5L_iterate_t visit, void* data, hid_t accessList);
+                    VisitLink visit, void* data, hid_t accessList);
 
 /// H5Lget_name_by_idx. 1.8 frees what it never set up where the object is no group.
 ssize_t getLinkName(hid_t location, const char* group, H5_index_t index, H5_iter_order_t order,
