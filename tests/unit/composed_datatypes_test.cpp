@@ -95,7 +95,7 @@ TEST(Sequences, AreOfNumbersAndStrings) {
 }
 
 TEST(Sequences, AreOfNothingElse) {
-  for (const std::size_t size : {2, 10}) {
+  for (const std::size_t size : {2U, 10U}) {
     const Owned text = fixedText(size);
     expectRaises("badVlstringSuperTypeCreate", {}, "H5Tvlen_create", text);
   }
