@@ -47,6 +47,23 @@ bool selectionFits(hid_t space) {
   return true;
 }
 
+bool rankSuits(hid_t dataset, hid_t fileSpace) {
+  const Space own(H5Dget_space(dataset));
+  if (H5Sget_simple_extent_type(fileSpace) == H5S_NULL ||
+      H5Sget_simple_extent_ndims(fileSpace) == H5Sget_simple_extent_ndims(own.get())) {
+    return true;
+  }
+  return H5Pget_layout(PropertyList(H5Dget_create_plist(dataset)).get()) != H5D_CHUNKED;
+}
+
+herr_t setExtentNone(hid_t space) {
+  if constexpr (!kSince110) {
+    const Space null(H5Screate(H5S_NULL));
+    if (H5Sextent_copy(space, null.get()) < 0) return -1;
+  }
+  return H5Sset_extent_none(space);
+}
+
 std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace) {
   const int lowRank = H5Sget_simple_extent_ndims(memorySpace);
   const int highRank = H5Sget_simple_extent_ndims(fileSpace);

@@ -99,6 +99,10 @@ struct StrictSize {
 struct Truncated {
   static int from(const zbArray* array) { return truncateToInt32(zbGetScalar(array)); }
 };
+/// Yes but for 0: a truth value has 32 bits in 1.8, and would come back as it was given.
+struct Flag {
+  static hbool_t from(const zbArray* array) { return Truncated::from(array) != 0; }
+};
 struct WrappedSize {
   static hsize_t from(const zbArray* array) { return wrapToSize(zbGetScalar(array)); }
 };

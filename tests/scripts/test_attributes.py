@@ -224,7 +224,7 @@ PRINTED = {
     "enumeration": ['"BLUE"             -2;', "(0): RED, BLUE, GREEN"],
     "opaque": ['OPAQUE_TAG "five bytes";', "30:31:32:33:34, 35:36:37:38:39"],
     "bit field": ["H5T_STD_B16BE"],
-    "sequence": ["H5T_VLEN { H5T_STD_I32LE}", "(0): (1, 2, 3), (), (4)"],
+    "sequence": ["H5T_VLEN { H5T_STD_I32LE", "(0): (1, 2, 3), (), (4)"],
     "object reference": ["H5T_STD_REF_OBJECT", "DATASET"],
     "region reference": ["H5T_STD_REF_DSETREG", "(1)-(2)"],
     "empty": ["DATASPACE  SIMPLE { ( 0, 3 ) / ( 0, 3 ) }"],

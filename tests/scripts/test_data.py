@@ -292,7 +292,7 @@ def test_zembra_reads_back_what_was_written(written):
         ("enumeration", ['"BLUE"             -2;', "(0): RED, BLUE, GREEN"]),
         ("opaque", ['OPAQUE_TAG "five bytes";', "30:31:32:33:34, 35:36:37:38:39"]),
         ("bit field", ["H5T_STD_B16BE"]),
-        ("sequence", ["H5T_VLEN { H5T_STD_I32LE}", "(0): (1, 2, 3), (), (4)"]),
+        ("sequence", ["H5T_VLEN { H5T_STD_I32LE", "(0): (1, 2, 3), (), (4)"]),
         ("object references", ["DATASET"]),
         ("empty", ["DATASPACE  SIMPLE { ( 0, 3 ) / ( 0, 3 ) }"]),
         ("null", ["DATASPACE  NULL"]),

@@ -187,4 +187,14 @@ TEST(OpaqueDatatypes, HaveTags) {
   expectLibraryError("H5Tget_tag", "H5T_NATIVE_INT");
 }
 
+TEST(Compounds, WithoutMembersChangeTheirSizeSince110) {
+  const Owned type = make("H5Tcreate", "H5T_COMPOUND", 24);
+  if (hdf5::kSince110) {
+    call("H5Tset_size", type, 8);
+    EXPECT_EQ(callNumber("H5Tget_size", type), 8);
+  } else {
+    expectLibraryError("H5Tset_size", type, 8);
+  }
+}
+
 }  // namespace
