@@ -14,10 +14,14 @@ set_tests_properties(unit PROPERTIES
   ENVIRONMENT "H5GATE_SHARED_DATA=${H5GATE_SHARED_DATA};H5GATE_LIBRARY=$<TARGET_FILE:h5gate>"
   TIMEOUT 900)
 
-# The gateway that the script tests compile themselves: no target needs it here, and the
-# static checks see it all the same.
-add_library(echo_gateway OBJECT EXCLUDE_FROM_ALL
-  "${PROJECT_SOURCE_DIR}/tests/scripts/echo/echo_gateway.cpp")
-target_link_libraries(echo_gateway PRIVATE h5gate_options)
+# What the tests of scripts and of the installed tree compile themselves: no target needs
+# it here, and the static checks see it all the same.
+foreach(source tests/scripts/echo/echo_gateway examples/own_host/own_host
+        examples/embedded_host/embedded_host)
+  cmake_path(GET source FILENAME name)
+  add_library(${name} OBJECT EXCLUDE_FROM_ALL "${PROJECT_SOURCE_DIR}/${source}.cpp")
+  target_link_libraries(${name} PRIVATE h5gate_options)
+endforeach()
+target_compile_definitions(own_host PRIVATE "H5GATE_GATEWAY=\"${gateway_file}\"")
 
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/tests")

@@ -23,8 +23,9 @@ def main(folder):
     if not reports:  # of a program that was not built, or has crashed
         print("no report")
         return
-    outcomes = [outcome(case) for report in reports
-                for case in ElementTree.parse(report).iter("testcase")]
+    outcomes = [
+        outcome(case) for report in reports for case in ElementTree.parse(report).iter("testcase")
+    ]
     counts = collections.Counter(kind for kind, _ in outcomes)
     print(", ".join(f"{counts[kind]} {kind}" for kind in ("passed", "failed", "skipped")))
     reasons = collections.Counter(reason for kind, reason in outcomes if kind == "skipped")

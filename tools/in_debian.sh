@@ -28,7 +28,7 @@ shift 2
 
 # Of apt's sources, in whichever format: where the packages of this very release are from.
 mirror() {
-  # shellcheck disable=SC2016  # what apt itself expands
+  # shellcheck disable=SC1091,SC2016  # a file of the system; what apt itself expands
   apt-get indextargets --format '$(RELEASE) $(COMPONENT) $(REPO_URI)' 'Created-By: Packages' |
     awk -v release="$(. /etc/os-release && echo "${VERSION_CODENAME:-stable}")" \
       '($1 == release || $1 == "stable") && $2 == "main" { print $3; exit }'

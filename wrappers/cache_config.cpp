@@ -7,7 +7,9 @@
 #include <string_view>
 #include <type_traits>
 
+#include "convert/failure.hpp"
 #include "convert/record.hpp"
+#include "convert/scalar_arguments.hpp"
 #include "convert/text.hpp"
 #include "convert/vector_arguments.hpp"
 
@@ -71,7 +73,7 @@ struct Reader {
 template <auto Member>
 constexpr auto toFlag = [](Config& config, const zbArray* value) {
   const auto* data = static_cast<const std::uint8_t*>(zbGetData(value));
-  config.*Member = static_cast<hbool_t>(data != nullptr && *data != 0 ? 1 : 0);
+  config.*Member = static_cast<hbool_t>(data != nullptr && *data != 0);
 };
 template <auto Member>
 constexpr auto toSize =
@@ -148,19 +150,19 @@ const zbArray* fieldOf(const zbArray* structure, const char* name) {
 
 }  // namespace
 
-H5AC_cache_config_t emptyCacheConfig() {
+CacheConfig::Value CacheConfig::initially() {
   Config config{};
   config.version = H5AC__CURR_CACHE_CONFIG_VERSION;
   return config;
 }
 
-zbArray* makeCacheConfig(const H5AC_cache_config_t& config) { return makeRecord(kGiven, config); }
+zbArray* CacheConfig::make(const Value& config) { return makeRecord(kGiven, config); }
 
-H5AC_cache_config_t getCacheConfigArg(const zbArray* structure) {
+CacheConfig::Taken CacheConfig::from(const zbArray* structure) {
   for (const Field<Config>& field : kMissedAtOnce) fieldOf(structure, field.name);
-  Config config = emptyCacheConfig();
-  for (const Reader& reader : kRead) reader.take(config, fieldOf(structure, reader.name));
-  return config;
+  Taken taken{initially()};
+  for (const Reader& reader : kRead) reader.take(taken.config, fieldOf(structure, reader.name));
+  return taken;
 }
 
 }  // namespace h5gate

@@ -1,34 +1,27 @@
 // The metadata cache configuration between HDF5's record and a host structure.
 #pragma once
 
-#include "convert/failure.hpp"
+#include <tuple>
+
 #include "hdf5/compat.hpp"
 #include "host/array.hpp"
-#include "wrappers/takes.hpp"
 
 namespace h5gate {
 
-/// A record that carries only the version, which HDF5 wants to see before it fills it.
-H5AC_cache_config_t emptyCacheConfig();
+/// Given as an out-parameter and taken as an argument.
+struct CacheConfig {
+  using Value = H5AC_cache_config_t;
 
-zbArray* makeCacheConfig(const H5AC_cache_config_t& config);
+  /// Only the version, which HDF5 wants to see before it fills the record.
+  static Value initially();
+  static zbArray* make(const Value& config);
 
-/// Every member from the field of its name; the version is never taken from a script.
-H5AC_cache_config_t getCacheConfigArg(const zbArray* structure);
-
-/// The handlers of whatever has a configuration: an open file, a file access list.
-template <auto Get, class Owner>
-void getCacheConfig(Inputs ins, Results& outs) {
-  const auto [owner] = take<Owner>(ins);
-  H5AC_cache_config_t config = emptyCacheConfig();
-  checked(Get(owner, &config));
-  outs.give(makeCacheConfig(config));
-}
-template <auto Set, class Owner>
-void setCacheConfig(Inputs ins, Results& /*outs*/) {
-  const auto [owner, structure] = take<Owner, Any>(ins);
-  H5AC_cache_config_t config = getCacheConfigArg(structure);
-  checked(Set(owner, &config));
-}
+  struct Taken {
+    Value config;
+    [[nodiscard]] auto arguments() { return std::tuple(&config); }
+  };
+  /// Every member from the field of its name; the version is never taken from a script.
+  static Taken from(const zbArray* structure);
+};
 
 }  // namespace h5gate

@@ -124,7 +124,8 @@ struct Record {
   static zbArray* make(const Value& record) { return makeRecord(Fields, record); }
 };
 
-/// How an out-parameter becomes an array: a C type is a number, a form makes its own.
+/// How an out-parameter becomes an array: a C type is a number, a form makes its own, and
+/// says what HDF5 wants to see there before it writes where that is not zeros.
 template <class Output>
 struct OutParameter {
   using Value = Output;
@@ -134,12 +135,21 @@ template <class Form>
 requires requires { typename Form::Value; }
 struct OutParameter<Form> : Form {};
 
+template <class Output>
+auto initially() {
+  if constexpr (requires { Output::initially(); }) {
+    return Output::initially();
+  } else {
+    return typename OutParameter<Output>::Value{};
+  }
+}
+
 /// What HDF5 stores through its trailing pointers, one output each.
 template <class... Values>
 struct Outputs {
   template <class Rule, class Call, class Taken>
   static void run(Results& outs, Call call, Taken& /*taken*/) {
-    std::tuple<typename OutParameter<Values>::Value...> values{};
+    std::tuple<typename OutParameter<Values>::Value...> values{initially<Values>()...};
     std::apply([&](auto&... value) { Rule::check(call(&value...)); }, values);
     std::apply([&](auto&... value) { (outs.give(OutParameter<Values>::make(value)), ...); },
                values);

@@ -1,6 +1,7 @@
 // H5D: datasets.
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "hdf5/shields.hpp"
@@ -24,22 +25,29 @@ using TransferList = ListId<"transfer property list identifier">;
 
 // --- Extents --------------------------------------------------------------------------
 
-/// The data of any array, read as doubles.
-struct Extent {
-  static PaddedSizes from(const zbArray* array) { return getExtentArg(array); }
+/// A dataset and its new extent: two inputs, the second the data of any array read as
+/// doubles. Extents that a script leaves off keep their size: nothing is cut away because
+/// a vector is short. Without any extent HDF5 itself refuses the call.
+struct DatasetAndExtent {
+  static constexpr std::size_t inputs = 2;
+  struct Taken {
+    hid_t dataset;
+    std::optional<PaddedSizes> extent;
+    [[nodiscard]] auto arguments() const {
+      return std::tuple(dataset, extent ? extent->data() : nullptr);
+    }
+  };
+  static Taken from(Inputs ins) {
+    const hid_t dataset = DatasetId::from(ins[0]);
+    const PaddedSizes given = getExtentArg(ins[1]);
+    if (given.empty()) return {dataset, std::nullopt};
+    PaddedSizes extent(H5S_MAX_RANK);
+    const hdf5::Space space(H5Dget_space(dataset));
+    if (space.valid()) H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr);
+    for (std::size_t i = 0; i < given.size() && i < extent.size(); ++i) extent[i] = given[i];
+    return {dataset, std::move(extent)};
+  }
 };
-
-/// Extents that a script leaves off keep their size: nothing is cut away because a
-/// vector is short. Without any extent HDF5 itself refuses the call.
-template <herr_t (*SetExtent)(hid_t, const hsize_t*)>
-void setExtent(Inputs ins, Results& /*outs*/) {
-  const auto [dataset, given] = take<DatasetId, Extent>(ins);
-  PaddedSizes extent(H5S_MAX_RANK);
-  const hdf5::Space space(H5Dget_space(dataset));
-  if (space.valid()) H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr);
-  for (std::size_t i = 0; i < given.size() && i < extent.size(); ++i) extent[i] = given[i];
-  checked(SetExtent(dataset, given.empty() ? nullptr : extent.data()));
-}
 
 // --- Filling a host buffer --------------------------------------------------------
 
@@ -210,7 +218,7 @@ constexpr Row kDatasetFunctions[] = {
                                                             CreationList>,
         Form<H5Dcreate2,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
                                                             LinkList, CreationList, AccessList>),
-    OWN(H5Dextend,            setExtent<H5Dextend>),
+    ROW(H5Dextend,            Nothing,                      DatasetAndExtent),
     OWN(H5Dfill,              fill),
     ROW(H5Dget_access_plist,  Identifier,                   DatasetId),
     ROW(H5Dget_create_plist,  Identifier,                   DatasetId),
@@ -223,7 +231,7 @@ constexpr Row kDatasetFunctions[] = {
         Form<H5Dopen1,        Identifier,                   LocationId, Name>,
         Form<H5Dopen2,        Identifier,                   LocationId, Name, AccessList>),
     OWN(H5Dread,              read),
-    OWN(H5Dset_extent,        setExtent<H5Dset_extent>),
+    ROW(H5Dset_extent,        Nothing,                      DatasetAndExtent),
     ROW(H5Dvlen_get_buf_size, Outputs<hsize_t>,             DatasetId, Id<"datatype identifier">,
                                                             SpaceOf),
     OWN(H5Dwrite,             write),

@@ -27,9 +27,12 @@ struct NamesFailures {
   }
 };
 template <Description Function, class Form>
-struct Named : Form {
+struct NamedIfFailed : Form {
   using Rule = NamesFailures<Function>;
 };
+#define SCALE_CALL(Name, Function, Gives, ...) \
+  CALL(Name, Function, NamedIfFailed<#Name, Gives>, __VA_ARGS__)
+#define SCALE(Function, ...) SCALE_CALL(Function, Function, __VA_ARGS__)
 
 /// An empty array stands for no name, which HDF5 says with a null pointer.
 struct NameOrNone {
@@ -62,22 +65,24 @@ using Start = InOut<OrZero<Int>>;
 
 constexpr Row kDimensionScaleFunctions[] = {
     // clang-format off
-    //  name                gives                                      takes
-    ROW(H5DSattach_scale,   Named<"H5DSattach_scale", Nothing>,        DatasetId, ScaleId, Axis),
-    ROW(H5DSdetach_scale,   Named<"H5DSdetach_scale", Nothing>,        DatasetId, ScaleId, Axis),
-    CALL(H5DSget_label, hdf5::getDimensionLabel, Named<"H5DSget_label", BufferedText>,
-                                                                       DatasetId, Axis, Buffer),
-    ROW(H5DSget_num_scales, Named<"H5DSget_num_scales", Number>,       DatasetId, Axis),
-    ROW(H5DSget_scale_name, Named<"H5DSget_scale_name", BufferedText>, DatasetId, Buffer),
-    ROW(H5DSis_scale,       Named<"H5DSis_scale", Number>,             DatasetId),
-    ROW(H5DSset_label,      Named<"H5DSset_label", Nothing>,           DatasetId, Axis, Name),
-    ROW(H5DSset_scale,      Named<"H5DSset_scale", Nothing>,           ScaleId, NameOrNone),
+    //    name                gives         takes
+    SCALE(H5DSattach_scale,   Nothing,      DatasetId, ScaleId, Axis),
+    SCALE(H5DSdetach_scale,   Nothing,      DatasetId, ScaleId, Axis),
+    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel, BufferedText, DatasetId, Axis, Buffer),
+    SCALE(H5DSget_num_scales, Number,       DatasetId, Axis),
+    SCALE(H5DSget_scale_name, BufferedText, DatasetId, Buffer),
+    SCALE(H5DSis_scale,       Number,       DatasetId),
+    SCALE(H5DSset_label,      Nothing,      DatasetId, Axis, Name),
+    SCALE(H5DSset_scale,      Nothing,      ScaleId, NameOrNone),
 
     //   name                calls          gives
     //                       takes
     CALL(H5DSiterate_scales, iterateScales, WalkedOr<msg::iterateScalesFailure>,
                              DatasetId, Axis, Start, FunctionAndData<callHost>),
-};  // clang-format on
+};
+// clang-format on
+#undef SCALE
+#undef SCALE_CALL
 
 }  // namespace
 

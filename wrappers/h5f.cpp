@@ -126,7 +126,7 @@ constexpr Row kFileFunctions[] = {
     ROW(H5Fget_filesize,     Outputs<hsize_t>,                      FileId),
     ROW(H5Fget_freespace,    Unchecked<Number>,                     FileId),
     CALL(H5Fget_info, hdf5::getFileInfo, Outputs<Record<kFileInfo>>, ObjectId),
-    OWN(H5Fget_mdc_config,   getCacheConfig<H5Fget_mdc_config, FileId>),
+    ROW(H5Fget_mdc_config,   Outputs<CacheConfig>,                  FileId),
     ROW(H5Fget_mdc_hit_rate, Outputs<double>,                       FileId),
     ROW(H5Fget_mdc_size,     Outputs<size_t, size_t, size_t, int>,  FileId),
     ROW(H5Fget_name,         Unchecked<BufferedText>,               ObjectId, Buffer),
@@ -138,7 +138,7 @@ constexpr Row kFileFunctions[] = {
     CALL(H5Fopen, openFile,  Identifier,                            FileName, OpenFlags,
                                                                     AccessList),
     ROW(H5Freopen,           Identifier,                            FileId),
-    OWN(H5Fset_mdc_config,   setCacheConfig<H5Fset_mdc_config, FileId>),
+    ROW(H5Fset_mdc_config,   Nothing,                               FileId, CacheConfig),
     ROW(H5Funmount,          Nothing,                               FileId, MountPoint),
 };  // clang-format on
 

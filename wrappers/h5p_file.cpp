@@ -195,7 +195,7 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pget_gc_references,         Outputs<unsigned>,                      List),
     ROW(H5Pget_istore_k,              Outputs<unsigned>,                      CreationList),
     ROW(H5Pget_libver_bounds,         Outputs<H5F_libver_t, H5F_libver_t>,    AccessList),
-    OWN(H5Pget_mdc_config,            getCacheConfig<H5Pget_mdc_config, AccessList>),
+    ROW(H5Pget_mdc_config,            Outputs<CacheConfig>,                   AccessList),
     ROW(H5Pget_meta_block_size,       Outputs<hsize_t>,                       PlainList),
     ROW(H5Pget_multi_type,            Outputs<H5FD_mem_t>,                    AccessListId),
     ROW(H5Pget_sieve_buf_size,        Outputs<size_t>,                        AccessListId),
@@ -222,7 +222,7 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pset_gc_references,         Nothing, List, Unsigned),
     ROW(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
     ROW(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
-    OWN(H5Pset_mdc_config,            setCacheConfig<H5Pset_mdc_config, AccessList>),
+    ROW(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
     ROW(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
     ROW(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
     // An access list, whatever its description says.

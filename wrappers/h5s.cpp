@@ -2,6 +2,7 @@
 // first, as HDF5 does, in both directions.
 #include <algorithm>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "wrappers/row.hpp"
@@ -33,21 +34,32 @@ void createSimple(Inputs ins, Results& outs) {
 /// Changes an extent. HDF5 keeps what is selected, and the coordinates of another rank
 /// would be read and written beyond the vectors that have this one: such a selection
 /// ends with the extent that it was made in.
-template <auto Change, class... Arguments>
-herr_t changeExtent(hid_t space, Arguments... arguments) {
+template <class Change>
+void changeExtent(hid_t space, Change change) {
   const int rankBefore = H5Sget_simple_extent_ndims(space);
-  checked(Change(space, arguments...));
+  checked(change());
   const H5S_sel_type selected = H5Sget_select_type(space);
-  const bool keeps = H5Sget_simple_extent_ndims(space) == rankBefore || selected == H5S_SEL_ALL ||
-                     selected == H5S_SEL_NONE;
-  return keeps ? 0 : H5Sselect_all(space);
+  if (H5Sget_simple_extent_ndims(space) != rankBefore && selected != H5S_SEL_ALL &&
+      selected != H5S_SEL_NONE) {
+    checked(H5Sselect_all(space));
+  }
 }
+
+/// No output; the extent of the first identifier changes.
+struct ChangedExtent {
+  template <class Rule, class Call, class Taken>
+  static void run(Results& /*outs*/, Call call, Taken& taken) {
+    changeExtent(std::get<0>(taken), call);
+  }
+};
 
 void setExtentSimple(Inputs ins, Results& /*outs*/) {
   const auto [space, rank, size, given] = take<SpaceId, Int, Dims<"Current Size">, MaxDims>(ins);
   const PaddedSizes& maxSize = given ? *given : size;
   if (size.rank() != rank || maxSize.rank() != rank) raise<msg::setExtentSimpleSizeMismatch>();
-  checked(changeExtent<H5Sset_extent_simple>(space, rank, size.data(), maxSize.data()));
+  changeExtent(space, [&, id = space, count = rank, dims = size.data()] {
+    return H5Sset_extent_simple(id, count, dims, maxSize.data());
+  });
 }
 
 std::size_t rankOf(hid_t space) {
@@ -171,7 +183,7 @@ constexpr Row kDataspaceFunctions[] = {
     ROW(H5Scopy,                       Identifier,        SpaceId),
     ROW(H5Screate,                     Identifier,        Enum<H5S_class_t>),
     OWN(H5Screate_simple,              createSimple),
-    CALL(H5Sextent_copy, (changeExtent<H5Sextent_copy, hid_t>), Nothing, SpaceId, SpaceId),
+    ROW(H5Sextent_copy,                ChangedExtent,     SpaceId, SpaceId),
     OWN(H5Sget_select_bounds,          getSelectBounds),
     ROW(H5Sget_select_elem_npoints,    Number,            SpaceId),
     OWN(H5Sget_select_elem_pointlist,  getSelectElemPointlist),
@@ -190,7 +202,7 @@ constexpr Row kDataspaceFunctions[] = {
     OWN(H5Sselect_hyperslab,           selectHyperslab),
     ROW(H5Sselect_none,                Nothing,           SpaceId),
     ROW(H5Sselect_valid,               YesNo,             SpaceId),
-    CALL(H5Sset_extent_none, changeExtent<hdf5::setExtentNone>, Nothing, SpaceId),
+    CALL(H5Sset_extent_none, hdf5::setExtentNone, ChangedExtent, SpaceId),
     OWN(H5Sset_extent_simple,          setExtentSimple),
 };  // clang-format on
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <utility>
 
+#include "tests/unit/collected_warnings.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/structures.hpp"
 #include "tests/unit/three_of_each.hpp"
-#include "tests/unit/warnings.hpp"
 
 namespace {
 

@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "tests/unit/datatypes.hpp"
-#include "tests/unit/error_stack.hpp"
+#include "tests/unit/error_records.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/spaces.hpp"
+#include "tests/unit/strangers.hpp"
 #include "tests/unit/structures.hpp"
 
 namespace {

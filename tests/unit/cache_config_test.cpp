@@ -15,6 +15,7 @@
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
 #include "tests/unit/memory_file.hpp"
+#include "tests/unit/strangers.hpp"
 #include "tests/unit/structures.hpp"
 
 namespace {
@@ -102,11 +103,11 @@ H5AC_cache_config_t sample() {
 
 Value structureOf(const H5AC_cache_config_t& config) {
   const zembra::CallScope scope;
-  return zembra::CallScope::take(h5gate::makeCacheConfig(config));
+  return zembra::CallScope::take(h5gate::CacheConfig::make(config));
 }
 
 H5AC_cache_config_t recordOf(const Value& structure) {
-  return h5gate::getCacheConfigArg(structure.get());
+  return h5gate::CacheConfig::from(structure.get()).config;
 }
 
 /// The sample with other fields; a null value removes one.
@@ -341,7 +342,7 @@ TEST(CacheConfig, OfAFileIsReadAndSet) {
   EXPECT_EQ(numberOf(field(config, "version")), 1);
   EXPECT_TRUE(call("H5Fset_mdc_config", file, config).empty());
   call("H5Fset_mdc_config", file, withField(config, "epoch_length", number(12345.9)));
-  H5AC_cache_config_t set = h5gate::emptyCacheConfig();
+  H5AC_cache_config_t set = h5gate::CacheConfig::initially();
   ASSERT_GE(H5Fget_mdc_config(file.get(), &set), 0);
   EXPECT_EQ(set.epoch_length, 12345);
   EXPECT_EQ(numberOf(field(result("H5Fget_mdc_config", file), "epoch_length")), 12345);

@@ -10,10 +10,10 @@
 #include <string>
 #include <utility>
 
+#include "tests/unit/collected_warnings.hpp"
 #include "tests/unit/limits.hpp"
 #include "tests/unit/three_of_each.hpp"
 #include "tests/unit/walking.hpp"
-#include "tests/unit/warnings.hpp"
 
 namespace {
 

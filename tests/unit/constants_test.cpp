@@ -18,6 +18,7 @@
 #include "hdf5/handle.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/list_classes.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

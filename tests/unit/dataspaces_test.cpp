@@ -10,6 +10,7 @@
 #include "tests/unit/first_inputs.hpp"
 #include "tests/unit/limits.hpp"
 #include "tests/unit/selections.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "tests/unit/limits.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

@@ -16,9 +16,10 @@
 #include "gateway/function_table.hpp"
 #include "hdf5/compat.hpp"
 #include "host/call.hpp"
-#include "tests/unit/error_stack.hpp"
+#include "tests/unit/error_records.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/function_names.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

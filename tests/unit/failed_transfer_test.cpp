@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/error_stack.hpp"
+#include "tests/unit/error_records.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"

@@ -33,7 +33,7 @@ std::string causeOf(const std::exception_ptr& cause) {
 }
 
 Failure failureOf(std::string_view name, const Arguments& arguments, int nOut) {
-  const Failure error = raisedBy([&] { callWith(nOut, name, arguments); });
+  Failure error = raisedBy([&] { callWith(nOut, name, arguments); });
   if (!error) ADD_FAILURE() << name << " raised nothing";
   return error;
 }

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "runtime/host_error.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/calls.hpp"
 
 namespace h5test {
 

@@ -16,6 +16,7 @@
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/strangers.hpp"
 #include "tests/unit/structures.hpp"
 
 namespace {

@@ -7,8 +7,8 @@
 
 #include <vector>
 
-#include "tests/unit/error_stack.hpp"
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/error_records.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 #include "tests/unit/lists.hpp"
 
 namespace {

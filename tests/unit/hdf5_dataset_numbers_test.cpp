@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 
 namespace {
 

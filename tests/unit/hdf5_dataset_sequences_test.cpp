@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 
 namespace {
 

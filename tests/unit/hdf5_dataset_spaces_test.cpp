@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 #include "tests/unit/selections.hpp"
 
 namespace {
@@ -58,7 +58,7 @@ TEST_F(Hdf5DatasetTest, WrongCountsNameBothAndTheSelection) {
 }
 
 TEST_F(Hdf5DatasetTest, WrongCountsAreNamedBeforeMemoryIsAskedFor) {
-  const Owned space = makeSpace({hsize_t{1} << 50});
+  const Owned space = makeSpace({0x1p50});
   for (const Owned& type : {fixedText(8), variableText(), sequenceOf(H5T_NATIVE_INT)}) {
     writeRefusal("sizeMismatch", type, space, texts({"a"}));
   }
@@ -107,17 +107,17 @@ TEST_F(Hdf5DatasetTest, EmptyExtentsGiveEmptyArraysOfTheClass) {
 }
 
 TEST_F(Hdf5DatasetTest, SizesBeyondMemoryAreRefused) {
-  constexpr double kLarge = hsize_t{1} << 40;
+  constexpr double kLarge = 0x1p40;
   const auto wrapping = [] { HDF5Dataset(H5T_NATIVE_INT8, makeSpace({kLarge, kLarge}).get()); };
   refusal("tooLarge", wrapping);
   const auto bytes = [&] {
-    const Owned space = makeSpace({hsize_t{1} << 62});
+    const Owned space = makeSpace({0x1p62});
     HDF5Dataset transfer(H5T_NATIVE_DOUBLE, space.get());
     transfer.getBuffer();
   };
   refusal("tooLarge", bytes);
   const auto memory = [&] {
-    const Owned space = makeSpace({hsize_t{1} << 59});
+    const Owned space = makeSpace({0x1p59});
     HDF5Dataset transfer(H5T_NATIVE_DOUBLE, space.get());
     transfer.getBuffer();
   };

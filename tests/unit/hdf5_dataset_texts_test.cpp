@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 
 namespace {
 

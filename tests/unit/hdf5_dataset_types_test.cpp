@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "tests/unit/hdf5_dataset.hpp"
+#include "tests/unit/hdf5_dataset_fixture.hpp"
 
 namespace {
 

@@ -14,6 +14,7 @@
 
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

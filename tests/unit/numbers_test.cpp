@@ -15,6 +15,7 @@
 #include "runtime/call_scope.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"
+#include "tests/unit/strangers.hpp"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "convert/identifier_codec.hpp"
 #include "hdf5/compat.hpp"
-#include "tests/unit/call.hpp"
+#include "tests/unit/calls.hpp"
 
 namespace h5test {
 

@@ -11,6 +11,7 @@
 #include "tests/unit/files.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/strangers.hpp"
 #include "tests/unit/transfers.hpp"
 
 namespace {

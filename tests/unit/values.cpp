@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "tests/unit/host_functions.hpp"
+#include "host/numeric_class.hpp"
 
 namespace h5test {
 
@@ -14,20 +14,9 @@ namespace {
 /// The action done with a zero of the C++ type that elements of the class have.
 template <class Action>
 auto withZeroOf(zbClass type, Action action) {
-  switch (type) {
-    case zbClass::Double: return action(double{});
-    case zbClass::Single: return action(float{});
-    case zbClass::Logical: return action(std::uint8_t{});
-    case zbClass::Int8: return action(std::int8_t{});
-    case zbClass::UInt8: return action(std::uint8_t{});
-    case zbClass::Int16: return action(std::int16_t{});
-    case zbClass::UInt16: return action(std::uint16_t{});
-    case zbClass::Int32: return action(std::int32_t{});
-    case zbClass::UInt32: return action(std::uint32_t{});
-    case zbClass::Int64: return action(std::int64_t{});
-    case zbClass::UInt64: return action(std::uint64_t{});
-    default: throw std::invalid_argument("not a numeric class");
-  }
+  using Result = decltype(action(double()));
+  return Zembra::withNumericType(
+      type, action, []() -> Result { throw std::invalid_argument("not a numeric class"); });
 }
 
 Value borrow(const zbArray* array, std::string_view what) {
@@ -70,16 +59,6 @@ Value structure(std::initializer_list<std::pair<std::string, Value>> fields) {
 
 Value identifier(double value) {
   return zembra::makeObject("H5ZB.id", {{"identifier", number(value)}});
-}
-
-std::vector<Value> strangers() {
-  return {cell({number(1)}),
-          structure({{"a", number(1)}}),
-          function([](int, std::span<zbArray* const>) { return Results(); }),
-          zembra::makeObject("Other.id", {{"identifier", number(1)}}),
-          numeric(zbClass::Int32, {1}),
-          numeric(zbClass::Single, {1}),
-          logical(true)};
 }
 
 double numberOf(const Value& value) { return zbGetScalar(value.get()); }

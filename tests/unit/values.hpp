@@ -39,8 +39,6 @@ Value cell(std::initializer_list<Value> values);  // 1-by-n
 Value structure(std::initializer_list<std::pair<std::string, Value>> fields);
 /// An H5ZB.id object.
 Value identifier(double value);
-/// One of everything that no numeric, text or identifier argument takes.
-std::vector<Value> strangers();
 
 // --- Taking apart --------------------------------------------------------------------
 

@@ -1,4 +1,4 @@
-#include "tests/unit/call.hpp"
+#include "tests/unit/calls.hpp"
 
 #include "host/call.hpp"
 #include "runtime/call.hpp"
