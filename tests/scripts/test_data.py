@@ -15,6 +15,9 @@ from zembra import LibraryError, h5
 
 # Files of several parts, opened through their drivers: see test_properties.py.
 IN_PARTS = ("family_", "tsplit_")
+# Since 1.14.4 HDF5 takes some sound numbers for signs of corruption. The gateway tells it
+# not to, h5py does not, and whoever opens a file first decides for both.
+STRICT = ("tfilters.h5",) if h5.H5get_libversion() >= (1, 14, 4) else ()
 
 
 def datasets_of(file):

@@ -9,6 +9,7 @@ import numpy as np
 import pytest
 
 import zembra
+from test_data import STRICT
 from zembra import h5
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -68,9 +69,6 @@ def openable(path):
         return False, str(error)
 
 
-# Since 1.14.4 HDF5 takes some sound numbers for signs of corruption. The gateway tells it
-# not to, h5py does not, and whoever opens a file first decides for both.
-STRICT = {"tfilters.h5"} if h5py.version.hdf5_version_tuple >= (1, 14, 4) else set()
 OPENABLE = {path: openable(path) for path in sorted(SAMPLES.glob("*.h5"))}
 
 
