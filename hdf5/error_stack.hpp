@@ -38,8 +38,8 @@ inline herr_t refuse(const char* function, const char* reason) {
 /// no more then.
 inline herr_t walkErrors(hid_t stack, H5E_direction_t direction, H5E_walk2_t visit, void* data) {
   struct Walk {
-    H5E_walk2_t visit;
-    void* data;
+    H5E_walk2_t visit = nullptr;
+    void* data = nullptr;
     bool stopped = false;
     static herr_t step(unsigned position, const H5E_error2_t* record, void* self) {
       auto& walk = *static_cast<Walk*>(self);

@@ -23,9 +23,7 @@ namespace h5gate {
 template <std::size_t N>
 struct Description {
   char text[N];
-  consteval Description(const char (&words)[N]) {  // NOLINT(google-explicit-constructor)
-    std::copy_n(words, N, text);
-  }
+  consteval Description(const char (&words)[N]) { std::copy_n(words, N, text); }
 };
 
 // --- Identifiers ----------------------------------------------------------------------
