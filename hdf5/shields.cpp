@@ -14,15 +14,15 @@ using Coordinates = std::array<hsize_t, H5S_MAX_RANK>;
 std::vector<hsize_t> inMoreDimensions(const std::vector<hsize_t>& points, std::size_t low,
                                       std::size_t high, const Coordinates& start) {
   const std::size_t count = points.size() / low;
-  std::vector<hsize_t> raised(count * high);
+  std::vector<hsize_t> places(count * high);
   for (std::size_t i = 0; i < low; ++i) {
     hsize_t least = points[i];
     for (std::size_t k = 0; k < count; ++k) least = std::min(least, points[k * low + i]);
     for (std::size_t k = 0; k < count; ++k) {
-      raised[k * high + high - low + i] = points[k * low + i] - least + start[i];
+      places[k * high + high - low + i] = points[k * low + i] - least + start[i];
     }
   }
-  return raised;
+  return places;
 }
 
 }  // namespace
@@ -86,13 +86,13 @@ std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace) {
       H5Sget_simple_extent_dims(memorySpace, extent.data() + (high - low), nullptr) < 0) {
     return std::nullopt;
   }
-  Space raised(H5Screate_simple(highRank, extent.data(), nullptr));
+  Space wider(H5Screate_simple(highRank, extent.data(), nullptr));
   const std::vector<hsize_t> places = inMoreDimensions(points, low, high, start);
-  if (H5Sselect_elements(raised.get(), H5S_SELECT_SET, static_cast<std::size_t>(count),
+  if (H5Sselect_elements(wider.get(), H5S_SELECT_SET, static_cast<std::size_t>(count),
                          places.data()) < 0) {
     return std::nullopt;
   }
-  return raised;
+  return wider;
 }
 
 bool holdsPointers(hid_t type) {
