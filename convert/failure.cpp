@@ -1,12 +1,11 @@
 #include "convert/failure.hpp"
 
-#include "hdf5/compat.hpp"
+#include "hdf5/error_stack.hpp"
 
 namespace h5gate {
 
 void raiseRefusal(const char* function, const char* reason) {
-  H5Eclear2(H5E_DEFAULT);
-  H5Epush2(H5E_DEFAULT, "h5gate", function, 0, H5E_ERR_CLS, H5E_ARGS, H5E_BADVALUE, "%s", reason);
+  hdf5::refuse(function, reason);
   KVH5libraryError();
 }
 

@@ -4,7 +4,9 @@
 // 16.7 million identifiers of one type) move to 2^52 + type * 2^45 + serial.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "convert/number_cast.hpp"
 #include "hdf5/compat.hpp"
@@ -23,9 +25,21 @@ constexpr std::int64_t low(std::int64_t value, int bits) {
   return value & ((std::int64_t{1} << bits) - 1);
 }
 
+// 1.12 put maps before attributes and connectors before property list classes. What 1.8
+// has goes by 1.8's numbers, and what it lacks by those that are left over.
+inline constexpr std::int64_t kTypesTo18[] = {0, 1, 2, 3, 4, 5, 7, 6, 8, 14, 9, 10, 11, 12, 13};
+inline constexpr std::int64_t kTypesFrom18[] = {0, 1, 2, 3, 4, 5, 7, 6, 8, 10, 11, 12, 13, 14, 9};
+
+template <std::size_t N>
+constexpr std::int64_t translated(const std::int64_t (&table)[N], std::int64_t type) {
+  return hdf5::kSince112 && type > 0 && type < std::ssize(table) ? table[type] : type;
+}
+constexpr std::int64_t typeToHost(std::int64_t type) { return translated(kTypesTo18, type); }
+constexpr std::int64_t typeFromHost(std::int64_t type) { return translated(kTypesFrom18, type); }
+
 constexpr std::int64_t encode(std::int64_t id) {
   if (id <= 0) return id;
-  const std::int64_t type = id >> kTypeShift;
+  const std::int64_t type = typeToHost(id >> kTypeShift);
   const std::int64_t serial = low(id, kTypeShift);
   return serial >> kShortTypeShift == 0 ? (type << kShortTypeShift) | serial
                                         : kLongBase + (type << kLongTypeShift) + serial;
@@ -34,10 +48,10 @@ constexpr std::int64_t encode(std::int64_t id) {
 constexpr std::int64_t decode(std::int64_t number) {
   if (number >= kLongBase) {
     const std::int64_t rest = number - kLongBase;
-    return ((rest >> kLongTypeShift) << kTypeShift) | low(rest, kLongTypeShift);
+    return (typeFromHost(rest >> kLongTypeShift) << kTypeShift) | low(rest, kLongTypeShift);
   }
   if (number <= 0) return number;
-  return ((number >> kShortTypeShift) << kTypeShift) | low(number, kShortTypeShift);
+  return (typeFromHost(number >> kShortTypeShift) << kTypeShift) | low(number, kShortTypeShift);
 }
 
 /// Whether a large serial maps to the number; small ones never get that far.

@@ -65,7 +65,7 @@ class FunctionTable {
   std::unordered_map<std::string_view, GatewayHandler> handlers_;
 };
 
-const FunctionTable table;  // NOLINT(cert-err58-cpp): without memory there is no library
+const FunctionTable table;
 
 }  // namespace
 

@@ -26,6 +26,34 @@ class KeepErrorStack {
   hid_t stack_;
 };
 
+/// Fails as HDF5 does, with a record that says why: for what HDF5 itself should refuse
+/// and, in some release, does not.
+inline herr_t refuse(const char* function, const char* reason) {
+  H5Eclear2(H5E_DEFAULT);
+  H5Epush2(H5E_DEFAULT, "h5gate", function, 0, H5E_ERR_CLS, H5E_ARGS, H5E_BADVALUE, "%s", reason);
+  return -1;
+}
+
+/// H5Ewalk2. 1.8 walks on where a visitor stops it with a positive status: it is asked
+/// no more then.
+inline herr_t walkErrors(hid_t stack, H5E_direction_t direction, H5E_walk2_t visit, void* data) {
+  struct Walk {
+    H5E_walk2_t visit = nullptr;
+    void* data = nullptr;
+    bool stopped = false;
+    static herr_t step(unsigned position, const H5E_error2_t* record, void* self) {
+      auto& walk = *static_cast<Walk*>(self);
+      if (walk.stopped) return 0;
+      const herr_t status = walk.visit(position, record, walk.data);
+      walk.stopped = status > 0;
+      return status;
+    }
+  };
+  if constexpr (kSince110) return H5Ewalk2(stack, direction, visit, data);
+  Walk walk{visit, data};
+  return H5Ewalk2(stack, direction, Walk::step, &walk);
+}
+
 /// Runs a closing action; during unwinding the error stack survives it.
 template <class Action>
 void closeQuietly(Action action) {

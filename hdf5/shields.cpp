@@ -14,15 +14,15 @@ using Coordinates = std::array<hsize_t, H5S_MAX_RANK>;
 std::vector<hsize_t> inMoreDimensions(const std::vector<hsize_t>& points, std::size_t low,
                                       std::size_t high, const Coordinates& start) {
   const std::size_t count = points.size() / low;
-  std::vector<hsize_t> raised(count * high);
+  std::vector<hsize_t> places(count * high);
   for (std::size_t i = 0; i < low; ++i) {
     hsize_t least = points[i];
     for (std::size_t k = 0; k < count; ++k) least = std::min(least, points[k * low + i]);
     for (std::size_t k = 0; k < count; ++k) {
-      raised[k * high + high - low + i] = points[k * low + i] - least + start[i];
+      places[k * high + high - low + i] = points[k * low + i] - least + start[i];
     }
   }
-  return raised;
+  return places;
 }
 
 }  // namespace
@@ -47,6 +47,23 @@ bool selectionFits(hid_t space) {
   return true;
 }
 
+bool rankSuits(hid_t dataset, hid_t fileSpace) {
+  const Space own(H5Dget_space(dataset));
+  if (H5Sget_simple_extent_type(fileSpace) == H5S_NULL ||
+      H5Sget_simple_extent_ndims(fileSpace) == H5Sget_simple_extent_ndims(own.get())) {
+    return true;
+  }
+  return H5Pget_layout(PropertyList(H5Dget_create_plist(dataset)).get()) != H5D_CHUNKED;
+}
+
+herr_t setExtentNone(hid_t space) {
+  if constexpr (!kSince110) {
+    const Space null(H5Screate(H5S_NULL));
+    if (H5Sextent_copy(space, null.get()) < 0) return -1;
+  }
+  return H5Sset_extent_none(space);
+}
+
 std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace) {
   const int lowRank = H5Sget_simple_extent_ndims(memorySpace);
   const int highRank = H5Sget_simple_extent_ndims(fileSpace);
@@ -69,13 +86,13 @@ std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace) {
       H5Sget_simple_extent_dims(memorySpace, extent.data() + (high - low), nullptr) < 0) {
     return std::nullopt;
   }
-  Space raised(H5Screate_simple(highRank, extent.data(), nullptr));
+  Space wider(H5Screate_simple(highRank, extent.data(), nullptr));
   const std::vector<hsize_t> places = inMoreDimensions(points, low, high, start);
-  if (H5Sselect_elements(raised.get(), H5S_SELECT_SET, static_cast<std::size_t>(count),
+  if (H5Sselect_elements(wider.get(), H5S_SELECT_SET, static_cast<std::size_t>(count),
                          places.data()) < 0) {
     return std::nullopt;
   }
-  return raised;
+  return wider;
 }
 
 bool holdsPointers(hid_t type) {

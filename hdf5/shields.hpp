@@ -15,6 +15,14 @@ hid_t listOrNothing(hid_t id);
 /// Whether all that is selected, moved by the selection's offset, lies in the extent.
 bool selectionFits(hid_t space);
 
+/// Whether HDF5 can look for the file space's selection among the dataset's chunks: it
+/// does so by the dataset's rank, and finds no end in a space of another one.
+bool rankSuits(hid_t dataset, hid_t fileSpace);
+
+/// H5Sset_extent_none. 1.8 keeps the rank and the number of points of the extent that it
+/// gives up, and whatever asks for its sizes follows null pointers.
+herr_t setExtentNone(hid_t space);
+
 /// Points of a memory space that has fewer dimensions than the file's, as the same
 /// points of the same memory in as many dimensions; an invalid space where nothing
 /// needs to be done, none where HDF5 fails. HDF5 adds the dimensions itself, but 1.10

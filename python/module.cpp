@@ -1,6 +1,4 @@
 // The extension module zembra._zembra: what the package needs from C++.
-#include <hdf5/compat.hpp>
-
 #include "python/gateway_call.hpp"
 #include "python/gateway_function.hpp"
 #define ZEMBRA_IMPORTS_NUMPY
@@ -23,21 +21,21 @@ PyMethodDef methods[] = {
      "interpreter's lock is held until the call returns."},
     {nullptr, nullptr, 0, nullptr}};
 
-/// What each type of identifier is called and closed by; the numbers of the types
-/// differ between HDF5's releases.
+/// What each type of identifier is called and closed by: scripts see 1.8's numbers of the
+/// types on every release.
 dict identifierTypes() {
   dict types;
-  const auto add = [&types](H5I_type_t type, const char* name, const char* close) {
-    types[host::py::int_(static_cast<int>(type))] = host::py::make_tuple(name, close);
+  const auto add = [&types](int type, const char* name, const char* close) {
+    types[host::py::int_(type)] = host::py::make_tuple(name, close);
   };
-  add(H5I_FILE, "file", "H5Fclose");
-  add(H5I_GROUP, "group", "H5Gclose");
-  add(H5I_DATATYPE, "datatype", "H5Tclose");
-  add(H5I_DATASPACE, "dataspace", "H5Sclose");
-  add(H5I_DATASET, "dataset", "H5Dclose");
-  add(H5I_ATTR, "attribute", "H5Aclose");
-  add(H5I_GENPROP_LST, "property list", "H5Pclose");
-  add(H5I_GENPROP_CLS, "property list class", "H5Pclose_class");
+  add(1, "file", "H5Fclose");
+  add(2, "group", "H5Gclose");
+  add(3, "datatype", "H5Tclose");
+  add(4, "dataspace", "H5Sclose");
+  add(5, "dataset", "H5Dclose");
+  add(6, "attribute", "H5Aclose");
+  add(9, "property list class", "H5Pclose_class");
+  add(10, "property list", "H5Pclose");
   return types;
 }
 

@@ -18,9 +18,10 @@ namespace {
 using ToHost = Value (*)(PyObject*);
 
 /// The class whose elements are the array's as they stand; Unknown where there is none.
-zbClass classOf(const PyArray_Descr* type) {
-  const auto size = static_cast<std::size_t>(type->elsize);
-  switch (type->kind) {
+/// NumPy 2 keeps what it knows of a dtype elsewhere than NumPy 1: accessors know where.
+zbClass classOf(PyArrayObject* array) {
+  const auto size = static_cast<std::size_t>(PyArray_ITEMSIZE(array));
+  switch (PyArray_DESCR(array)->kind) {
     case 'b': return zbClass::Logical;
     case 'i': return Zembra::integerClass(size, true);
     case 'u': return Zembra::integerClass(size, false);
@@ -96,7 +97,8 @@ Value fromElements(PyArrayObject* array, ToHost toHost) {
 Value fromRecords(PyArrayObject* array, ToHost toHost) {
   const RecursionGuard guard;
   std::vector<std::pair<std::string, Value>> fields;
-  for (const py::handle name : borrow(PyArray_DESCR(array)->names)) {
+  const py::object type = borrow(reinterpret_cast<PyObject*>(PyArray_DESCR(array)));
+  for (const py::handle name : type.attr("names")) {
     const py::object field =
         steal(PyObject_GetItem(reinterpret_cast<PyObject*>(array), name.ptr()));
     fields.emplace_back(utf8(borrow(name.ptr())).view(), toHost(field.ptr()));
@@ -108,7 +110,7 @@ Value fromRecords(PyArrayObject* array, ToHost toHost) {
 
 Value fromArray(PyArrayObject* array, ToHost toHost) {
   PyArray_Descr* const type = PyArray_DESCR(array);
-  if (const zbClass plain = classOf(type); plain != zbClass::Unknown) {
+  if (const zbClass plain = classOf(array); plain != zbClass::Unknown) {
     return fromNumbers(plain, inMemoryOrder(array));
   }
   switch (type->type_num) {

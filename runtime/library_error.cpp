@@ -1,7 +1,7 @@
 // HDF5's error stack as a host error.
 #include "host/library_error.hpp"
 
-#include "hdf5/compat.hpp"
+#include "hdf5/error_stack.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
 
@@ -49,8 +49,12 @@ void KVH5libraryError() {
   content.identifier = "Zembra:HDF5:libraryError";
   content.key = "libraryError";
   content.libraryFailure = true;
-  // H5E_WALK_UPWARD: from the innermost function out. Walking leaves the stack as it is.
-  H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, zembra::collect, &content.stack);
+  {
+    // Asking for a message's text clears the stack in 1.8: it is set aside meanwhile.
+    const hdf5::KeepErrorStack stack;
+    // H5E_WALK_UPWARD: from the innermost function out.
+    H5Ewalk2(stack.id(), H5E_WALK_UPWARD, zembra::collect, &content.stack);
+  }
   content.text = zembra::summary(content.stack);
   content.cause = zembra::takePendingCause();
   throw zembra::HostError(std::move(content));

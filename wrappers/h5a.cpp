@@ -1,6 +1,7 @@
 // H5A: attributes. Several inputs are described as what they are not; scripts match
 // the messages as they stand.
 #include "convert/record.hpp"
+#include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
@@ -77,7 +78,7 @@ constexpr Row kAttributeFunctions[] = {
     BY_COUNT(H5Acreate,
         Form<H5Acreate1,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
                                                            CreationList>,
-        Form<H5Acreate2,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
+        Form<hdf5::createAttribute, Identifier,            AttributeId, Name, TypeOf, SpaceOf,
                                                            CreationList, At<4, AccessList>>),
     ROW(H5Adelete,        Nothing,                         AttributeId, Name),
     ROW(H5Aget_info,      Outputs<Record<kAttributeInfo>>, AttributeId),

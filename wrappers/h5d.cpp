@@ -133,6 +133,9 @@ class TransferSpaces {
     if (!hdf5::selectionFits(file.get())) {
       raiseRefusal(function, "the file selection leaves the extent");
     }
+    if (givenFile != H5S_ALL && !hdf5::rankSuits(dataset, file.get())) {
+      raiseRefusal(function, "the file space has another rank than the chunked dataset");
+    }
     if (!hdf5::selectionFits(memory.get())) {
       raiseRefusal(function, "the memory selection leaves the extent");
     }

@@ -4,6 +4,7 @@
 #include <string>
 #include <tuple>
 
+#include "hdf5/type_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -29,7 +30,9 @@ template <Description Function, class Form>
 struct NamedIfFailed : Form {
   using Rule = NamesFailures<Function>;
 };
-#define SCALE(Function, Gives, ...) ROW(Function, NamedIfFailed<#Function, Gives>, __VA_ARGS__)
+#define SCALE_CALL(Name, Function, Gives, ...) \
+  CALL(Name, Function, NamedIfFailed<#Name, Gives>, __VA_ARGS__)
+#define SCALE(Function, ...) SCALE_CALL(Function, Function, __VA_ARGS__)
 
 /// An empty array stands for no name, which HDF5 says with a null pointer.
 struct NameOrNone {
@@ -65,7 +68,7 @@ constexpr Row kDimensionScaleFunctions[] = {
     //    name                gives         takes
     SCALE(H5DSattach_scale,   Nothing,      DatasetId, ScaleId, Axis),
     SCALE(H5DSdetach_scale,   Nothing,      DatasetId, ScaleId, Axis),
-    SCALE(H5DSget_label,      BufferedText, DatasetId, Axis, Buffer),
+    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel, BufferedText, DatasetId, Axis, Buffer),
     SCALE(H5DSget_num_scales, Number,       DatasetId, Axis),
     SCALE(H5DSget_scale_name, BufferedText, DatasetId, Buffer),
     SCALE(H5DSis_scale,       Number,       DatasetId),
@@ -79,6 +82,7 @@ constexpr Row kDimensionScaleFunctions[] = {
 };
 // clang-format on
 #undef SCALE
+#undef SCALE_CALL
 
 }  // namespace
 

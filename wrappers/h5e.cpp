@@ -38,10 +38,10 @@ void walk(Inputs ins, Results& /*outs*/) {
   const auto [direction, function] = take<Enum<H5E_direction_t>, Any>(ins);
   CallbackContext context(function);
   const hdf5::KeepErrorStack stack;
-  const herr_t status = H5Ewalk2(stack.id(), direction,
-                                 plainAdapter<msg::H5Ewalk1_Callback, NumberInput<unsigned>,
-                                              RecordInput<StackRecord, makeErrorRecord>>,
-                                 &context);
+  const herr_t status = hdf5::walkErrors(stack.id(), direction,
+                                         plainAdapter<msg::H5Ewalk1_Callback, NumberInput<unsigned>,
+                                                      RecordInput<StackRecord, makeErrorRecord>>,
+                                         &context);
   context.raiseParked();
   if (status < 0) raise<msg::erorStackCallbackFunctionFailed>();
 }

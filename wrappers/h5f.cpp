@@ -7,6 +7,8 @@
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
 #include "hdf5/file_name_pattern.hpp"
+#include "hdf5/file_shields.hpp"
+#include "hdf5/link_shields.hpp"
 #include "wrappers/cache_config.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -83,11 +85,11 @@ void getObjectIds(Inputs ins, Results& outs) {
   // A script's maximum may be anything; there are no more than HDF5 counts.
   const ssize_t open = checked(H5Fget_obj_count(file, kinds));
   const auto room = static_cast<std::size_t>(std::clamp<ssize_t>(wanted, 0, open));
-  std::vector<hid_t> ids(room);
+  std::vector<hid_t> ids(room + hdf5::kObjectIdsBeyond);
   // HDF5 reads a maximum of 0 as no limit: none wanted is not a question for it.
   const ssize_t count = room == 0 ? 0 : checked(H5Fget_obj_ids(file, kinds, room, ids.data()));
-  ids.resize(static_cast<std::size_t>(count));
-  outs.give(makeNumber(count));
+  ids.resize(std::min(static_cast<std::size_t>(count), room));
+  outs.give(makeNumber(ids.size()));
   outs.give(makeColumn(ids, identifierToHost));
 }
 
@@ -104,12 +106,12 @@ void requireName(const char* function, const char* name, hid_t accessList) {
 
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
   requireName("H5Fcreate", name, accessList);
-  return H5Fcreate(name, flags, creationList, accessList);
+  return hdf5::createFile(name, flags, creationList, accessList);
 }
 
 hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
   requireName("H5Fopen", name, accessList);
-  return H5Fopen(name, flags, accessList);
+  return hdf5::openFile(name, flags, accessList);
 }
 
 constexpr Row kFileFunctions[] = {
@@ -131,7 +133,7 @@ constexpr Row kFileFunctions[] = {
     ROW(H5Fget_obj_count,    Unchecked<Number>,                     FileId, ObjectKinds),
     OWN(H5Fget_obj_ids,      getObjectIds),
     ROW(H5Fis_hdf5,          Unchecked<Number>,                     FileName),
-    ROW(H5Fmount,            Nothing,                               FileId, MountPoint, ChildId,
+    CALL(H5Fmount, hdf5::mount, Nothing,                             FileId, MountPoint, ChildId,
                                                                     MountList),
     CALL(H5Fopen, openFile,  Identifier,                            FileName, OpenFlags,
                                                                     AccessList),

@@ -1,5 +1,6 @@
 // H5G: groups, and the first generation of links, objects and comments.
 #include "convert/record.hpp"
+#include "hdf5/link_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -105,7 +106,7 @@ constexpr Row kGroupFunctions[] = {
     //  name                   gives                           takes
     ROW(H5Gclose,              Nothing,                        GroupId),
     BY_COUNT(H5Gcreate,
-        Form<H5Gcreate1,       Identifier,                     LocationId, Name, SizeHint>,
+        Form<hdf5::createGroup, Identifier,                    LocationId, Name, SizeHint>,
         Form<H5Gcreate2,       Identifier,                     LocationId, Name, LinkList,
                                                                CreationList, AccessList>),
     ROW(H5Gget_comment,        BufferedText,                   LocationId, CommentParent,
@@ -115,15 +116,15 @@ constexpr Row kGroupFunctions[] = {
     ROW(H5Gget_num_objs,       Outputs<hsize_t>,               LocationId),
     ROW(H5Gget_objinfo,        Outputs<Record<kObjectStatus>>, LocationId, GroupName, FollowLink),
     ROW(H5Gget_objname_by_idx, Unchecked<BufferedText>,        LocationId, Size, Buffer),
-    ROW(H5Gget_objtype_by_idx, Unchecked<Number>,              LocationId, Size),
+    CALL(H5Gget_objtype_by_idx, hdf5::typeByIndex, Unchecked<Number>, LocationId, Size),
     // Gives what HDF5 answers, a failure included.
     ROW(H5Giterate,            Unchecked<Number>,              LocationId, GroupName, Start,
                                                                Function<callHost>),
-    ROW(H5Glink2,              Nothing,                        Id<"current location identifier">,
+    CALL(H5Glink2, hdf5::link, Nothing,                        Id<"current location identifier">,
                                                                Text<"name of existing object">,
                                                                Enum<H5G_link_t>, Destination,
                                                                Text<"new name for the object">),
-    ROW(H5Gmove2,              Nothing,                        LocationId,
+    CALL(H5Gmove2, hdf5::move, Nothing,                        LocationId,
                                                                Text<"name of source object">,
                                                                Destination,
                                                                Text<"name of destination object">),

@@ -1,4 +1,5 @@
 // H5I: identifiers.
+#include "convert/identifier_codec.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -7,6 +8,9 @@ namespace {
 
 using ObjectId = Id<"object identifier">;
 
+/// By 1.8's numbers on every release.
+std::int64_t typeOf(hid_t id) { return codec::typeToHost(H5Iget_type(id)); }
+
 constexpr Row kIdentifierFunctions[] = {
     // clang-format off
     //  name            gives                    takes
@@ -14,7 +18,7 @@ constexpr Row kIdentifierFunctions[] = {
     ROW(H5Iget_file_id, Identifier,              ObjectId),
     ROW(H5Iget_name,    Unchecked<BufferedText>, ObjectId, Buffer),
     ROW(H5Iget_ref,     Unchecked<Number>,       ObjectId),
-    ROW(H5Iget_type,    Number,                  ObjectId),
+    CALL(H5Iget_type, typeOf, Number,            ObjectId),
     ROW(H5Iinc_ref,     Unchecked<Number>,       ObjectId),
     ROW(H5Iis_valid,    YesNo,                   ObjectId),
 };  // clang-format on

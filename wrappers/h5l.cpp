@@ -1,5 +1,6 @@
 // H5L: links.
 #include "convert/record.hpp"
+#include "hdf5/link_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -114,7 +115,7 @@ struct FileOrGroup {
 /// Both identifiers come first, and with them their complaints.
 herr_t visitByName(hid_t location, hid_t accessList, const char* group, H5_index_t index,
                    H5_iter_order_t order, decltype(callHost) visit, void* data) {
-  return hdf5::visitLinksByName(location, group, index, order, visit, data, accessList);
+  return hdf5::visitLinksIn(location, group, index, order, visit, data, accessList);
 }
 
 using WithData = FunctionAndData<callHost>;
@@ -136,8 +137,8 @@ constexpr Row kLinkFunctions[] = {
     ROW(H5Ldelete,          Nothing,      LocationId, LinkName, AccessList),
     ROW(H5Lexists,          Number,       LocationId, Text<"location name">, AccessList),
     OWN(H5Lget_info,        getInfo),
-    ROW(H5Lget_name_by_idx, BufferedText, LocationId, ObjectName, Index, Order, Nth, Buffer,
-                                          AccessListId),
+    CALL(H5Lget_name_by_idx, hdf5::getLinkName, BufferedText, LocationId, ObjectName, Index,
+                                          Order, Nth, Buffer, AccessListId),
     OWN(H5Lget_val,         getValue),
     // Only the destination may be the same location.
     ROW(H5Lmove,            Nothing,      Id<"source location identifier">, SourceName,

@@ -38,7 +38,7 @@ void set(Inputs ins, Results& /*outs*/) {
   if (zbGetClass(bytes) != zbClass::UInt8 || zbGetNumberOfElements(bytes) != size) {
     raise<msg::badInputArgumentForH5Pset>(name, static_cast<std::int64_t>(size));
   }
-  checked(H5Pset(list, name.c_str(), zbGetData(bytes)));
+  checked(hdf5::setProperty(list, name.c_str(), zbGetData(bytes)));
 }
 
 // --- Iteration ------------------------------------------------------------------------

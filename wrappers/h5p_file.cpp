@@ -7,6 +7,7 @@
 
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/file_name_pattern.hpp"
+#include "hdf5/file_shields.hpp"
 #include "hdf5/handle.hpp"
 #include "wrappers/cache_config.hpp"
 #include "wrappers/row.hpp"
@@ -55,7 +56,7 @@ void requireLog(const char* path) {
 
 herr_t setLog(hid_t list, const char* path, unsigned flags, hsize_t size) {
   if (flags != 0) requireLog(path);
-  return H5Pset_fapl_log(list, path, flags, size);
+  return H5Pset_fapl_log(list, path, hdf5::withoutLogTables(flags), size);
 }
 
 // --- Multi and split drivers ------------------------------------------------------------
@@ -84,7 +85,7 @@ herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* ra
   for (const char* name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
   const hdf5::PropertyList access = defaultAccess();
   const auto orDefault = [&](hid_t given) { return given == H5P_DEFAULT ? access.get() : given; };
-  return H5Pset_fapl_split(list, metaName, orDefault(metaList), rawName, orDefault(rawList));
+  return hdf5::setSplit(list, metaName, orDefault(metaList), rawName, orDefault(rawList));
 }
 
 /// HDF5 looks only at the lists of members that the map uses, but copies them all. A
@@ -142,7 +143,7 @@ herr_t setMultiDefaults(hid_t list, hbool_t relax) {
   const hdf5::PropertyList access = defaultAccess();
   Members<hid_t> lists;
   lists.fill(access.get());
-  return checked(H5Pset_fapl_multi(list, nullptr, lists.data(), nullptr, nullptr, relax));
+  return checked(hdf5::setMultiLists(list, lists.data(), relax));
 }
 herr_t setMulti(hid_t list, hbool_t relax, const zbArray* maps, const zbArray* lists,
                 const zbArray* names, const zbArray* addresses) {
@@ -207,7 +208,7 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pset_alignment,             Nothing, List, Size, Size),
     ROW(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
     ROW(H5Pset_family_offset,         Nothing, List, Size),
-    ROW(H5Pset_fapl_core,             Nothing, List, Size, Truncated),
+    ROW(H5Pset_fapl_core,             Nothing, List, Size, Flag),
     ROW(H5Pset_fapl_family,           Nothing, List, Size, List),
     CALL(H5Pset_fapl_log, setLog,     Nothing, List, Text<"logfile">, LogFlags, Size),
     BY_COUNT(H5Pset_fapl_multi,

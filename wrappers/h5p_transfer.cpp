@@ -20,8 +20,9 @@ int verifiesChecksums(hid_t list) {
 
 using MemberLists = std::array<hid_t, H5FD_MEM_NTYPES>;
 
-void requireMemberLists(bool present, const char* function) {
-  if (!present) raiseRefusal(function, "the linked release of HDF5 no longer has this function");
+void requireMemberLists(const char* function) {
+  if (!hdf5::kMemberTransferLists)
+    raiseRefusal(function, "the linked release of HDF5 no longer has this function");
 }
 
 struct MemberListIds {
@@ -36,14 +37,14 @@ struct MemberListIds {
 };
 
 herr_t setMemberLists(hid_t list, const hid_t* members) {
-  requireMemberLists(hdf5::setMemberTransferLists != nullptr, "H5Pset_dxpl_multi");
+  requireMemberLists("H5Pset_dxpl_multi");
   return hdf5::setMemberTransferLists(list, members);
 }
 
 void getMemberLists(Inputs ins, Results& outs) {
   const auto [list] = take<List>(ins);
   MemberLists members{};
-  requireMemberLists(hdf5::getMemberTransferLists != nullptr, "H5Pget_dxpl_multi");
+  requireMemberLists("H5Pget_dxpl_multi");
   checked(hdf5::getMemberTransferLists(list, members.data()));
   outs.give(makeColumn(members, identifierToHost));
 }

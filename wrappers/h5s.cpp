@@ -202,7 +202,7 @@ constexpr Row kDataspaceFunctions[] = {
     OWN(H5Sselect_hyperslab,           selectHyperslab),
     ROW(H5Sselect_none,                Nothing,           SpaceId),
     ROW(H5Sselect_valid,               YesNo,             SpaceId),
-    ROW(H5Sset_extent_none,            ChangedExtent,     SpaceId),
+    CALL(H5Sset_extent_none, hdf5::setExtentNone, ChangedExtent, SpaceId),
     OWN(H5Sset_extent_simple,          setExtentSimple),
 };  // clang-format on
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "hdf5/type_shields.hpp"
 #include "host/numeric_class.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -46,6 +47,16 @@ struct SizeOrVariable {
     return H5T_VARIABLE;
   }
 };
+
+herr_t setOffset(hid_t type, size_t offset) {
+  return hdf5::changeTransient<H5Tset_offset>("H5Tset_offset", type, offset);
+}
+herr_t setPadding(hid_t type, H5T_pad_t low, H5T_pad_t high) {
+  return hdf5::changeTransient<H5Tset_pad>("H5Tset_pad", type, low, high);
+}
+herr_t setSign(hid_t type, H5T_sign_t sign) {
+  return hdf5::changeTransient<H5Tset_sign>("H5Tset_sign", type, sign);
+}
 
 /// Only the character sets of 1.8 are told; a failure is one of them.
 void getCharacterSet(Inputs ins, Results& outs) {
@@ -247,12 +258,12 @@ constexpr Row kDatatypeFunctions[] = {
     ROW(H5Tget_size,          Unless<0, Number>,       Type),
     ROW(H5Tget_super,         Identifier,              Type),
     ROW(H5Tis_variable_str,   Number,                  Type),
-    ROW(H5Tlock,              Nothing,                 Type),
+    CALL(H5Tlock, hdf5::lockType, Nothing,             Type),
     BY_COUNT(H5Topen,
         Form<H5Topen1,        Identifier,              LocationId, OpenedName>,
         Form<H5Topen2,        Identifier,              LocationId, OpenedName, AccessList>),
     ROW(H5Tpack,              Nothing,                 Type),
-    ROW(H5Tset_size,          Nothing,                 PlainId, SizeOrVariable),
+    CALL(H5Tset_size, hdf5::setTypeSize, Nothing,      PlainId, SizeOrVariable),
 
     // Atomic datatypes
     OWN(H5Tget_cset,          getCharacterSet),
@@ -267,15 +278,15 @@ constexpr Row kDatatypeFunctions[] = {
     ROW(H5Tget_norm,          Number,                  Type),
     ROW(H5Tset_norm,          Nothing,                 Type, Enum<H5T_norm_t>),
     ROW(H5Tget_offset,        Number,                  Type),
-    ROW(H5Tset_offset,        Nothing,                 Type, Unsigned),
+    CALL(H5Tset_offset, setOffset, Nothing,            Type, Unsigned),
     ROW(H5Tget_order,         Number,                  Type),
     ROW(H5Tset_order,         Nothing,                 Type, Enum<H5T_order_t>),
     ROW(H5Tget_pad,           Outputs<H5T_pad_t, H5T_pad_t>, Type),
-    ROW(H5Tset_pad,           Nothing,                 Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>),
+    CALL(H5Tset_pad, setPadding, Nothing,              Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>),
     ROW(H5Tget_precision,     Unless<0, Number>,       Type),
     ROW(H5Tset_precision,     Nothing,                 Type, StrictSize<"PREC">),
     ROW(H5Tget_sign,          Number,                  Type),
-    ROW(H5Tset_sign,          Nothing,                 Type, Enum<H5T_sign_t>),
+    CALL(H5Tset_sign, setSign, Nothing,                Type, Enum<H5T_sign_t>),
     ROW(H5Tget_strpad,        Number,                  Type),
     ROW(H5Tset_strpad,        Nothing,                 Type, Enum<H5T_str_t>),
 

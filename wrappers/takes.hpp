@@ -23,9 +23,7 @@ namespace h5gate {
 template <std::size_t N>
 struct Description {
   char text[N];
-  consteval Description(const char (&words)[N]) {  // NOLINT(google-explicit-constructor)
-    std::copy_n(words, N, text);
-  }
+  consteval Description(const char (&words)[N]) { std::copy_n(words, N, text); }
 };
 
 // --- Identifiers ----------------------------------------------------------------------
@@ -98,6 +96,10 @@ struct StrictSize {
 /// 32 bits cut out of whatever the number is, and 64 bits modulo 2^64.
 struct Truncated {
   static int from(const zbArray* array) { return truncateToInt32(zbGetScalar(array)); }
+};
+/// Yes but for 0: a truth value has 32 bits in 1.8, and would come back as it was given.
+struct Flag {
+  static hbool_t from(const zbArray* array) { return Truncated::from(array) != 0; }
 };
 struct WrappedSize {
   static hsize_t from(const zbArray* array) { return wrapToSize(zbGetScalar(array)); }

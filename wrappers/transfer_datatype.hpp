@@ -2,6 +2,7 @@
 #pragma once
 
 #include "convert/failure.hpp"
+#include "convert/identifier_codec.hpp"
 #include "convert/identifiers.hpp"
 #include "hdf5/handle.hpp"
 #include "host/array.hpp"
@@ -15,7 +16,7 @@ hdf5::Type fileDatatypeOf(hid_t location) {
   const H5I_type_t type = H5Iget_type(location);
   if (type == H5I_DATASET) return hdf5::Type(checked(H5Dget_type(location)));
   if (type == H5I_ATTR) return hdf5::Type(checked(H5Aget_type(location)));
-  raise<Message>(type);
+  raise<Message>(codec::typeToHost(type));
 }
 
 /// A memory datatype, closed at the end when it was made for the transfer.

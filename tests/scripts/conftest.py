@@ -52,8 +52,14 @@ class OpenIds:
         function.restype = self._hid
         return function(*map(self._hid, arguments))
 
-    def _global(self, name):
-        return self._hid.in_dll(self._hdf5, name).value
+    def _global(self, *names):
+        """A variable of the library, by whichever of its names this release has."""
+        for name in names:
+            try:
+                return self._hid.in_dll(self._hdf5, name).value
+            except ValueError:
+                continue
+        raise RuntimeError(f"HDF5 has none of {names}")
 
     def _scan(self, kind, fresh, close):
         """Looks at all identifiers of the fresh one's type."""
@@ -62,7 +68,9 @@ class OpenIds:
         newest = fresh - base
         valid = self._hdf5.H5Iis_valid
         valid.argtypes = [self._hid]
-        candidates = self._alive.get(kind, set()) | set(range(self._seen.get(kind, 0), newest))
+        # 1.8 gives serials out anew once no identifier of the kind is open.
+        first = 0 if self._serial_bits == 24 else self._seen.get(kind, 0)
+        candidates = self._alive.get(kind, set()) | set(range(first, newest))
         self._alive[kind] = {serial for serial in candidates if valid(base + serial) > 0}
         self._seen[kind] = newest
 
@@ -73,7 +81,8 @@ class OpenIds:
         self._hdf5.H5Fget_obj_count.argtypes = [self._hid, ctypes.c_uint]
         for kind, flag in self._FILE_BOUND.items():
             counts[kind] = self._hdf5.H5Fget_obj_count(everywhere, flag)
-        plist = self._call("H5Pcreate", self._global("H5P_CLS_DATASET_CREATE_ID_g"))
+        list_class = self._global("H5P_CLS_DATASET_CREATE_ID_g", "H5P_CLS_DATASET_CREATE_g")
+        plist = self._call("H5Pcreate", list_class)
         self._scan("property list class", self._call("H5Pget_class", plist), "H5Pclose_class")
         self._scan("property list", plist, "H5Pclose")
         self._scan("dataspace", self._call("H5Screate", 0), "H5Sclose")

@@ -15,6 +15,9 @@ from zembra import LibraryError, h5
 
 # Files of several parts, opened through their drivers: see test_properties.py.
 IN_PARTS = ("family_", "tsplit_")
+# Since 1.14.4 HDF5 takes some sound numbers for signs of corruption. The gateway tells it
+# not to, h5py does not, and whoever opens a file first decides for both.
+STRICT = ("tfilters.h5",) if h5.H5get_libversion() >= (1, 14, 4) else ()
 
 
 def datasets_of(file):
@@ -292,7 +295,7 @@ def test_zembra_reads_back_what_was_written(written):
         ("enumeration", ['"BLUE"             -2;', "(0): RED, BLUE, GREEN"]),
         ("opaque", ['OPAQUE_TAG "five bytes";', "30:31:32:33:34, 35:36:37:38:39"]),
         ("bit field", ["H5T_STD_B16BE"]),
-        ("sequence", ["H5T_VLEN { H5T_STD_I32LE}", "(0): (1, 2, 3), (), (4)"]),
+        ("sequence", ["H5T_VLEN { H5T_STD_I32LE", "(0): (1, 2, 3), (), (4)"]),
         ("object references", ["DATASET"]),
         ("empty", ["DATASPACE  SIMPLE { ( 0, 3 ) / ( 0, 3 ) }"]),
         ("null", ["DATASPACE  NULL"]),

@@ -9,6 +9,7 @@ import numpy as np
 import pytest
 
 import zembra
+from test_data import STRICT
 from zembra import h5
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -75,7 +76,8 @@ def files():
     yield pytest.param(None, id="hierarchy")
     for path, (good, _) in OPENABLE.items():
         if good:
-            yield pytest.param(path, id=path.name)
+            strict = pytest.mark.skip("h5py opens it too strictly on this HDF5")
+            yield pytest.param(path, id=path.name, marks=strict if path.name in STRICT else ())
     if not OPENABLE:
         reason = f"no sample files in {SAMPLES}; H5GATE_SHARED_DATA names another folder"
         yield pytest.param(None, marks=pytest.mark.skip(reason), id="samples")
@@ -198,13 +200,22 @@ def test_iterations_find_it_in_the_order_of_creation(hierarchy):
     assert ours[:2] == ["zeta", "zeta/inner"]
 
 
+def member_type(root, name):
+    """Of the link itself: HDF5's own answer follows soft links since 1.12."""
+    name = name.encode("utf-8", "surrogateescape")
+    link = root.links.get_info(name).type
+    if link != h5py.h5l.TYPE_HARD:
+        return h5py.h5g.LINK if link == h5py.h5l.TYPE_SOFT else 4  # H5G_UDLINK
+    return h5py.h5g.get_objinfo(root, name).type
+
+
 def test_members_are_found_one_by_one(file):
     root, names = file.their_root, []
     for position in range(int(h5.H5Gget_num_objs(file.ours))):
         name = h5.H5Gget_objname_by_idx(file.ours, position)
         assert name == text(root.get_objname_by_idx(position))
         assert name == h5.H5Lget_name_by_idx(file.ours, "/", *BY_NAME, position, DEFAULT)
-        assert h5.H5Gget_objtype_by_idx(file.ours, position) == root.get_objtype_by_idx(position)
+        assert h5.H5Gget_objtype_by_idx(file.ours, position) == member_type(root, name)
         names.append(name)
     called = []
     assert h5.H5Giterate(file.ours, "/", 0, lambda group, name: called.append(name)) == 0

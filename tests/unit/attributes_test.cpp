@@ -29,13 +29,14 @@ const std::string kLinkList = "link access property list identifier";
 class Attributes : public testing::Test {
  protected:
   [[nodiscard]] Owned create(const char* name, const Argument& type = "H5T_STD_I32LE") const {
-    const Owned space = scalarSpace();
+    return createIn(scalarSpace(), name, type);
+  }
+  [[nodiscard]] Owned createIn(const Owned& space, const char* name, const Argument& type) const {
     return make("H5Acreate", file, name, type.array, space, kDefault);
   }
   [[nodiscard]] Owned createSimple(const char* name, const Argument& type,
                                    std::initializer_list<double> dims) const {
-    const Owned space = makeSpace(dims);
-    return make("H5Acreate", file, name, type.array, space, kDefault);
+    return createIn(makeSpace(dims), name, type);
   }
   [[nodiscard]] static Value read(const Owned& attribute) {
     return result("H5Aread", attribute, kChosen);
@@ -103,7 +104,11 @@ TEST_F(Attributes, AreDeletedByName) {
   EXPECT_EQ(call("H5Adelete", file, "a").size(), 0U);
   EXPECT_EQ(callNumber("H5Aget_num_attrs", root), 0);
   expectLibraryError("H5Adelete", file, "a");
-  expectLibraryError("H5Aget_num_attrs", file);
+  if (hdf5::kSince112) {
+    EXPECT_EQ(callNumber("H5Aget_num_attrs", file), 0);
+  } else {
+    expectLibraryError("H5Aget_num_attrs", file);
+  }
   expectLibraryError("H5Aget_num_attrs", kNoIdentifier);
 }
 
@@ -323,12 +328,12 @@ TEST_F(Attributes, WithoutPointsGiveAnEmptyArrayOfTheirClass) {
   };
   for (const Case& c :
        {Case{"H5T_STD_I16LE", zbClass::Int16}, {"H5T_IEEE_F64BE", zbClass::Double}}) {
-    const Owned attribute = createSimple(c.type, c.type, {0, 3});
+    const Owned attribute = createIn(emptySpace(), c.type, c.type);
     const Value back = read(attribute);
     EXPECT_EQ(classOf(back), c.expected);
     EXPECT_EQ(shapeOf(back), (Shape{0, 0}));
   }
-  const Owned texts = createSimple("texts", variableText(), {0});
+  const Owned texts = createIn(emptySpace(), "texts", variableText());
   EXPECT_EQ(classOf(read(texts)), zbClass::Cell);
   EXPECT_EQ(shapeOf(read(texts)), (Shape{0, 0}));
 }

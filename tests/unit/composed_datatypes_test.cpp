@@ -95,7 +95,7 @@ TEST(Sequences, AreOfNumbersAndStrings) {
 }
 
 TEST(Sequences, AreOfNothingElse) {
-  for (const std::size_t size : {2, 10}) {
+  for (const std::size_t size : {2U, 10U}) {
     const Owned text = fixedText(size);
     expectRaises("badVlstringSuperTypeCreate", {}, "H5Tvlen_create", text);
   }
@@ -185,6 +185,16 @@ TEST(OpaqueDatatypes, HaveTags) {
   expectLibraryError("H5Tset_tag", type, std::string(256, 'x'));
   expectLibraryError("H5Tset_tag", "H5T_NATIVE_INT", "x");
   expectLibraryError("H5Tget_tag", "H5T_NATIVE_INT");
+}
+
+TEST(Compounds, WithoutMembersChangeTheirSizeSince110) {
+  const Owned type = make("H5Tcreate", "H5T_COMPOUND", 24);
+  if (hdf5::kSince110) {
+    call("H5Tset_size", type, 8);
+    EXPECT_EQ(callNumber("H5Tget_size", type), 8);
+  } else {
+    expectLibraryError("H5Tset_size", type, 8);
+  }
 }
 
 }  // namespace

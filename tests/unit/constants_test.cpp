@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <map>
 #include <string>
@@ -396,7 +397,9 @@ TEST(Constants, NameFileDrivers) {
   // Member lists of our own: HDF5 never closes those that it makes for H5P_DEFAULT.
   const hdf5::PropertyList member(H5Pcreate(H5P_FILE_ACCESS));
   EXPECT_EQ(identifier("H5FD_MULTI"), driver([&](hid_t id) {
-              return H5Pset_fapl_split(id, "-m", member.get(), "-r", member.get());
+              std::array<hid_t, H5FD_MEM_NTYPES> members{};
+              members.fill(member.get());
+              return H5Pset_fapl_multi(id, nullptr, members.data(), nullptr, nullptr, true);
             }));
 }
 

@@ -12,8 +12,8 @@ namespace h5test {
 /// A datatype of HDF5's or of a test's own.
 class AnyType {
  public:
-  AnyType(hid_t id) : id_(id) {}                   // NOLINT(google-explicit-constructor)
-  AnyType(const Owned& type) : id_(type.get()) {}  // NOLINT(google-explicit-constructor)
+  AnyType(hid_t id) : id_(id) {}
+  AnyType(const Owned& type) : id_(type.get()) {}
   [[nodiscard]] hid_t get() const { return id_; }
 
  private:

@@ -256,6 +256,22 @@ TEST(Datatypes, AreCommittedAndOpened) {
   expectLibraryError("H5Topen", file, "long", 0);
 }
 
+TEST(Datatypes, StayAsTheyAreCommitted) {
+  const MemoryFile file;
+  const Owned type = make("H5Tcopy", "H5T_STD_I16BE");
+  call("H5Tcommit", file, "short", type);
+  const auto refuses = [&](const char* name, const Argument& value) {
+    expectLibraryError(name, type, value.array);
+  };
+  refuses("H5Tset_size", 4);
+  refuses("H5Tset_precision", 8);
+  refuses("H5Tset_offset", 1);
+  refuses("H5Tset_order", "H5T_ORDER_LE");
+  refuses("H5Tset_sign", "H5T_SGN_NONE");
+  expectLibraryError("H5Tset_pad", type, "H5T_PAD_ONE", "H5T_PAD_ONE");
+  EXPECT_EQ(callNumber("H5Tequal", type, "H5T_STD_I16BE"), 1);
+}
+
 TEST(Datatypes, AreCommittedWithLists) {
   const MemoryFile file;
   const Owned type = make("H5Tcopy", "H5T_STD_I16BE");

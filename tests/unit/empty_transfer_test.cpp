@@ -51,8 +51,7 @@ TEST(EmptyTransfer, GivesAnEmptyArrayOfTheClass) {
   const MemoryFile file;
   int count = 0;
   for (const auto& [type, expected] : emptyCases()) {
-    for (const Owned& space :
-         {makeSpace({0}), makeSpace({3, 0}), makeSpace({0, 4, 2}), nullSpace()}) {
+    for (const Owned& space : emptySpaces()) {
       const Owned dataset = makeDataset(file, std::to_string(++count), type, space);
       const Value data = readAll(dataset);
       EXPECT_EQ(shapeOf(data), (Shape{0, 0})) << zembra::describe(data.get());
@@ -74,13 +73,13 @@ TEST(EmptyTransfer, DependsOnTheExtentAndNotOnTheSelection) {
 
 TEST(EmptyTransfer, NeedsAsManyPointsInMemoryAsInTheFile) {
   const MemoryFile file;
-  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", makeSpace({0}));
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", emptySpace());
   expectLibraryError("H5Dread", dataset, kChosen, makeSpace({3}), kAll, kDefault);
 }
 
 TEST(EmptyTransfer, WritesNothingIntoNothing) {
   const MemoryFile file;
-  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", makeSpace({0}));
+  const Owned dataset = makeDataset(file, "data", "H5T_NATIVE_INT", emptySpace());
   writeAll(dataset, empty());
   EXPECT_EQ(classOf(readAll(dataset)), zbClass::Int32);
 }

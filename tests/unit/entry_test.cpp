@@ -146,7 +146,8 @@ std::string libraryPath() {
 }
 
 std::string outputOf(const std::string& command) {
-  const std::unique_ptr<FILE, decltype(&pclose)> pipe(popen(command.c_str(), "r"), pclose);
+  const auto close = [](FILE* open) { pclose(open); };
+  const std::unique_ptr<FILE, decltype(close)> pipe(popen(command.c_str(), "r"), close);
   std::string output;
   std::array<char, 256> part{};
   while (pipe && std::fgets(part.data(), part.size(), pipe.get()) != nullptr) {

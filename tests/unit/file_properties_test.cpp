@@ -363,7 +363,7 @@ TEST(MultiProperties, KeepTheirTables) {
                    kAddresses, false)
                   .empty());
   const Multi multi = getMulti(list);
-  for (const int i : {0, 1, 2, 3}) EXPECT_EQ(shapeOf(multi.results[i]), Shape({7, 1}));
+  for (const std::size_t i : {0U, 1U, 2U, 3U}) EXPECT_EQ(shapeOf(multi.results[i]), Shape({7, 1}));
   EXPECT_EQ(numbersOf(multi.results[0]), numbersOf(kMap));
   EXPECT_EQ(classOf(multi.results[1]), zbClass::Double);
   for (std::size_t i = 0; i < 7; ++i) {

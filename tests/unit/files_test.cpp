@@ -423,4 +423,12 @@ TEST(Mounting, TakesAListOfItsClass) {
   expectLibraryError("H5Fmount", parent, "point", parent, kDefault);
 }
 
+TEST(Mounting, TakesGroupsOnly) {
+  const MemoryFile parent, child;
+  makeDataset(parent, "data");
+  makeSoftLink(parent, "data", "soft");
+  expectLibraryError("H5Fmount", parent, "data", child, kDefault);
+  expectLibraryError("H5Fmount", parent, "soft", child, kDefault);
+}
+
 }  // namespace

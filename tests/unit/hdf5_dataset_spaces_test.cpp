@@ -67,8 +67,9 @@ TEST_F(Hdf5DatasetTest, WrongCountsAreNamedBeforeMemoryIsAskedFor) {
 }
 
 TEST_F(Hdf5DatasetTest, SelectionsOfMoreThanTheExtentAreRefused) {
-  const Owned space = makeSpace({5});
-  H5Sset_extent_none(space.get());
+  const Owned space = partOf(5, 0, 5);
+  const hsize_t shorter = 3;
+  H5Sset_extent_simple(space.get(), 1, &shorter, nullptr);
   ASSERT_EQ(H5Sget_select_npoints(space.get()), 5);
   refusal("staleSelection", [&] { HDF5Dataset(H5T_NATIVE_INT, space.get()).getBuffer(); });
   refusal("staleSelection", [&] { HDF5Dataset(H5T_NATIVE_INT, space.get()).write(empty().get()); });
@@ -87,7 +88,7 @@ TEST_F(Hdf5DatasetTest, EmptyExtentsGiveEmptyArraysOfTheClass) {
                         {arrayOf(H5T_NATIVE_DOUBLE, {2}), zbClass::Double},
                         {copyOf(H5T_STD_REF_OBJ), zbClass::UInt8}};
   for (const auto& [type, expected] : cases) {
-    for (const Owned& space : {makeSpace({0}), makeSpace({3, 0}), nullSpace()}) {
+    for (const Owned& space : emptySpaces()) {
       const Owned dataset = create(type, space);
       const Value back = read(dataset, memoryType(type), space);
       EXPECT_EQ(classOf(back), expected);
@@ -97,9 +98,11 @@ TEST_F(Hdf5DatasetTest, EmptyExtentsGiveEmptyArraysOfTheClass) {
       EXPECT_NE(transfer.write(empty().get()), nullptr);
     }
   }
-  const Owned flat = makeSpace({3, 0});
-  const Value shaped = read(create(H5T_NATIVE_INT, flat), H5T_NATIVE_INT, flat);
-  EXPECT_EQ(shapeOf(shaped), (Shape{0, 3}));
+  if (hdf5::kSince187) {
+    const Owned flat = makeSpace({3, 0});
+    const Value shaped = read(create(H5T_NATIVE_INT, flat), H5T_NATIVE_INT, flat);
+    EXPECT_EQ(shapeOf(shaped), (Shape{0, 3}));
+  }
   writeRefusal("sizeMismatch", copyOf(H5T_NATIVE_INT), nullSpace(), column<std::int32_t>({1}));
 }
 

@@ -101,7 +101,8 @@ TEST_F(Ownership, OfOneArrayCanBeShared) {
   Value second = first;
   first = Value();
   EXPECT_EQ(Tracked::alive, 1);
-  second = second;  // NOLINT: to itself
+  const Value& same = second;
+  second = same;
   EXPECT_EQ(Tracked::alive, 1);
   Value third = std::move(second);
   EXPECT_EQ(third.get()->references, 1U);

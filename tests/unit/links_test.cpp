@@ -181,6 +181,13 @@ TEST(Links, KnowTheirPlaceWhereItIsTracked) {
   expectLibraryError("H5Lget_name_by_idx", group, ".", 0, 0, 3, kDefault);
 }
 
+TEST(Links, BelongToGroupsOnly) {
+  const MemoryFile file;
+  makeDataset(file, "data");
+  expectLibraryError("H5Lget_name_by_idx", file, "data", 0, 0, 0, kDefault);
+  expectLibraryError("H5Lget_name_by_idx", file, "absent", 0, 0, 0, kDefault);
+}
+
 TEST(Links, HaveNamesOfAnyLength) {
   const MemoryFile file;
   const std::string name(3000, 'n');

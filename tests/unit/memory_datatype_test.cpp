@@ -309,7 +309,7 @@ TEST(ChosenDatatype, PassesTheCheck) {
   const MemoryFile file;
   int count = 0;
   for (const auto& [typeClass, type] : oneOfEachClass()) {
-    const Owned dataset = makeDataset(file, std::to_string(++count), type, makeSpace({0}));
+    const Owned dataset = makeDataset(file, std::to_string(++count), type, emptySpace());
     const Owned memoryType = make("H5ZBget_mem_datatype", dataset);
     EXPECT_EQ(call("H5Dread", dataset, memoryType, kAll, kAll, kDefault).size(), 1U) << typeClass;
   }

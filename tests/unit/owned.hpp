@@ -36,7 +36,7 @@ class Owned {
   }
   [[nodiscard]] hid_t get() const { return id_; }
   [[nodiscard]] double id() const { return h5gate::identifierToHost(id_); }
-  operator Argument() const { return {id()}; }  // NOLINT(google-explicit-constructor)
+  operator Argument() const { return {id()}; }
 
  private:
   hid_t id_;

@@ -1,6 +1,7 @@
 // Doubles that are stored in a dataset of a file and read back.
 #pragma once
 
+#include <cmath>
 #include <string>
 
 #include "tests/unit/objects.hpp"
@@ -10,7 +11,7 @@ namespace h5test {
 /// Numbers that follow one another smoothly, so that there is something to compress.
 inline Numbers ramp(std::size_t count) {
   Numbers values(count);
-  for (std::size_t i = 0; i < count; ++i) values[i] = static_cast<double>(i / 4);
+  for (std::size_t i = 0; i < count; ++i) values[i] = std::floor(static_cast<double>(i) / 4);
   return values;
 }
 

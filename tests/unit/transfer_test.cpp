@@ -279,6 +279,16 @@ TEST_F(Transfer, StaysInsideOfItsSpaces) {
   EXPECT_EQ(numbersOf(readAll(dataset)), kContent);
 }
 
+/// HDF5 would look for such a selection among the chunks for ever.
+TEST_F(Transfer, OfChunksNeedsAFileSpaceOfTheirRank) {
+  const Owned chunks =
+      makeDataset(file, "chunks", "H5T_NATIVE_INT", makeSpace({2, 3}), chunked({2, 2}));
+  writeAll(chunks, row({1, 2, 3, 4, 5, 6}));
+  expectRefusedSpaces(chunks, kAll, scalarSpace(), number(1));
+  expectRefusedSpaces(chunks, makeSpace({6}), makeSpace({6}), row({6, 5, 4, 3, 2, 1}));
+  EXPECT_EQ(numbersOf(readAll(chunks)), (Numbers{1, 2, 3, 4, 5, 6}));
+}
+
 TEST_F(Transfer, WithANullMemorySpaceWritesNothing) {
   const Owned null = nullSpace();
   writeTo(dataset, null, kAll, empty());

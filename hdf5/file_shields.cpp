@@ -1,0 +1,91 @@
+#include "hdf5/file_shields.hpp"
+
+#include <array>
+#include <string>
+
+#include "hdf5/handle.hpp"
+
+namespace hdf5 {
+namespace {
+
+template <class Value>
+using Members = std::array<Value, H5FD_MEM_NTYPES>;
+
+/// The access list to open a file with. What went wrong with the file stays to be told.
+class Trusting {
+ public:
+  explicit Trusting(hid_t accessList) : list_(accessList) {
+    if constexpr (!kSince1144) return;
+    // A list of another class is HDF5's to refuse.
+    if (accessList != H5P_DEFAULT && H5Pisa_class(accessList, H5P_FILE_ACCESS) <= 0) return;
+    own_ =
+        PropertyList(accessList == H5P_DEFAULT ? H5Pcreate(H5P_FILE_ACCESS) : H5Pcopy(accessList));
+    if (trustUnusualNumbers(own_.get()) >= 0) list_ = own_.get();
+  }
+  ~Trusting() {
+    if (!own_.valid()) return;
+    const KeepErrorStack keep;
+    own_.close();
+  }
+  Trusting(const Trusting&) = delete;
+  Trusting& operator=(const Trusting&) = delete;
+  [[nodiscard]] hid_t get() const { return list_; }
+
+ private:
+  hid_t list_;
+  PropertyList own_;
+};
+
+/// What the split driver calls its member: the file's name stands before the member's.
+std::string ofFile(const char* memberName) {
+  const std::string name = memberName;
+  return name.find("%s") == std::string::npos ? "%s" + name : name;
+}
+
+}  // namespace
+
+hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
+  return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
+}
+
+hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
+  return H5Fopen(name, flags, Trusting(accessList).get());
+}
+
+herr_t setMultiLists(hid_t list, const hid_t* members, hbool_t relax) {
+  Members<haddr_t> addresses{};
+  for (std::size_t i = 2; i < addresses.size(); ++i) {
+    addresses[i] = (i - 1) * (HADDR_MAX / addresses.size());
+  }
+  return H5Pset_fapl_multi(list, nullptr, members, nullptr, addresses.data(), relax);
+}
+
+herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* rawName,
+                hid_t rawList) {
+  if constexpr (!kSince112) return H5Pset_fapl_split(list, metaName, metaList, rawName, rawList);
+  // The same of the multi driver.
+  const std::string metaFile = ofFile(metaName);
+  const std::string rawFile = ofFile(rawName);
+  Members<H5FD_mem_t> map{};
+  Members<hid_t> lists{};
+  Members<haddr_t> addresses{};
+  Members<const char*> names{};
+  map.fill(H5FD_MEM_SUPER);
+  map[H5FD_MEM_DRAW] = H5FD_MEM_DRAW;
+  lists.fill(H5I_INVALID_HID);
+  addresses.fill(HADDR_UNDEF);
+  lists[H5FD_MEM_SUPER] = metaList;
+  addresses[H5FD_MEM_SUPER] = 0;
+  names[H5FD_MEM_SUPER] = metaFile.c_str();
+  lists[H5FD_MEM_DRAW] = rawList;
+  addresses[H5FD_MEM_DRAW] = HADDR_MAX / 2;
+  names[H5FD_MEM_DRAW] = rawFile.c_str();
+  return H5Pset_fapl_multi(list, map.data(), lists.data(), names.data(), addresses.data(), true);
+}
+
+unsigned withoutLogTables(unsigned flags) {
+  constexpr unsigned kTables = H5FD_LOG_FILE_READ | H5FD_LOG_FILE_WRITE | H5FD_LOG_FLAVOR;
+  return flags & ~kTables;
+}
+
+}  // namespace hdf5

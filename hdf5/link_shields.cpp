@@ -1,0 +1,81 @@
+#include "hdf5/link_shields.hpp"
+
+#include <cstdint>
+#include <limits>
+
+#include "hdf5/handle.hpp"
+
+namespace hdf5 {
+namespace {
+
+using Object = Handle<H5Oclose>;
+
+/// Fails with a record where the name leads to something else.
+bool leadsToGroup(const char* function, hid_t location, const char* name, hid_t accessList) {
+  Object object(H5Oopen(location, name, accessList));
+  if (!object.valid()) return false;
+  const bool group = H5Iget_type(object.get()) == H5I_GROUP;
+  object.close();
+  if (!group) refuse(function, "the name does not lead to a group");
+  return group;
+}
+
+hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? other : location; }
+
+}  // namespace
+
+herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
+                    VisitLink visit, void* data, hid_t accessList) {
+  if constexpr (kSince110) {
+    return visitLinksByName(location, name, index, order, visit, data, accessList);
+  }
+  Object group(H5Oopen(location, name, accessList));
+  if (!group.valid()) return -1;
+  const herr_t status = visitLinks(group.get(), index, order, visit, data);
+  const KeepErrorStack keep;
+  group.close();
+  return status;
+}
+
+ssize_t getLinkName(hid_t location, const char* group, H5_index_t index, H5_iter_order_t order,
+                    hsize_t position, char* name, size_t size, hid_t accessList) {
+  if (!kSince110 && !leadsToGroup("H5Lget_name_by_idx", location, group, accessList)) return -1;
+  return H5Lget_name_by_idx(location, group, index, order, position, name, size, accessList);
+}
+
+herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation,
+            const char* newName) {
+  return H5Glink2(orSame(location, newLocation), name, type, orSame(newLocation, location),
+                  newName);
+}
+
+herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName) {
+  return H5Gmove2(orSame(location, newLocation), name, orSame(newLocation, location), newName);
+}
+
+hid_t createGroup(hid_t location, const char* name, size_t sizeHint) {
+  if (!kSince110 && sizeHint > std::numeric_limits<std::uint32_t>::max()) {
+    return refuse("H5Gcreate1", "the size hint has more than 32 bits");
+  }
+  return H5Gcreate1(location, name, sizeHint);
+}
+
+H5G_obj_t typeByIndex(hid_t location, hsize_t position) {
+  if constexpr (kSince112) {
+    LinkInfo info{};
+    if (getLinkInfoByIndex(location, ".", H5_INDEX_NAME, H5_ITER_INC, position, &info,
+                           H5P_DEFAULT) < 0) {
+      return H5G_UNKNOWN;
+    }
+    if (info.type == H5L_TYPE_SOFT) return H5G_LINK;
+    if (info.type != H5L_TYPE_HARD) return H5G_UDLINK;
+  }
+  return H5Gget_objtype_by_idx(location, position);
+}
+
+herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList) {
+  if (!kSince110 && !leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
+  return H5Fmount(location, name, child, mountList);
+}
+
+}  // namespace hdf5
