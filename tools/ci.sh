@@ -1,0 +1,42 @@
+#!/bin/bash
+# All that is checked before a change is taken, in the order in which failures are likely:
+# two cores need less than an hour and a half. The first step that fails ends the run, and
+# the last line says which it was.
+#   tools/ci.sh             all steps
+#   tools/ci.sh lint fuzz   some of them
+set -u
+cd "$(dirname "$0")/.." || exit 1
+
+step_test() { make test CMAKE_ARGS=-DCMAKE_COMPILE_WARNING_AS_ERROR=ON; }
+step_lint() { make lint; }
+step_sanitize() { make sanitize; }
+step_fuzz() { make fuzz; }
+step_releases() { make test-releases; }
+step_packages() { make deb && tools/test_packages.sh; }
+
+steps=("$@")
+[ $# -gt 0 ] || steps=(test lint sanitize fuzz releases packages)
+for step in "${steps[@]}"; do
+  if ! declare -F "step_$step" > /dev/null; then
+    echo "There is no step '$step'"
+    exit 1
+  fi
+done
+
+took() {
+  printf '%d min %02d s' $((SECONDS / 60)) $((SECONDS % 60))
+}
+
+summary=()
+for step in "${steps[@]}"; do
+  echo "=== $step"
+  SECONDS=0
+  "step_$step" && result=passed || result=FAILED
+  summary+=("$(printf '%-10s %s after %s' "$step" "$result" "$(took)")")
+  echo "=== ${summary[-1]}"
+  [ "$result" = passed ] || break
+done
+
+echo
+printf '%s\n' "${summary[@]}"
+[ "$result" = passed ]
