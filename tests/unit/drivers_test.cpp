@@ -229,7 +229,8 @@ TEST(MultiDriver, MissesNoMemberUnlessItIsRelaxed) {
 /// What one flag makes the log say, and no other flag does.
 struct LogFlag {
   const char* name = nullptr;
-  const char* words = nullptr;      // nothing where HDF5 would need a table of every byte, see LogTables
+  const char* words =
+      nullptr;            // nothing where HDF5 would need a table of every byte, see LogTables
   bool since187 = false;  // 1.8.6 takes the flag and logs nothing
   [[nodiscard]] bool logs() const { return *words != '\0' && (hdf5::kSince187 || !since187); }
   [[nodiscard]] bool isIn(const std::string& log) const {
