@@ -13,11 +13,12 @@ reports=$folder/reports
 rm -rf "$reports"
 mkdir -p "$reports/unit" "$reports/python"
 
-cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@"
+cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DH5GATE_TESTS=ON \
+  -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "$@"
 cmake --build "$folder"
 
 failed=0
-GTEST_OUTPUT=xml:$reports/unit/ ctest --test-dir "$folder" --output-on-failure || failed=1
+GTEST_OUTPUT=xml:$reports/unit/ ctest --test-dir "$folder" --no-tests=error --output-on-failure || failed=1
 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$folder/python${PYTHONPATH:+:$PYTHONPATH} \
   /usr/bin/python3 -m pytest -p no:cacheprovider --junitxml="$reports/python/scripts.xml" \
   tests/scripts || failed=1
