@@ -109,7 +109,7 @@ def our_enumeration(datatype):
             swapped = h5.H5Tget_order(datatype) == h5t.ORDER_BE
             assert (stored.byteswap() if swapped else stored) == value
         assert h5.H5Tget_member_index(datatype, name) == index
-        members[name] = int(value)
+        members[name] = np.asarray(value).item()
     return {"base": our_inner(datatype), "members": members}
 
 
