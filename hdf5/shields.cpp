@@ -58,8 +58,12 @@ bool rankSuits(hid_t dataset, hid_t fileSpace) {
 
 herr_t setExtentNone(hid_t space) {
   if constexpr (!kSince110) {
-    const Space null(H5Screate(H5S_NULL));
-    if (H5Sextent_copy(space, null.get()) < 0) return -1;
+    Space null(H5Screate(H5S_NULL));
+    if (H5Sextent_copy(space, null.get()) < 0) {
+      const KeepErrorStack keep;
+      null.close();
+      return -1;
+    }
   }
   return H5Sset_extent_none(space);
 }
@@ -90,6 +94,8 @@ std::optional<Space> pointsInRankOf(hid_t fileSpace, hid_t memorySpace) {
   const std::vector<hsize_t> places = inMoreDimensions(points, low, high, start);
   if (H5Sselect_elements(wider.get(), H5S_SELECT_SET, static_cast<std::size_t>(count),
                          places.data()) < 0) {
+    const KeepErrorStack keep;
+    wider.close();
     return std::nullopt;
   }
   return wider;

@@ -85,7 +85,7 @@ herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* ra
   for (const char* name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
   const hdf5::PropertyList access = defaultAccess();
   const auto orDefault = [&](hid_t given) { return given == H5P_DEFAULT ? access.get() : given; };
-  return hdf5::setSplit(list, metaName, orDefault(metaList), rawName, orDefault(rawList));
+  return checked(hdf5::setSplit(list, metaName, orDefault(metaList), rawName, orDefault(rawList)));
 }
 
 /// HDF5 looks only at the lists of members that the map uses, but copies them all. A

@@ -19,7 +19,7 @@ std::int64_t getConstantValue(const char* name) { return constantValue(name); }
 
 hid_t getMemDatatype(hid_t location) {
   const hdf5::Type fileType = fileDatatypeOf<msg::unrecognizedLocationTypeForId>(location);
-  return HDF5Dataset::getMemDatatype(fileType.get());
+  return checked(HDF5Dataset::getMemDatatype(fileType.get()));
 }
 
 constexpr Row kConstantFunctions[] = {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/unit/complaints.hpp"
+#include "tests/unit/error_records.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/limits.hpp"
 #include "tests/unit/memory_file.hpp"
@@ -104,6 +105,10 @@ TEST(FileProperties, RaiseOnListsThatAreNone) {
                      result("H5Pget_mdc_config", makeList(kAccess)));
   expectLibraryError("H5Pset_fapl_split", kNoIdentifier, "-m", kDefault, "-r", kDefault);
   expectLibraryError("H5Pset_fapl_log", kNoIdentifier, temporaryPath("log"), 0, 0);
+}
+
+TEST(SplitDriver, LeavesTheStackThatSaysWhyItWasRefused) {
+  expectStack(failureOf("H5Pset_fapl_split", {kNoIdentifier, "-m", kDefault, "-r", kDefault}));
 }
 
 class FileRoundTrip : public testing::TestWithParam<RoundTrip> {};
