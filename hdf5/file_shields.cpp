@@ -63,7 +63,7 @@ herr_t setMultiLists(hid_t list, const hid_t* members, hbool_t relax) {
 herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* rawName,
                 hid_t rawList) {
   if constexpr (!kSince112) return H5Pset_fapl_split(list, metaName, metaList, rawName, rawList);
-  // The same of the multi driver.
+  // The same of the multi driver; later releases take global heaps for raw data.
   const std::string metaFile = ofFile(metaName);
   const std::string rawFile = ofFile(rawName);
   Members<H5FD_mem_t> map{};
@@ -72,6 +72,7 @@ herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* ra
   Members<const char*> names{};
   map.fill(H5FD_MEM_SUPER);
   map[H5FD_MEM_DRAW] = H5FD_MEM_DRAW;
+  map[H5FD_MEM_GHEAP] = H5FD_MEM_DRAW;
   lists.fill(H5I_INVALID_HID);
   addresses.fill(HADDR_UNDEF);
   lists[H5FD_MEM_SUPER] = metaList;

@@ -23,6 +23,19 @@ bool isLabelled(hid_t dataset, unsigned index) {
   return labelled;
 }
 
+bool holdsCompoundWithoutMembers(hid_t type) {
+  const H5T_class_t kind = H5Tget_class(type);
+  if (kind == H5T_ARRAY || kind == H5T_VLEN) {
+    return holdsCompoundWithoutMembers(Type(H5Tget_super(type)).get());
+  }
+  if (kind != H5T_COMPOUND) return false;
+  const auto members = static_cast<unsigned>(H5Tget_nmembers(type));
+  for (unsigned i = 0; i < members; ++i) {
+    if (holdsCompoundWithoutMembers(Type(H5Tget_member_type(type, i)).get())) return true;
+  }
+  return members == 0;
+}
+
 bool hasDimension(hid_t dataset, unsigned index) {
   const Space space(H5Dget_space(dataset));
   return static_cast<int>(index) < H5Sget_simple_extent_ndims(space.get());
@@ -35,6 +48,13 @@ herr_t setTypeSize(hid_t type, size_t size) {
     return refuse("H5Tset_size", "a compound without members has no size to change");
   }
   return changeTransient<H5Tset_size>("H5Tset_size", type, size);
+}
+
+herr_t packType(hid_t type) {
+  if (H5Iget_type(type) == H5I_DATATYPE && holdsCompoundWithoutMembers(type)) {
+    return refuse("H5Tpack", "a compound without members cannot be packed");
+  }
+  return H5Tpack(type);
 }
 
 herr_t lockType(hid_t type) {

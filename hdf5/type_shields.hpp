@@ -9,6 +9,9 @@ namespace hdf5 {
 /// H5Tset_size. 1.8 looks at the last member of a compound that has none.
 herr_t setTypeSize(hid_t type, size_t size);
 
+/// H5Tpack. It looks at the last member of a compound, and of each within, that has none.
+herr_t packType(hid_t type);
+
 /// H5Tlock. Later releases lock a committed datatype, which can then not be closed, and
 /// its file with it.
 herr_t lockType(hid_t type);

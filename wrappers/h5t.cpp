@@ -262,7 +262,7 @@ constexpr Row kDatatypeFunctions[] = {
     BY_COUNT(H5Topen,
         Form<H5Topen1,        Identifier,              LocationId, OpenedName>,
         Form<H5Topen2,        Identifier,              LocationId, OpenedName, AccessList>),
-    ROW(H5Tpack,              Nothing,                 Type),
+    CALL(H5Tpack, hdf5::packType, Nothing,             Type),
     CALL(H5Tset_size, hdf5::setTypeSize, Nothing,      PlainId, SizeOrVariable),
 
     // Atomic datatypes

@@ -146,6 +146,14 @@ TEST(Compounds, ArePacked) {
   expectLibraryError("H5Tpack", "H5T_NATIVE_INT");
 }
 
+TEST(Compounds, WithoutMembersAreNotPacked) {
+  const Owned bare = make("H5Tcreate", "H5T_COMPOUND", 8);
+  const Owned bares = make("H5Tarray_create", bare, row({3}));
+  const Owned outer = make("H5Tcreate", "H5T_COMPOUND", 32);
+  call("H5Tinsert", outer, "bares", 8, bares);
+  for (const Owned* type : {&bare, &bares, &outer}) expectLibraryError("H5Tpack", *type);
+}
+
 TEST(Compounds, TakeMembersThatFit) {
   const Owned type = compound();
   expectLibraryError("H5Tinsert", type, "d", 22, "H5T_NATIVE_DOUBLE");

@@ -481,6 +481,9 @@ TEST(MultiProperties, AreSetByTheSplitDriverToo) {
   EXPECT_EQ(callNumber("H5Pget_sieve_buf_size", multi.lists[super]), 1111);
   EXPECT_EQ(callNumber("H5Pget_sieve_buf_size", multi.lists[draw]), 2222);
   expectLibraryError("H5Pset_fapl_split", list, "-m", makeList(kCreate), "-r", kDefault);
+
+  const double heaps = hdf5::kSince110 ? 3 : 1;  // H5FD_MEM_DRAW, _SUPER
+  EXPECT_EQ(numbersOf(multi.results[0]), Numbers({1, 1, 1, 3, heaps, 1, 1}));
 }
 
 }  // namespace

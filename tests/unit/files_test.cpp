@@ -72,6 +72,9 @@ TEST(FileCreation, TakesListsAndNoClasses) {
   EXPECT_EQ(readBytes(path).at(1024), '\x89');
   expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", "H5P_FILE_CREATE", kDefault);
   expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", access, kDefault);
+  const Owned space = scalarSpace();
+  expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", space, kDefault);
+  expectLibraryError("H5Fcreate", path, "H5F_ACC_TRUNC", kDefault, space);
 }
 
 TEST(FileCreation, FailsWhereThereIsNoFolder) {
