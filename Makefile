@@ -15,7 +15,7 @@
 PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
-PYTEST := $(PYTHON) -m pytest tests/scripts tests/tools
+PYTEST := $(PYTHON) -m pytest tests/scripts tests/releases tests/tools
 
 # For those who only build it: no tests, and what another compiler warns of is no error.
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \

@@ -69,7 +69,7 @@ class Pools:
             **_numbers(),
             **_arrays(one),
             "function": [go_on, stop, fail, complain, 17],
-            "config": [one.config, {**one.config, "epoch_length": 0}, {}, 1],
+            "config": [one.config, one.wrong_config, {}, 1],
         }
 
     def of(self, function, argument):
@@ -140,7 +140,7 @@ def _lists(one):
         **{f"H5P{what} plist": access for what in ("get", "set", "get_size", "exist")},
         "H5Pget_external plist": [one["external_list"], *access],
         "H5Pset_external plist": [one["external_list"], *access],
-        **{f"H5Pget_{what} plist": [one["split"], one["core"], *access]
+        **{f"H5Pget_{what} plist": [one["split"], one["core"], one["dataset_xfer"], *access]
            for what in ("driver", "multi_type")},
         "H5Pset_multi_type plist": [one["multi"], *access],
         **{f"H5Pget_fapl_{driver} plist": [one[driver], one["split"], *access]
@@ -224,7 +224,7 @@ def _enumerations():
         "type_class": "H5T_{COMPOUND OPAQUE ENUM INTEGER FLOAT STRING BITFIELD REFERENCE VLEN "
         "ARRAY TIME}",
         "space_class": "H5S_{SCALAR SIMPLE NULL}",
-        "filter_id": "H5Z_FILTER_{DEFLATE SHUFFLE FLETCHER32 NBIT SCALEOFFSET SZIP ALL}",
+        "filter_id": "H5Z_FILTER_{DEFLATE SHUFFLE FLETCHER32 NBIT SCALEOFFSET ALL}",
         "types": "H5F_OBJ_{ALL FILE DATASET GROUP DATATYPE ATTR LOCAL}",
         "strpad": "H5T_STR_{NULLTERM NULLPAD SPACEPAD}",
         "sign": "H5T_SGN_{NONE 2}",
@@ -285,8 +285,14 @@ def _arrays(one):
     table = np.arange(6, dtype="int32").reshape(2, 3)
     bytes8 = np.zeros(8, "uint8")
     values = [np.array([1], "int32"), np.zeros(4, "uint8"), 1, EMPTY, "x", np.zeros(24, "uint8")]
-    references = [one.object_reference, one.region_reference, bytes8, np.zeros(12, "uint8"),
-                  np.full(8, 255, "uint8"), np.zeros(3, "uint8")]
+    references = [
+        one.object_reference,
+        one.region_reference,
+        bytes8,
+        np.zeros(12, "uint8"),
+        np.full(8, 255, "uint8"),
+        np.zeros(3, "uint8"),
+    ]
     return {
         **{f"H5S {name}": vectors for name in (
             "dims maxdims start stride count block offset".split())},

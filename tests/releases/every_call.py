@@ -61,7 +61,7 @@ class Caller:
         os.chdir(folder)
         one = OneOfEach()
         self._pools = Pools(one)
-        self._wording = Wording(one.names())
+        self._wording = Wording(one.names(), one.values())
         self._small_file = self._make_small_file()
         self._open_ids = OpenIds()
         self._open_before = self._open_ids()
@@ -80,7 +80,7 @@ class Caller:
         outcomes = []
         while len(outcomes) < len(calls):
             outcomes += self._in_a_process(function, arguments[len(outcomes) :])
-        return [f"{words} = {outcome}" for words, outcome in zip(calls, outcomes)]
+        return [f"{words} {outcome}" for words, outcome in zip(calls, outcomes)]
 
     def _in_a_process(self, function, lists_of_arguments):
         """The outcomes of calls up to the first that does not just fail."""
@@ -100,9 +100,9 @@ class Caller:
         if os.WIFSIGNALED(status):
             killed = f"killed by {signal.Signals(os.WTERMSIG(status)).name}"
             if unfinished == CLOSING:
-                outcomes[-1] += f", {killed} at the end"
+                outcomes[-1] += f" and is {killed} at the end"
             else:
-                outcomes.append(killed)
+                outcomes.append(f"is {killed}")
         elif status != 0:
             raise RuntimeError(f"{function}{lists_of_arguments[len(outcomes)]} cannot be told of")
         return outcomes
@@ -128,7 +128,7 @@ class Caller:
         now = self._open_ids()
         changes = {kind: now[kind] - self._open_before[kind] for kind in now}
         words = [f"{change:+} {kind}" for kind, change in changes.items() if change]
-        return f" leaves open {', '.join(words)}" if words else ""
+        return f" and leaves open {', '.join(words)}" if words else ""
 
 
 _caller = None

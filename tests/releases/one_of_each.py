@@ -41,6 +41,7 @@ class OneOfEach:
             "H5Rcreate", self["file"], "d", "H5R_DATASET_REGION", self["slab"]
         )
         self.config = call("H5Fget_mdc_config", self["file"])
+        self.wrong_config = {**self.config, "epoch_length": 0}
         call("H5Fflush", self["file"], "H5F_SCOPE_GLOBAL")
 
     def __getitem__(self, name):
@@ -49,6 +50,10 @@ class OneOfEach:
     def names(self):
         """Of the identifiers."""
         return {identifier: name for name, identifier in self._ids.items()}
+
+    def values(self):
+        """By name: what looks otherwise on every release."""
+        return {name: value for name, value in vars(self).items() if not name.startswith("_")}
 
     def _make(self, name, function, *arguments):
         self._ids[name] = call(function, *arguments)

@@ -19,10 +19,11 @@ SHOWN = 40  # values of an array, of which there may be many
 
 
 class Wording:
-    """Words for values; identifiers have the names that are given."""
+    """Words for values; some identifiers and other values have names."""
 
-    def __init__(self, identifier_names):
+    def __init__(self, identifier_names, named_values):
         self._names = identifier_names
+        self._named_values = named_values
 
     def of_call(self, function, arguments):
         return f"{function}({', '.join(map(self._of, arguments))})"
@@ -32,14 +33,15 @@ class Wording:
         try:
             result = call(function, *arguments)
         except zembra.LibraryError as error:
-            return "libraryError" if error.stack else "libraryError without a record", True
+            return "raises libraryError" + ("" if error.stack else " without a record"), True
         except zembra.Error as error:
-            return " ".join([error.key, *map(str, error.parameters)]), True
-        if function in VARYING_FUNCTIONS:
-            return "something", False
-        return self._of(result), False
+            return " ".join(["raises", error.key, *map(str, error.parameters)]), True
+        return f"= {'something' if function in VARYING_FUNCTIONS else self._of(result)}", False
 
     def _of(self, value):
+        for name, named in self._named_values.items():
+            if value is named:
+                return name
         if isinstance(value, (bool, type(None))):
             return str(value)
         if isinstance(value, (int, float)):
@@ -47,7 +49,9 @@ class Wording:
         if isinstance(value, np.ndarray):
             return self._of_array(value)
         if isinstance(value, dict):
-            return "{" + ", ".join(f"{key}: {self._of_field(key, value[key])}" for key in value) + "}"
+            return (
+                "{" + ", ".join(f"{key}: {self._of_field(key, value[key])}" for key in value) + "}"
+            )
         if isinstance(value, (list, tuple)):
             return "[" + ", ".join(map(self._of, value)) + "]"
         return value.__name__ if callable(value) else repr(value)
