@@ -73,7 +73,7 @@ class Pools:
         }
 
     def of(self, function, argument):
-        interface = re.match("H5(DS|ZB|[A-Z])?", function).group()
+        interface = re.sub("^(H5(DS|ZB|[A-Z])?).*", r"\1", function)
         if argument in ("plist", "other_plist") and f"{function} {argument}" not in self._pools:
             return [self._one[_list_of(function)], *self._lists, DEFAULT, *WRONG]
         for key in (f"{function} {argument}", f"{interface} {argument}", argument):
@@ -249,8 +249,9 @@ def _enumerations():
     }
 
     def spelled(pattern):
-        before, middle, after = re.fullmatch("(.*){(.*)}(.*)", pattern).groups()
-        return [*(before + word + after for word in middle.split()), "none", 17, -1]
+        before, _, rest = pattern.partition("{")
+        words, _, after = rest.partition("}")
+        return [*(before + word + after for word in words.split()), "none", 17, -1]
 
     return {key: spelled(pattern) for key, pattern in names.items()}
 

@@ -72,12 +72,12 @@ class Caller:
 
     def lines(self, function, lists_of_names):
         """What became of all calls of the function."""
-        calls = {}
+        calls: dict[str, list] = {}
         for names in lists_of_names:
             for arguments in one_other_each([self._pools.of(function, name) for name in names]):
                 calls.setdefault(self._wording.of_call(function, arguments), arguments)
         arguments = list(calls.values())
-        outcomes = []
+        outcomes: list[str] = []
         while len(outcomes) < len(calls):
             outcomes += self._in_a_process(function, arguments[len(outcomes) :])
         return [f"{words} {outcome}" for words, outcome in zip(calls, outcomes)]
@@ -131,24 +131,23 @@ class Caller:
         return f" and leaves open {', '.join(words)}" if words else ""
 
 
-_caller = None
+_callers: list[Caller] = []  # of this process: one
 
 
 def _prepare(folder):
-    global _caller
-    _caller = Caller(tempfile.mkdtemp(dir=folder))
+    _callers.append(Caller(tempfile.mkdtemp(dir=folder)))
     gc.freeze()  # children share what they do not touch
 
 
-def _call(function, lists_of_arguments):
-    return _caller.lines(function, lists_of_arguments)
+def _call(function, lists_of_names):
+    return _callers[0].lines(function, lists_of_names)
 
 
 def every_call(functions=()):
     """The lines of these functions, or of all; sorted."""
     chosen = [form for form in forms() if not functions or form[0] in functions]
     with tempfile.TemporaryDirectory() as folder:
-        with ProcessPoolExecutor(os.cpu_count(), initializer=_prepare, initargs=[folder]) as pool:
+        with ProcessPoolExecutor(os.cpu_count(), initializer=_prepare, initargs=(folder,)) as pool:
             lines = [line for lines in pool.map(_call, *zip(*chosen)) for line in lines]
     return sorted(lines)
 
