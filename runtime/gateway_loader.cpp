@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "hdf5/compat.hpp"
+#include "hdf5/closing.hpp"
 
 namespace zembra {
 namespace {
@@ -46,7 +46,7 @@ zbExtensionFunction* openEntryPoint() {
   if (function == nullptr) throw std::runtime_error(dlerror());
   // The gateway switches HDF5's own exit handler off, and another user of HDF5 in
   // the process may have done so before the library was opened.
-  std::atexit([] { H5close(); });
+  std::atexit([] { hdf5::closeLibrary(); });
   return function;
 }
 
