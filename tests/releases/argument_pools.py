@@ -9,6 +9,8 @@ import re
 
 import numpy as np
 
+from zembra import LibraryError, call
+
 from one_of_each import DEFAULT, EMPTY, LIST_CLASSES
 
 NUMBERS = [1, 0, 2, 8, -1, 1e10, EMPTY, "text"]
@@ -37,17 +39,30 @@ def _list_of(function):
     return "dataset_create"
 
 
-# What host functions answer: a status, and the user data where there are any.
+def answer(status, given):
+    """Of a host function: those with user data, which come last, hand them on."""
+    return (status, given[-1]) if len(given) > 2 else status
+
+
 def go_on(*given):
-    return 0 if len(given) < 2 else (0, given[-1])
+    return answer(0, given)
 
 
-def stop(*_):
-    return 1
+def stop(*given):
+    return answer(1, given)
 
 
-def fail(*_):
-    return -1
+def fail(*given):
+    return answer(-1, given)
+
+
+def close(*given):
+    """The library, which waits for the answer."""
+    try:
+        call("H5close")
+    except LibraryError:
+        return go_on(*given)
+    return fail(*given)
 
 
 def complain(*_):
@@ -68,7 +83,7 @@ class Pools:
             **_enumerations(),
             **_numbers(),
             **_arrays(one),
-            "function": [go_on, stop, fail, complain, 17],
+            "function": [go_on, stop, fail, complain, close, 17],
             "config": [one.config, one.wrong_config, {}, 1],
         }
 
@@ -192,7 +207,9 @@ def _texts():
         **dict.fromkeys({"name", "object_name", "mount_point", "target_path"}, NAMES),
         **dict.fromkeys({"new_name", "label", "comment", "tag"}, ["new", "d", "", "g/new"]),
         "group_name": [".", *NAMES],
+        "H5Giterate name": [".", *NAMES],
         "H5A name": ["a", "b", "none", ""],
+        "H5O object_name": [".", *NAMES],
         "H5A object_name": ["d", ".", "soft", "none"],
         "H5P name": ["rdcc_nbytes", "type", "none", ""],
         "H5T name": ["m", "n", "none", ""],
@@ -270,6 +287,7 @@ def _numbers():
         "sizeof_addr": [8, 4, 3, -1, EMPTY], "sizeof_size": [8, 4, 3, -1, EMPTY],
         "H5Pset_btree_ratios left": [0.1, 2, -1, EMPTY, "text"],
         "middle": [0.5, 2, -1, EMPTY, "text"], "right": [0.9, 2, -1, EMPTY, "text"],
+        "H5DS dim": [1, 0, 2, -1, 1e10, EMPTY, "text"],
         "H5DSiterate_scales start": [0, *NUMBERS],
         "esize": [8, 0, 64], "epos": [23, 30, 64], "msize": [23, 0, 64], "mpos": [0, 30],
         "spos": [31, 0, 64],

@@ -170,6 +170,15 @@ TEST_P(Iterating, GoesOnWhileTheStatusIsZero) {
   }
 }
 
+TEST_P(Iterating, DoesNotSeeTheLibraryClosed) {
+  int calls = 0;
+  runWith(GetParam(), there(), counting(calls, [&](int call) {
+            expectLibraryError("H5close");
+            return Results{number(0), number(call)};
+          }));
+  EXPECT_GE(calls, 3);
+}
+
 TEST_P(Iterating, StopsAtAPositiveStatus) {
   for (const auto& [status, expected] :
        {std::pair(1.0, 1), std::pair(2.7, 2), std::pair(2147483647.9, 2147483647)}) {

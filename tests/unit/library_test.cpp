@@ -67,4 +67,27 @@ TEST(LibraryDeathTest, ClosesEverythingAndOpensAgain) {
   EXPECT_EXIT(std::exit(closeAndReopen()), testing::ExitedWithCode(0), "");
 }
 
+// What HDF5 does not survive by itself: files of files, and lists that name them.
+TEST(LibraryDeathTest, ClosesFilesOfFiles) {
+  const std::string path = temporaryPath();
+  const auto closeAll = [&] {
+    for (const bool split : {true, false}) {
+      const double list = callNumber("H5Pcreate", "H5P_FILE_ACCESS");
+      if (split) {
+        call("H5Pset_fapl_split", list, "-m", kDefault, "-r", kDefault);
+      } else {
+        call("H5Pset_fapl_multi", list, true);
+      }
+      const double file = callNumber("H5Fcreate", path, "H5F_ACC_TRUNC", kDefault, list);
+      callNumber("H5Gcreate", file, "g", 0);
+      callNumber("H5Pcopy", list);
+      callNumber("H5Fget_access_plist", file);
+      if (!call("H5close").empty()) return 1;
+      if (callNumber("H5Iis_valid", list) != 0 || callNumber("H5Iis_valid", file) != 0) return 2;
+    }
+    return 0;
+  };
+  EXPECT_EXIT(std::exit(closeAll()), testing::ExitedWithCode(0), "");
+}
+
 }  // namespace
