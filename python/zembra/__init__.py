@@ -11,10 +11,7 @@ What a script forgets to close is closed, and on disk, when the process ends in 
 ordinary way.
 """
 
-from . import _process
-
-_process.check_peer()
-
+from . import _process  # first: it refuses what the extension module must not meet
 from ._errors import Error, ErrorRecord, GatewayWarning, LibraryError
 from ._id import Id
 from ._records import records

@@ -119,7 +119,7 @@ class _PeerFinder(MetaPathFinder):
 _finder = _PeerFinder()
 
 
-def check_peer() -> None:
+def _check_peer() -> None:
     """Refuses the h5py that is loaded already if it has another HDF5."""
     if PEER in sys.modules:
         from h5py import h5
@@ -139,3 +139,7 @@ def join() -> None:
         before=acquire_library, after_in_parent=release_library, after_in_child=release_library
     )
     atexit.register(keep_library)
+
+
+# The extension module offers its HDF5 to the whole process as soon as it is loaded.
+_check_peer()

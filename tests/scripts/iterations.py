@@ -1,8 +1,5 @@
 """Every function that calls back, and a file with something for each to iterate over."""
 
-import os
-import warnings
-
 import pytest
 
 import zembra
@@ -98,16 +95,3 @@ ITERATIONS = {
         "iterateScalesFailure",
     ),
 }
-
-
-@pytest.fixture
-def world(path):
-    """Afterwards the file is made anew under its name, and deleted."""
-    world = World(path)
-    with warnings.catch_warnings():
-        warnings.simplefilter("ignore", zembra.GatewayWarning)
-        yield world
-    world.close()
-    h5.H5Fclose(h5.H5Fcreate(path, "H5F_ACC_TRUNC", DEFAULT, DEFAULT))
-    os.remove(path)
-    h5.H5Fclose(h5.H5Fcreate(path, "H5F_ACC_EXCL", DEFAULT, DEFAULT))

@@ -6,7 +6,7 @@ import warnings
 import pytest
 
 import zembra
-from iterations import BY_NAME, ITERATIONS, world  # noqa: F401 - a fixture
+from iterations import BY_NAME, ITERATIONS
 from zembra import h5
 
 

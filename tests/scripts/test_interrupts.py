@@ -9,7 +9,7 @@ import numpy as np
 import pytest
 
 import zembra
-from iterations import ITERATIONS, world  # noqa: F401 - a fixture
+from iterations import ITERATIONS
 from zembra import h5
 
 

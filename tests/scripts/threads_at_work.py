@@ -103,7 +103,7 @@ def repeat(worker, until, rounds, failures):
 
 def main(folder, count, seconds, peers):
     faulthandler.dump_traceback_later(seconds + 60, exit=True)
-    workers = [Ours(f"{folder}/ours{number}.h5") for number in range(count)]
+    workers: list = [Ours(f"{folder}/ours{number}.h5") for number in range(count)]
     if peers:
         workers += [Theirs(f"{folder}/theirs{number}.h5") for number in range(count)]
     rounds: list = []
