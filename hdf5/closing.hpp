@@ -44,8 +44,8 @@ inline void forgetMembers() {
   }
 }
 
-/// H5close.
-inline herr_t closeLibrary() {
+/// H5close, and before it what is open.
+inline herr_t closeEverything() {
   closeOpenIdentifiers(H5F_OBJ_ALL & ~H5F_OBJ_FILE);
   closeOpenIdentifiers(H5F_OBJ_FILE);
   forgetMembers();
