@@ -1,55 +1,51 @@
-// Closing the library while files and lists are open. HDF5 does not survive that where a
-// file consists of files (the multi, split and family drivers): it closes the members, and
-// the lists that they were opened with, by functions that find the library closed already,
-// and what was written is lost. So these are closed while it is still open.
+// Closing what is to be written out. Where HDF5 cannot write while it closes (the disk is
+// full, say), it frees half of what it has and leaves identifiers on it: what was written is
+// lost, and the next call that meets such an identifier does not survive. So everything is
+// flushed first; what cannot be flushed stays open and as it was.
 #pragma once
 
-#include <algorithm>
-#include <vector>
+#include <functional>
+#include <string>
 
-#include "hdf5/handle.hpp"
+#include "hdf5/compat.hpp"
 
 namespace hdf5 {
 
-/// Of all files.
-inline std::vector<hid_t> openIdentifiers(unsigned kinds) {
-  const ssize_t count = std::max<ssize_t>(H5Fget_obj_count(H5F_OBJ_ALL, kinds), 0);
-  const auto size = static_cast<std::size_t>(count);
-  std::vector<hid_t> ids(size + kObjectIdsBeyond);
-  const ssize_t given = H5Fget_obj_ids(H5F_OBJ_ALL, kinds, size, ids.data());
-  ids.resize(std::min(size, static_cast<std::size_t>(std::max<ssize_t>(given, 0))));
-  return ids;
-}
+/// H5Fflush. A failed flush leaves 1.10 in a state that the next one complains of, whatever
+/// it could write, and mends: only what fails twice has failed.
+herr_t flush(hid_t object, H5F_scope_t scope);
 
-inline void closeOpenIdentifiers(unsigned kinds) {
-  for (const hid_t id : openIdentifiers(kinds)) {
-    while (H5Iget_ref(id) > 0 && H5Idec_ref(id) >= 0) {
-    }
-  }
-}
+/// H5Fclose.
+herr_t closeFile(hid_t file);
 
-inline bool namesMembers(hid_t list) {
-  if (H5Pisa_class(list, H5P_FILE_ACCESS) <= 0) return false;
-  const hid_t driver = H5Pget_driver(list);
-  return driver == H5FD_MULTI || driver == H5FD_FAMILY;
-}
+/// H5Idec_ref. The last reference of an object may be the last that kept its file open.
+int releaseReference(hid_t id);
 
-/// HDF5 does not tell which lists are open. A fresh one has the highest serial number.
-inline void forgetMembers() {
-  constexpr int kSerialBits = kWideIdentifiers ? 56 : 24;
-  const PropertyList newest(H5Pcreate(H5P_FILE_ACCESS));
-  if (!newest.valid()) return;  // somebody has closed the class
-  for (hid_t id = newest.get() >> kSerialBits << kSerialBits; id < newest.get(); ++id) {
-    if (H5Iis_valid(id) > 0 && namesMembers(id)) H5Pset_fapl_sec2(id);
-  }
-}
+/// `Close` of objects in files, which may keep a file open that was closed before them.
+template <herr_t (*Close)(hid_t)>
+herr_t closeObject(hid_t object);
 
-/// H5close, and before it what is open.
-inline herr_t closeEverything() {
-  closeOpenIdentifiers(H5F_OBJ_ALL & ~H5F_OBJ_FILE);
-  closeOpenIdentifiers(H5F_OBJ_FILE);
-  forgetMembers();
-  return H5close();
+/// H5close. HDF5 does not survive it where a file that consists of files is open (the multi,
+/// split and family drivers), or a list that names members of such: it closes the members,
+/// and the lists that they were opened with, by functions that find the library closed
+/// already. So these are closed while it is still open.
+herr_t closeEverything();
+
+/// What could not be written, and HDF5's reason.
+using Complaint = std::function<void(const std::string& file, const std::string& reason)>;
+
+/// The same at the end of the process, as far as it goes. False where a file that cannot be
+/// written was complained of and is left open: HDF5 must not come near it again.
+bool closeWhatCanBe(const Complaint& complain);
+
+// --- Implementation ----------------------------------------------------------------------
+
+/// Flushes what the last reference to the object keeps open; does nothing for others.
+herr_t flushBeforeLast(hid_t object);
+
+template <herr_t (*Close)(hid_t)>
+herr_t closeObject(hid_t object) {
+  return flushBeforeLast(object) < 0 ? -1 : Close(object);
 }
 
 }  // namespace hdf5

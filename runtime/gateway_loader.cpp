@@ -3,7 +3,9 @@
 #include "runtime/gateway_loader.hpp"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -38,11 +40,21 @@ void* openGateway(const std::string& folder) {
   throw std::runtime_error(complaint + "; " + dlerror());
 }
 
-/// Threads that have ended leave references to HDF5's own messages behind, which it would
-/// complain of to whomever has not asked it to be quiet, in the very words asked for here.
+/// Ends the process without HDF5's own exit handler, which would try again to write what
+/// cannot be written, and not survive it.
+void leaveAtOnce(int status, void* /*unused*/) {
+  std::fflush(nullptr);
+  _exit(status);
+}
+
 void closeLibrary() {
+  // Threads that have ended leave references to HDF5's own messages behind, which it would
+  // complain of to whomever has not asked it to be quiet, in the very words asked for here.
   H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
-  hdf5::closeEverything();
+  const bool all = hdf5::closeWhatCanBe([](const std::string& file, const std::string& reason) {
+    std::fprintf(stderr, "zembra: %s could not be written: %s\n", file.c_str(), reason.c_str());
+  });
+  if (!all) on_exit(leaveAtOnce, nullptr);
 }
 
 zbExtensionFunction* openEntryPoint() {

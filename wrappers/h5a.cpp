@@ -1,6 +1,7 @@
 // H5A: attributes. Several inputs are described as what they are not; scripts match
 // the messages as they stand.
 #include "convert/record.hpp"
+#include "hdf5/closing.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/iteration.hpp"
@@ -73,7 +74,7 @@ void write(Inputs ins, Results& /*outs*/) {
 constexpr Row kAttributeFunctions[] = {
     // clang-format off
     //  name              gives                            takes
-    ROW(H5Aclose,         Nothing,                         AttributeId),
+    CALL(H5Aclose, hdf5::closeObject<H5Aclose>, Nothing,   AttributeId),
     // The creation list stands for the access list, too: a sixth input is never read.
     BY_COUNT(H5Acreate,
         Form<H5Acreate1,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,

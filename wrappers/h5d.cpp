@@ -4,6 +4,8 @@
 #include <tuple>
 #include <utility>
 
+#include "hdf5/closing.hpp"
+#include "hdf5/disk_room.hpp"
 #include "hdf5/shields.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/row.hpp"
@@ -204,7 +206,7 @@ void write(Inputs ins, Results& /*outs*/) {
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return H5Dwrite(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+    return hdf5::writeDataset(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
   };
   writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
 }
@@ -212,7 +214,7 @@ void write(Inputs ins, Results& /*outs*/) {
 constexpr Row kDatasetFunctions[] = {
     // clang-format off
     //  name                  gives                         takes
-    ROW(H5Dclose,             Nothing,                      DatasetId),
+    CALL(H5Dclose, hdf5::closeObject<H5Dclose>, Nothing,    DatasetId),
     BY_COUNT(H5Dcreate,
         Form<H5Dcreate1,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
                                                             CreationList>,

@@ -6,6 +6,7 @@
 
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
+#include "hdf5/closing.hpp"
 #include "hdf5/file_name_pattern.hpp"
 #include "hdf5/file_shields.hpp"
 #include "hdf5/link_shields.hpp"
@@ -117,10 +118,10 @@ hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
 constexpr Row kFileFunctions[] = {
     // clang-format off
     //  name                 gives                                  takes
-    ROW(H5Fclose,            Nothing,                               FileId),
+    CALL(H5Fclose, hdf5::closeFile, Nothing,                        FileId),
     CALL(H5Fcreate, createFile, Identifier,                         FileName, CreateFlags,
                                                                     CreationList, AccessListByName),
-    ROW(H5Fflush,            Nothing,                               ObjectId, Enum<H5F_scope_t>),
+    CALL(H5Fflush, hdf5::flush, Nothing,                            ObjectId, Enum<H5F_scope_t>),
     ROW(H5Fget_access_plist, Identifier,                            FileId),
     ROW(H5Fget_create_plist, Identifier,                            FileId),
     ROW(H5Fget_filesize,     Outputs<hsize_t>,                      FileId),

@@ -1,5 +1,6 @@
 // H5G: groups, and the first generation of links, objects and comments.
 #include "convert/record.hpp"
+#include "hdf5/closing.hpp"
 #include "hdf5/link_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
@@ -104,7 +105,7 @@ using Start = InOut<OrZero<Unsigned>, int>;
 constexpr Row kGroupFunctions[] = {
     // clang-format off
     //  name                   gives                           takes
-    ROW(H5Gclose,              Nothing,                        GroupId),
+    CALL(H5Gclose, hdf5::closeObject<H5Gclose>, Nothing,       GroupId),
     BY_COUNT(H5Gcreate,
         Form<hdf5::createGroup, Identifier,                    LocationId, Name, SizeHint>,
         Form<H5Gcreate2,       Identifier,                     LocationId, Name, LinkList,

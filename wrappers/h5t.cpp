@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "hdf5/closing.hpp"
 #include "hdf5/type_shields.hpp"
 #include "host/numeric_class.hpp"
 #include "wrappers/row.hpp"
@@ -242,7 +243,7 @@ void getMemberValue(Inputs ins, Results& outs) {
 constexpr Row kDatatypeFunctions[] = {
     // clang-format off
     //  name                  gives                    takes
-    ROW(H5Tclose,             Nothing,                 PlainId),
+    CALL(H5Tclose, hdf5::closeObject<H5Tclose>, Nothing, PlainId),
     BY_COUNT(H5Tcommit,
         Form<H5Tcommit1,      Nothing,                 LocationId, Name, LocationId>,
         Form<H5Tcommit2,      Nothing,                 LocationId, Name, LocationId, LinkList,

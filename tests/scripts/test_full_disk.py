@@ -1,0 +1,109 @@
+"""A disk that fills up costs an error, not a file: with room again, everything is there."""
+
+import os
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import pytest
+
+import full_disk
+from zembra import h5
+
+HERE = Path(__file__).parent
+
+
+def run(room, folder, kind, how):
+    folder.mkdir()
+    command = [sys.executable, HERE / "full_disk.py", room, folder, kind, how]
+    return subprocess.run(command, capture_output=True, text=True, timeout=60)
+
+
+def check(path, kind):
+    """By HDF5 in this process, which has had room all along."""
+    file = h5.H5Fopen(str(path), "H5F_ACC_RDONLY", "H5P_DEFAULT")
+    data = h5.H5Dopen(file, "data")
+    values = h5.H5Dread(data, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
+    expected = full_disk.TEXTS if kind == "texts" else full_disk.VALUES
+    assert list(values) == list(expected)
+    if kind == "attributes":
+        for number in range(full_disk.ATTRIBUTES):
+            attribute = h5.H5Aopen(data, f"a{number}", "H5P_DEFAULT")
+            assert set(h5.H5Aread(attribute, "H5ZB_DEFAULT")) == {number}
+            h5.H5Aclose(attribute)
+    h5.H5Dclose(data)
+    h5.H5Fclose(file)
+
+
+@pytest.mark.parametrize("kind", full_disk.KINDS)
+def test_nothing_is_lost_at_a_limit(tmp_path, kind):
+    def one(how):
+        return how, run("limit", tmp_path / how, kind, how)
+
+    failed = []
+    with ThreadPoolExecutor(2) as pool:
+        for how, done in pool.map(one, full_disk.HOWS):
+            assert (done.returncode, done.stderr) == (0, ""), how
+            check(tmp_path / how / "file.h5", kind)
+            failed += [how] if "failed:" in done.stdout else []
+    assert failed, "there was room all along"
+
+
+@pytest.mark.parametrize("kind", ["texts", "attributes"])
+def test_what_cannot_be_written_at_the_end_is_told(tmp_path, kind):
+    done = run("limit", tmp_path / "exit", kind, "exit")
+    path = tmp_path / "exit" / "file.h5"
+    assert done.returncode == 3
+    assert done.stderr.startswith(f"zembra: {path} could not be written: file write failed")
+    assert "File too large" in done.stderr and done.stderr.count("\n") == 1
+
+
+def test_other_files_are_whole_at_the_end(tmp_path):
+    script = f"""
+import sys
+sys.path.insert(0, {str(HERE)!r})
+import full_disk, pathlib
+paths = [pathlib.Path({str(tmp_path)!r}) / name for name in ("a.h5", "b.h5", "c.h5")]
+writers = [full_disk.Writer(path, "attributes") for path in paths]
+for writer in writers:
+    writer.write()
+h5 = full_disk.h5
+for writer in (writers[0], writers[2]):
+    h5.H5Fflush(writer.file, "H5F_SCOPE_LOCAL")
+full_disk.Limit(paths[1]).fill()
+"""
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True)
+    assert done.returncode == 0
+    assert str(tmp_path / "b.h5") in done.stderr and "a.h5" not in done.stderr
+    check(tmp_path / "a.h5", "attributes")
+    check(tmp_path / "c.h5", "attributes")
+
+
+def test_nothing_is_lost_on_a_full_disk(tmp_path):
+    """On a disk of its own of 1 MB, where this process may mount one."""
+    if os.geteuid() != 0 or subprocess.run(["unshare", "--mount", "true"]).returncode != 0:
+        pytest.skip("mounting a disk takes root, and a kernel that lets it")
+    script = f"""
+set -e
+cd "$1"
+shift
+mkdir disk
+mount -t tmpfs -o size=1m tmpfs disk
+for kind in "$@"; do
+  for how in {' '.join(f'"{how}"' for how in full_disk.HOWS)}; do
+    "$PYTHON" "$FULL_DISK" disk disk "$kind" "$how"
+    mv disk/file.h5 "$kind $how.h5"
+  done
+done
+"""
+    command = ["unshare", "--mount", "bash", "-c", script, "bash", tmp_path, *full_disk.KINDS]
+    path = [str(Path(entry).resolve()) for entry in sys.path if entry]
+    environment = dict(os.environ, PYTHON=sys.executable, FULL_DISK=str(HERE / "full_disk.py"))
+    environment["PYTHONPATH"] = os.pathsep.join(path)
+    done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=110)
+    assert (done.returncode, done.stderr) == (0, "")
+    assert "No space left on device" in done.stdout
+    for kind in full_disk.KINDS:
+        for how in full_disk.HOWS:
+            check(tmp_path / f"{kind} {how}.h5", kind)
