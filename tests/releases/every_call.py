@@ -16,6 +16,7 @@ import shutil
 import signal
 import sys
 import tempfile
+import warnings
 from concurrent.futures import ProcessPoolExecutor
 from pathlib import Path
 
@@ -137,6 +138,8 @@ _callers: list[Caller] = []  # of this process: one
 def _prepare(folder):
     _callers.append(Caller(tempfile.mkdtemp(dir=folder)))
     gc.freeze()  # children share what they do not touch
+    warnings.simplefilter("error")  # of what NumPy and Python are going to take away
+    warnings.simplefilter("ignore", zembra.GatewayWarning)
 
 
 def _call(function, lists_of_names):
