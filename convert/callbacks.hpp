@@ -5,7 +5,7 @@
 // into HDF5's status: 0 continues, positive stops, negative fails. It runs inside
 // an HDF5 frame, which an exception must never cross: what it would raise is parked
 // in the wrapper's CallbackContext and raised again once HDF5 has returned. Calls
-// nest; nothing but how deep they are is kept outside the contexts.
+// nest; nothing is kept outside the contexts.
 #pragma once
 
 #include <algorithm>
@@ -21,6 +21,7 @@
 #include "convert/number_cast.hpp"
 #include "convert/number_results.hpp"
 #include "convert/text.hpp"
+#include "hdf5/library_shields.hpp"
 #include "host/call.hpp"
 
 namespace h5gate {
@@ -124,24 +125,10 @@ class HostInputs {
 /// The status that a host function answered: toward zero; what is no number fails.
 inline herr_t statusOf(const zbArray* answer) { return truncateToInt32(zbGetScalar(answer)); }
 
-/// While one of these lives, HDF5 waits for a host function of this thread.
-class RunningCallback {
- public:
-  RunningCallback() { ++depth_; }
-  ~RunningCallback() { --depth_; }
-  RunningCallback(const RunningCallback&) = delete;
-  RunningCallback& operator=(const RunningCallback&) = delete;
-
-  [[nodiscard]] static bool any() { return depth_ > 0; }
-
- private:
-  static inline thread_local int depth_ = 0;
-};
-
 /// Nothing that `body` throws gets into HDF5.
 template <class Body>
 herr_t insideLibrary(CallbackContext& context, Body body) noexcept {
-  const RunningCallback running;
+  const hdf5::InsideCallback inside;
   try {
     return body();
   } catch (...) {

@@ -44,12 +44,11 @@ inline void forgetMembers() {
   }
 }
 
-/// H5close.
-inline herr_t closeLibrary() {
+/// To be called before H5close.
+inline void closeFiles() {
   closeOpenIdentifiers(H5F_OBJ_ALL & ~H5F_OBJ_FILE);
   closeOpenIdentifiers(H5F_OBJ_FILE);
   forgetMembers();
-  return H5close();
 }
 
 }  // namespace hdf5

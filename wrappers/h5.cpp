@@ -1,24 +1,15 @@
 // H5: the library.
-#include "convert/callbacks.hpp"
-#include "hdf5/closing.hpp"
+#include "hdf5/library_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
 namespace {
 
-/// HDF5 returns to where it was when it called the host function, open or not.
-herr_t closeLibrary() {
-  if (RunningCallback::any()) {
-    raiseRefusal("H5close", "HDF5 cannot be closed while it calls a function of yours");
-  }
-  return hdf5::closeLibrary();
-}
-
 constexpr Row kLibraryFunctions[] = {
     // clang-format off
     //  name                    gives                                  takes
-    CALL(H5close, closeLibrary, Nothing),
+    CALL(H5close, hdf5::closeLibrary, Nothing),
     ROW(H5garbage_collect,      Nothing),
     ROW(H5get_libversion,       Outputs<unsigned, unsigned, unsigned>),
     ROW(H5open,                 Nothing),
