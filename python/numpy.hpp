@@ -3,7 +3,7 @@
 
 #include "python/python.hpp"
 
-#define NPY_NO_DEPRECATED_API NPY_1_7_API_VERSION
+#define NPY_NO_DEPRECATED_API NPY_1_22_API_VERSION
 #define PY_ARRAY_UNIQUE_SYMBOL zembra_numpy_api
 #ifndef ZEMBRA_IMPORTS_NUMPY
 #define NO_IMPORT_ARRAY

@@ -16,6 +16,8 @@ import shutil
 import signal
 import sys
 import tempfile
+import traceback
+import warnings
 from concurrent.futures import ProcessPoolExecutor
 from pathlib import Path
 
@@ -58,6 +60,7 @@ class Caller:
 
     def __init__(self, folder):
         self._folder = Path(folder)
+        self._complaints = self._folder / "complaints"  # of the last process
         os.chdir(folder)
         one = OneOfEach()
         self._pools = Pools(one)
@@ -104,12 +107,14 @@ class Caller:
             else:
                 outcomes.append(f"is {killed}")
         elif status != 0:
-            raise RuntimeError(f"{function}{lists_of_arguments[len(outcomes)]} cannot be told of")
+            place = len(outcomes) - (unfinished == CLOSING)
+            words = self._wording.of_call(function, lists_of_arguments[place])
+            raise RuntimeError(f"{words}: {self._complaints.read_text()}")
         return outcomes
 
     def _tell_and_die(self, function, lists_of_arguments, writing):
         signal.alarm(SECONDS)
-        os.dup2(os.open(os.devnull, os.O_WRONLY), 2)  # tracebacks of host functions
+        os.dup2(os.open(self._complaints, os.O_CREAT | os.O_TRUNC | os.O_WRONLY), 2)
         try:
             with open(writing, "w", encoding="utf-8", errors="backslashreplace") as pipe:
                 for arguments in lists_of_arguments:
@@ -121,6 +126,8 @@ class Caller:
                 pipe.write(CLOSING)
             call("H5close")
             os._exit(0)
+        except BaseException:
+            traceback.print_exc()
         finally:
             os._exit(1)
 
@@ -137,6 +144,8 @@ _callers: list[Caller] = []  # of this process: one
 def _prepare(folder):
     _callers.append(Caller(tempfile.mkdtemp(dir=folder)))
     gc.freeze()  # children share what they do not touch
+    warnings.simplefilter("error")  # of what NumPy and Python are going to take away
+    warnings.simplefilter("ignore", zembra.GatewayWarning)
 
 
 def _call(function, lists_of_names):

@@ -36,6 +36,8 @@ class Wording:
             return "raises libraryError" + ("" if error.stack else " without a record"), True
         except zembra.Error as error:
             return " ".join(["raises", error.key, *map(str, error.parameters)]), True
+        except Warning as warning:  # where these are errors
+            return f"raises {warning!r}", True
         return f"= {'something' if function in VARYING_FUNCTIONS else self._of(result)}", False
 
     def _of(self, value):

@@ -1,0 +1,5 @@
+"""What the package takes of every h5py as soon as it is loaded."""
+
+import threading
+
+phil = threading.RLock()
