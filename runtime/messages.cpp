@@ -1,6 +1,7 @@
 // The message catalogue: the texts of the keys, and the errors and warnings made from them.
 #include "host/messages.hpp"
 
+#include "runtime/error_records.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/pending_cause.hpp"
 
@@ -45,6 +46,11 @@ HostError::Content contentOf(const resource_core::BaseMsgID& message) {
       content.text = fill(entry.text, content.parameters);
     }
   }
+  if (message.libraryFailed()) {
+    content.stack = currentErrorRecords();
+    content.libraryReason = leadingLine(content.stack);
+  }
+  content.input = message.input();
   content.cause = takePendingCause();
   return content;
 }
