@@ -11,7 +11,15 @@ What a script forgets to close is closed, and on disk, when the process ends in 
 ordinary way.
 """
 
-from ._errors import Error, ErrorRecord, GatewayWarning, LibraryError
+from ._errors import (
+    Error,
+    ErrorRecord,
+    GatewayWarning,
+    LibraryError,
+    LibraryFileExistsError,
+    LibraryFileNotFoundError,
+    LibraryPermissionError,
+)
 from ._id import Id
 from ._records import records
 from ._version import __version__
@@ -24,6 +32,9 @@ __all__ = [
     "GatewayWarning",
     "Id",
     "LibraryError",
+    "LibraryFileExistsError",
+    "LibraryFileNotFoundError",
+    "LibraryPermissionError",
     "__version__",
     "call",
     "h5",
@@ -31,6 +42,7 @@ __all__ = [
 ]
 
 # Tracebacks and help() name things as scripts do.
-for _name in ("Error", "ErrorRecord", "GatewayWarning", "Id", "LibraryError", "records"):
-    globals()[_name].__module__ = __name__
+for _name in __all__:
+    if _name not in ("__version__", "call", "h5"):
+        globals()[_name].__module__ = __name__
 del _name

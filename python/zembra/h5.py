@@ -13,8 +13,6 @@ on with.
 HDF5 runs with the interpreter's lock held: calls from several threads take turns.
 """
 
-from typing import TYPE_CHECKING
-
 from ._zembra import Function as _Function
 from ._zembra import call as _call
 
@@ -27,7 +25,7 @@ def __dir__() -> list[str]:
     return __all__
 
 
-if TYPE_CHECKING:  # which names there are is known when it runs
+def __getattr__(name: str) -> _Function:
+    from . import _notes
 
-    def __getattr__(name: str) -> _Function:
-        ...
+    raise _notes.unknown_attribute(name)
