@@ -1,5 +1,7 @@
 #include "hdf5/scale_failures.hpp"
 
+#include <algorithm>
+
 #include "hdf5/handle.hpp"
 
 namespace hdf5 {
@@ -12,12 +14,17 @@ bool isDataset(hid_t id) { return H5Iget_type(id) == H5I_DATASET; }
 
 bool hasScales(hid_t dataset) { return H5Aexists(dataset, kScales) > 0; }
 
-/// A scalar dataset counts as one of one dimension.
-bool hasDimension(hid_t dataset, unsigned dimension) {
+unsigned rankOf(hid_t dataset) {
   const Space space(H5Dget_space(dataset));
-  const int rank = H5Sget_simple_extent_ndims(space.get());
-  return static_cast<int>(dimension) < (rank == 0 ? 1 : rank);
+  return static_cast<unsigned>(std::max(H5Sget_simple_extent_ndims(space.get()), 0));
 }
+
+/// Scales are attached to a scalar as if it had one dimension.
+bool hasDimension(hid_t dataset, unsigned dimension) {
+  return dimension < std::max(rankOf(dataset), 1U);
+}
+
+constexpr char kNoDimension[] = "the dataset has no such dimension";
 
 bool sameObject(hid_t one, hid_t other) {
   ObjectInfo first{};
@@ -56,8 +63,7 @@ const char* wrongWithScaled(hid_t dataset) {
 
 const char* wrongWithDimension(hid_t dataset, unsigned dimension) {
   if (!isDataset(dataset)) return wrongWithScaled(dataset);
-  if (!hasDimension(dataset, dimension)) return "the dataset has no such dimension";
-  return kUnknown;
+  return dimension < rankOf(dataset) ? kUnknown : kNoDimension;
 }
 
 const char* wrongWithNewScale(hid_t dataset) {
@@ -78,17 +84,17 @@ const char* wrongWithAttaching(hid_t dataset, hid_t scale, unsigned dimension) {
   if (sameObject(dataset, scale)) return "a dataset cannot be its own scale";
   if (H5DSis_scale(dataset) > 0) return "a dimension scale cannot have scales";
   if (hasScales(scale)) return "a dataset that has scales cannot be one";
-  return wrongWithDimension(dataset, dimension);
+  return hasDimension(dataset, dimension) ? kUnknown : kNoDimension;
 }
 
 const char* wrongWithDetaching(hid_t dataset, hid_t scale, unsigned dimension) {
   if (!isDataset(dataset)) return wrongWithScaled(dataset);
   if (!isDataset(scale)) return "the scale is not a dataset identifier";
   if (H5DSis_scale(scale) <= 0) return "what is to be detached is not a dimension scale";
-  if (hasDimension(dataset, dimension) && H5DSis_attached(dataset, scale, dimension) <= 0) {
-    return "the scale is not attached to the dimension";
-  }
-  return wrongWithDimension(dataset, dimension);
+  if (!hasDimension(dataset, dimension)) return kNoDimension;
+  return H5DSis_attached(dataset, scale, dimension) > 0
+             ? kUnknown
+             : "the scale is not attached to the dimension";
 }
 
 }  // namespace hdf5

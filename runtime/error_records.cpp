@@ -1,7 +1,7 @@
 #include "runtime/error_records.hpp"
 
 #include <algorithm>
-#include <cctype>
+#include <cstddef>
 #include <string_view>
 
 #include "hdf5/error_stack.hpp"
@@ -40,14 +40,13 @@ const ErrorRecord& mostTelling(const std::vector<ErrorRecord>& records) {
   return found == records.end() ? records.front() : *found;
 }
 
-/// Some descriptions have the time of day in them, and with it an end of line.
+/// Some descriptions have the time of day in them, which ends in an end of line.
 std::string inOneLine(const std::string& text) {
   std::string line;
-  for (const char c : text) {
-    const bool space = std::isspace(static_cast<unsigned char>(c)) != 0;
-    if (!space) {
-      line += c == ',' && line.ends_with(' ') ? (line.pop_back(), c) : c;
-    } else if (!line.empty() && line.back() != ' ') {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\n') {
+      line += text[i];
+    } else if (i + 1 < text.size() && text[i + 1] != ',') {
       line += ' ';
     }
   }
