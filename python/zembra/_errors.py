@@ -60,7 +60,7 @@ class _FileError(LibraryError):
 
     def __init__(self, *arguments: Any) -> None:
         super().__init__(*arguments)
-        self.errno, self.filename = _system_failure(self.stack) or (0, None)
+        self.errno, self.filename = system_failure(self.stack) or (0, None)
         self.strerror = os.strerror(self.errno)
 
     def __reduce__(self) -> tuple[Any, ...]:
@@ -95,11 +95,11 @@ def library_error(
     stack: Sequence[ErrorRecord],
 ) -> LibraryError:
     """The failure of HDF5 that the stack tells of, in the class that says it best."""
-    number, _ = _system_failure(stack) or (0, None)
+    number, _ = system_failure(stack) or (0, None)
     return _FILE_ERRORS.get(number, LibraryError)(text, identifier, key, parameters, stack)
 
 
-def _system_failure(stack: Sequence[ErrorRecord]) -> tuple[int, str | None] | None:
+def system_failure(stack: Sequence[ErrorRecord]) -> tuple[int, str | None] | None:
     """The number of the system's error and the file that it is about, as HDF5's records of
     files have them. The search for plugins has failures of its own."""
     for record in stack:

@@ -6,6 +6,7 @@ left it.
 """
 
 import difflib
+import errno
 import os
 import re
 import reprlib
@@ -15,7 +16,7 @@ from typing import Any
 import numpy as np
 
 from . import _reference
-from ._errors import Error
+from ._errors import Error, system_failure
 from ._id import Id, kind_of
 from ._zembra import ask
 
@@ -24,6 +25,8 @@ Arguments = Sequence[Any]
 
 def add(error: BaseException, function: str, arguments: Arguments, refused: int) -> None:
     """Adds the notes of a failed call; `refused` counts arguments from 1, 0 is none."""
+    if isinstance(error, OSError) and error.filename is None and function.startswith("H5F"):
+        error.filename = arguments[0]  # HDF5's records do not always name the file
     for tell in Call(error, function, arguments, refused).tellers():
         try:
             for note in tell():
@@ -66,7 +69,7 @@ def _is_short(value: Any) -> bool:
     """Whether a value says more than what it is made of."""
     if isinstance(value, (list, tuple)):
         return 0 < len(value) <= _FEW and all(isinstance(item, _PLAIN) for item in value)
-    return isinstance(value, (*_PLAIN, np.generic))
+    return isinstance(value, (*_PLAIN, np.generic, os.PathLike))
 
 
 def _container(value: Any) -> str:
@@ -339,7 +342,9 @@ class Call:
             yield f"{found} ({kind})" if kind else found
 
     def _locked(self) -> Iterator[str]:
-        if any("lock file" in record.minor for record in self.stack):
+        locking = any("unable to lock" in record.description.lower() for record in self.stack)
+        number, _ = system_failure(self.stack) or (0, None)
+        if locking and number in (errno.EAGAIN, errno.EACCES):
             yield "another process has the file open and holds a lock on it"
 
 
@@ -359,7 +364,7 @@ def _open_in(name: Any) -> list[int]:
     for kinds in ("H5F_OBJ_FILE", "H5F_OBJ_ALL"):
         count = int(ask("H5Fget_obj_count", everywhere, kinds))
         if count < 1:
-            return []
+            continue
         identifiers = np.atleast_1d(ask("H5Fget_obj_ids", everywhere, kinds, count)[1])
         if found := [int(one) for one in identifiers if _same_file(ask("H5Fget_name", one), name)]:
             return found[:3]
