@@ -7,10 +7,11 @@ left it.
 
 import difflib
 import errno
+import functools
 import os
 import re
 import reprlib
-from collections.abc import Callable, Iterable, Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from typing import Any
 
 import numpy as np
@@ -105,15 +106,18 @@ def _with_article(words: str) -> str:
 # --- Names -------------------------------------------------------------------------------
 
 
-def _functions() -> list[str]:
-    return list(ask("H5ZBget_function_names"))
+@functools.lru_cache(maxsize=None)
+def _functions() -> tuple[str, ...]:
+    return tuple(ask("H5ZBget_function_names"))
 
 
-def _constants() -> list[str]:
-    return list(ask("H5ZBget_constant_names"))
+@functools.lru_cache(maxsize=None)
+def _constants() -> tuple[str, ...]:
+    return tuple(ask("H5ZBget_constant_names"))
 
 
-def nearest(name: str, names: Iterable[str]) -> list[str]:
+@functools.lru_cache(maxsize=64)
+def nearest(name: str, names: tuple[str, ...]) -> list[str]:
     """Those that somebody who wrote `name` may have meant; the case does not count."""
     by_capitals = {known.upper(): known for known in names}
     wanted = name.upper()
@@ -182,9 +186,16 @@ def _argument_counts(function: str) -> list[int]:
     return sorted({count for form in entry.forms for count in _counts(form)}) if entry else []
 
 
-def _form_for(entry: _reference.Entry, count: int) -> _reference.Form:
-    """The form that takes so many arguments, or the one that comes closest."""
-    return min(entry.forms, key=lambda form: min(abs(taken - count) for taken in _counts(form)))
+@functools.lru_cache(maxsize=None)
+def _arguments_of(function: str, count: int) -> dict[str, str]:
+    """The names of so many arguments and what they mean, by the form that takes so many or
+    comes closest."""
+    entry = _reference.entries().get(function)
+    if entry is None:
+        return {}
+    form = min(entry.forms, key=lambda one: min(abs(taken - count) for taken in _counts(one)))
+    names = (form.required + form.optional)[:count]
+    return {name: _reference.meaning(entry, name) for name in names}
 
 
 def _extent_of(space: Any) -> list[int]:
@@ -209,11 +220,9 @@ class Call:
         self.stack = error.stack if isinstance(error, Error) else []
         self.function = function
         self.arguments = arguments
-        self.entry = _reference.entries().get(function)
-        self.names: list[str] = []
-        if self.entry is not None:
-            form = _form_for(self.entry, len(arguments))
-            self.names = (form.required + form.optional)[: len(arguments)]
+        meanings = _arguments_of(function, len(arguments))
+        self.names = list(meanings)
+        self.meanings = list(meanings.values())
         self.refused = refused or self._refused_by_host() or self._not_callable()
 
     def tellers(self) -> Sequence[Callable[[], Iterator[str]]]:
@@ -256,18 +265,17 @@ class Call:
 
     def _meaning(self, index: int) -> str:
         """What the reference says that the argument is."""
-        if self.entry is None or index >= len(self.names):
-            return ""
-        return _reference.meaning(self.entry, self.names[index])
+        return self.meanings[index] if index < len(self.meanings) else ""
 
     # What was wrong
 
     def _right_count(self) -> Iterator[str]:
-        if self.key != "wrongNumberOfInputs" or self.entry is None:
+        entry = _reference.entries().get(self.function)
+        if self.key != "wrongNumberOfInputs" or entry is None:
             return
         counts = _either([str(count) for count in _argument_counts(self.function)])
         given = len(self.arguments)
-        lines = "".join(f"\n    {form.line}" for form in self.entry.forms)
+        lines = "".join(f"\n    {form.line}" for form in entry.forms)
         yield f"{self.function} takes {counts} argument{'s' * (counts != '1')}, not {given}:{lines}"
 
     def _refused_argument(self) -> Iterator[str]:

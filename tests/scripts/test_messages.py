@@ -188,7 +188,7 @@ def test_a_wrong_nout_is_told_with_the_function(nout, kind):
     with pytest.raises(kind, match=f"^H5Sclose: nout must be an int from 0 to 8, not {nout!r}$"):
         h5.H5Sclose(1, nout=nout)
     with pytest.raises(TypeError, match="^H5Sclose takes no keyword argument 'out', only 'nout'"):
-        h5.H5Sclose(1, out=1)
+        h5.H5Sclose(1, out=1)  # type: ignore[call-arg]
 
 
 class Awkward:
@@ -203,8 +203,8 @@ class Awkward:
 
 def test_no_argument_hides_the_failure():
     for value in (Awkward(), [Awkward()], {"a": Awkward()}, float("nan"), 10**400):
-        for function in (h5.H5Dopen, h5.H5Fopen):
-            error = raised(function, value)
+        for name in ("H5Dopen", "H5Fopen"):
+            error = raised(getattr(h5, name), value)
             if isinstance(error, zembra.Error):
                 assert error.key == "wrongNumberOfInputs"
                 assert any(
@@ -276,7 +276,7 @@ def test_names_that_resemble_nothing_have_no_advice():
 
 
 def test_the_case_of_a_name_does_not_matter():
-    for names in (h5.__all__, h5.H5ZBget_constant_names()):
+    for names in (tuple(h5.__all__), tuple(h5.H5ZBget_constant_names())):
         for name in names:
             assert _notes.nearest(name.lower(), names) == [name]
 
