@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "hdf5/error_stack.hpp"
 #include "python/failure_notes.hpp"
 #include "python/from_host.hpp"
+#include "python/interpreter_lock.hpp"
+#include "python/interrupt.hpp"
+#include "python/library_lock.hpp"
 #include "python/python_exception.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
@@ -77,6 +81,29 @@ py::object toPython(std::span<zbArray* const> results) {
   return tuple;
 }
 
+/// Whether a function only looks at what HDF5 has in memory: it returns before another thread
+/// could have the interpreter's lock.
+bool isBrief(std::string_view function) {
+  static constexpr std::string_view kInterfaces[] = {
+      "H5S", "H5P", "H5E", "H5Z", "H5Tget", "H5Tset", "H5Iget_type", "H5Iget_ref", "H5Iis_valid"};
+  return std::ranges::any_of(kInterfaces,
+                             [&](std::string_view prefix) { return function.starts_with(prefix); });
+}
+
+/// The gateway's entry point; other Python threads run while HDF5 works.
+void enter(std::string_view function, int nOut, zbArray** outs, int nIn, const zbArray** ins) {
+  const InterruptScope interrupt;
+  try {
+    std::optional<InterpreterReleased> released;
+    if (!isBrief(function)) released.emplace();
+    loadGateway()(nOut, outs, nIn, ins);
+  } catch (...) {
+    interrupt.end();
+    throw;
+  }
+  interrupt.end();
+}
+
 /// `refused` becomes the position of the argument that the call fails because of.
 py::object call(const zbArray* name, std::string_view label, std::span<PyObject* const> objects,
                 int nOut, std::size_t& refused) {
@@ -87,10 +114,11 @@ py::object call(const zbArray* name, std::string_view label, std::span<PyObject*
     arguments.append(convert(objects[i], label, refused));
   }
   refused = 0;
+  const LibraryLock lock;
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
   try {
-    loadGateway()(nOut, outs.data(), arguments.count(), arguments.arrays());
+    enter(label, nOut, outs.data(), arguments.count(), arguments.arrays());
   } catch (const HostError& error) {
     if (error->input != nullptr) refused = arguments.positionOf(error->input);
     throw;
@@ -161,10 +189,15 @@ PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t c
 
 PyObject* askByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count) noexcept {
   try {
-    std::size_t refused = 0;
     const std::span arguments(values, static_cast<std::size_t>(count));
+    if (arguments.empty() || PyUnicode_Check(arguments[0]) == 0) {
+      throw py::type_error("ask: the name of a function comes first");
+    }
+    const Utf8 name = utf8(borrow(arguments[0]));
+    std::size_t refused = 0;
+    const LibraryLock lock;
     const hdf5::KeepErrorStack stack;
-    return call(nullptr, "zembra.ask", arguments, kDefaultResults, refused).release().ptr();
+    return call(nullptr, name.view(), arguments, kDefaultResults, refused).release().ptr();
   } catch (...) {
     raiseInPython();
     return nullptr;

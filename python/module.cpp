@@ -1,6 +1,7 @@
 // The extension module zembra._zembra: what the package needs from C++.
 #include "python/gateway_call.hpp"
 #include "python/gateway_function.hpp"
+#include "python/library_lock.hpp"
 #define ZEMBRA_IMPORTS_NUMPY
 #include "python/numpy.hpp"
 #include "python/package_classes.hpp"
@@ -17,8 +18,8 @@ PyMethodDef methods[] = {
      METH_FASTCALL | METH_KEYWORDS,
      "call(name, *arguments, nout=5)\n--\n\n"
      "Calls the gateway function `name`. Gives None when the function stores no\n"
-     "result, its one result, or a tuple of those stored, `nout` at most. The\n"
-     "interpreter's lock is held until the call returns."},
+     "result, its one result, or a tuple of those stored, `nout` at most. Other\n"
+     "threads run meanwhile; calls of several threads take turns."},
     {"ask", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(host::askByName)),
      METH_FASTCALL,
      "ask(name, *arguments)\n--\n\n"
@@ -58,5 +59,6 @@ PYBIND11_MODULE(_zembra, module) {
   host::routeWarnings();
   if (PyModule_AddFunctions(module.ptr(), methods) != 0) throw host::py::error_already_set();
   module.attr("Function") = host::makeFunctionType();
+  host::addLibraryLock(module);
   module.attr("identifier_types") = identifierTypes();
 }

@@ -11,6 +11,7 @@ What a script forgets to close is closed, and on disk, when the process ends in 
 ordinary way.
 """
 
+from . import _process  # first: it refuses what the extension module must not meet
 from ._errors import (
     Error,
     ErrorRecord,
@@ -25,6 +26,8 @@ from ._records import records
 from ._version import __version__
 from ._zembra import call
 from . import h5
+
+_process.join()
 
 __all__ = [
     "Error",

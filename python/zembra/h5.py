@@ -10,7 +10,9 @@ on, a positive number stops, a negative one fails the call; None is as good as 0
 Where user data travel along it returns a pair, the status and the user data to go
 on with.
 
-HDF5 runs with the interpreter's lock held: calls from several threads take turns.
+Other Python threads run while HDF5 works. HDF5 does one thing at a time: calls of several
+threads take turns, with one another and with h5py's. A callback runs in the middle of a
+call: what it waits for must not be waiting for HDF5.
 """
 
 from ._zembra import Function as _Function
