@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "runtime/error_records.hpp"
 #include "runtime/host_error.hpp"
+#include "runtime/library_records.hpp"
 #include "runtime/pending_cause.hpp"
 
 void KVH5libraryError() {

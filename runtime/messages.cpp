@@ -1,8 +1,8 @@
 // The message catalogue: the texts of the keys, and the errors and warnings made from them.
 #include "host/messages.hpp"
 
-#include "runtime/error_records.hpp"
 #include "runtime/host_error.hpp"
+#include "runtime/library_records.hpp"
 #include "runtime/pending_cause.hpp"
 
 namespace zembra {

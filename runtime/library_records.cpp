@@ -1,4 +1,4 @@
-#include "runtime/error_records.hpp"
+#include "runtime/library_records.hpp"
 
 #include <algorithm>
 #include <cstddef>
