@@ -418,9 +418,9 @@ std::optional<std::int64_t> findConstant(std::string_view name) {
   return kValues[static_cast<std::size_t>(place - kNames.begin())];
 }
 
-std::int64_t constantValue(std::string_view name) {
+std::int64_t constantValue(std::string_view name, const zbArray* input) {
   const auto value = findConstant(name);
-  if (!value) raise<msg::constantNotFound>(std::string(name));
+  if (!value) raiseAbout<msg::constantNotFound>(input, std::string(name));
   return *value;
 }
 

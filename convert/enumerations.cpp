@@ -22,13 +22,13 @@ std::int32_t enumValueOf(const zbArray* argument, std::span<const EnumName> name
   if (isText(argument)) {
     const std::string name = textOf(argument);
     if (const EnumName* found = findByName(names, name)) return found->value;
-    raise<msg::unmatchedStringNoParam>(name);
+    raiseAbout<msg::unmatchedStringNoParam>(argument, name);
   }
-  if (!isRealScalar(argument)) raise<msg::badEnumInputType>();
+  if (!isRealScalar(argument)) raiseAbout<msg::badEnumInputType>(argument);
 
   const std::int32_t number = truncateToInt32(zbGetScalar(argument));
   const auto count = static_cast<std::int64_t>(names.size());
-  if (number < 0 || number >= count) raise<msg::badEnumNumericInput>(number, count);
+  if (number < 0 || number >= count) raiseAbout<msg::badEnumNumericInput>(argument, number, count);
   return number;
 }
 

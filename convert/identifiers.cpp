@@ -54,21 +54,21 @@ hid_t getHidArg(const zbArray* array, const char* description) {
   if (isText(array)) {
     const std::string name = textOf(array);
     if (name == "H5P_DEFAULT") return H5P_DEFAULT;
-    raise<msg::unmatchedHidtString>(name, description);
+    raiseAbout<msg::unmatchedHidtString>(array, name, description);
   }
   hid_t id = H5I_INVALID_HID;
-  if (!readIdentifier(array, id)) raise<msg::doubleHidtMismatch>(description);
+  if (!readIdentifier(array, id)) raiseAbout<msg::doubleHidtMismatch>(array, description);
   return id;
 }
 
 hid_t namedIdentifier(const zbArray* name) {
-  return identifierFromHost(static_cast<double>(constantValue(textOf(name))));
+  return identifierFromHost(static_cast<double>(constantValue(textOf(name), name)));
 }
 
 hid_t getDatatypeHidArg(const zbArray* array, const char* description) {
   if (isText(array)) return namedIdentifier(array);
   hid_t id = H5I_INVALID_HID;
-  if (!readIdentifier(array, id)) raise<msg::doubleDatatypeHidtMismatch>(description);
+  if (!readIdentifier(array, id)) raiseAbout<msg::doubleDatatypeHidtMismatch>(array, description);
   return id;
 }
 
@@ -79,24 +79,24 @@ hid_t getPlistArg(const zbArray* array, const char* description) {
     for (const PropertyListClass& listClass : kListClasses) {
       if (name == listClass.name) return listClass.read();
     }
-    raise<msg::unmatchedString>(name, description);
+    raiseAbout<msg::unmatchedString>(array, name, description);
   }
   hid_t id = H5I_INVALID_HID;
   if (!readIdentifier(array, id)) {
-    raise<msg::badPropertyListDatatype>(description, zbGetClassName(array));
+    raiseAbout<msg::badPropertyListDatatype>(array, description, zbGetClassName(array));
   }
   return id;
 }
 
 hid_t getMemorySpaceArg(const zbArray* array) {
   if (!isText(array)) return getHidArg(array, "memory space identifier");
-  if (!isSpaceAll(array)) raise<msg::memSpaceIdStringMatchFailure>();
+  if (!isSpaceAll(array)) raiseAbout<msg::memSpaceIdStringMatchFailure>(array);
   return H5S_ALL;
 }
 
 hid_t getFileSpaceArg(const zbArray* array) {
   if (!isText(array)) return getHidArg(array, "file dataspace identifier");
-  if (!isSpaceAll(array)) raise<msg::noStringMatchForSpaceId>();
+  if (!isSpaceAll(array)) raiseAbout<msg::noStringMatchForSpaceId>(array);
   return H5S_ALL;
 }
 

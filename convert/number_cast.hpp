@@ -11,20 +11,20 @@
 
 namespace h5gate {
 
-/// Out of range raises `Message`.
+/// Out of range raises `Message`, about the input that the value comes from.
 template <class Target, class Message>
-Target castOrRaise(double value) {
+Target castOrRaise(double value, const zbArray* input = nullptr) {
   static_assert(std::is_unsigned_v<Target> || sizeof(Target) < sizeof(double),
                 "both bounds must be exact in doubles");
   constexpr auto kLowest = static_cast<double>(std::numeric_limits<Target>::lowest());
   const double kEnd = std::ldexp(1.0, std::numeric_limits<Target>::digits);
-  if (!(value > kLowest - 1 && value < kEnd)) raise<Message>();
+  if (!(value > kLowest - 1 && value < kEnd)) raiseAbout<Message>(input);
   return static_cast<Target>(value);
 }
 
 /// Out of range raises `numericCastError`.
-inline hsize_t castToSize(double value) {
-  return castOrRaise<hsize_t, msg::numericCastError>(value);
+inline hsize_t castToSize(double value, const zbArray* input = nullptr) {
+  return castOrRaise<hsize_t, msg::numericCastError>(value, input);
 }
 inline std::int32_t castToInt(double value) {
   return castOrRaise<std::int32_t, msg::numericCastError>(value);

@@ -11,7 +11,7 @@ namespace h5gate {
 /// Out of range raises `scalarValueInputOutOfRange`, or another message.
 template <class Target, class Message = msg::scalarValueInputOutOfRange>
 Target getScalarArg(const zbArray* array) {
-  return castOrRaise<Target, Message>(zbGetScalar(array));
+  return castOrRaise<Target, Message>(zbGetScalar(array), array);
 }
 inline std::int32_t getIntArg(const zbArray* array) { return getScalarArg<std::int32_t>(array); }
 inline std::uint32_t getUIntArg(const zbArray* array) { return getScalarArg<std::uint32_t>(array); }
@@ -27,13 +27,13 @@ inline hsize_t getConfigSizeArg(const zbArray* array) {
 
 /// A double array of any size, or `notDoublePrecision` with the description.
 inline void requireDouble(const zbArray* array, const char* description) {
-  if (zbGetClass(array) != zbClass::Double) raise<msg::notDoublePrecision>(description);
+  if (zbGetClass(array) != zbClass::Double) raiseAbout<msg::notDoublePrecision>(array, description);
 }
 
 /// A double of exactly one element, or `notDoublePrecision` with the description;
 /// then as getSizeArg.
 inline hsize_t getStrictSizeArg(const zbArray* array, const char* description) {
-  if (zbGetNumberOfElements(array) != 1) raise<msg::notDoublePrecision>(description);
+  if (zbGetNumberOfElements(array) != 1) raiseAbout<msg::notDoublePrecision>(array, description);
   requireDouble(array, description);
   return getSizeArg(array);
 }

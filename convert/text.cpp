@@ -15,8 +15,8 @@ std::string textOf(const zbArray* array) {
 
 std::string getStringArg(const zbArray* array, const char* description) {
   if (!isText(array)) {
-    if (description == nullptr) raise<msg::inputArrayNotChar>();
-    raise<msg::notString>(description);
+    if (description == nullptr) raiseAbout<msg::inputArrayNotChar>(array);
+    raiseAbout<msg::notString>(array, description);
   }
   return textOf(array);
 }

@@ -14,7 +14,7 @@ template <class Value, class Cast>
 PaddedVector<Value> convertEach(const zbArray* array, Cast castElement) {
   PaddedVector<Value> values(zbGetNumberOfElements(array));
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = static_cast<Value>(castElement(elementAsDouble(array, i)));
+    values[i] = static_cast<Value>(castElement(elementAsDouble(array, i), array));
   }
   return values;
 }
@@ -28,8 +28,9 @@ PaddedSizes getDimsArg(const zbArray* array, const char* description) {
 
 PaddedSizes getMaxDimsArg(const zbArray* array) {
   requireDouble(array, "MAXDIMS");
-  return convertEach<hsize_t>(
-      array, [](double value) { return value == -1.0 ? H5S_UNLIMITED : castToSize(value); });
+  return convertEach<hsize_t>(array, [](double value, const zbArray* input) {
+    return value == -1.0 ? H5S_UNLIMITED : castToSize(value, input);
+  });
 }
 
 PaddedOffsets getOffsetsArg(const zbArray* array, const char* description) {
@@ -42,8 +43,8 @@ PaddedSizes getExtentArg(const zbArray* array) { return convertEach<hsize_t>(arr
 std::vector<std::uint32_t> getUIntsArg(const zbArray* array) {
   std::vector<std::uint32_t> values(zbGetNumberOfElements(array));
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] =
-        castOrRaise<std::uint32_t, msg::scalarValueInputOutOfRange>(elementAsDouble(array, i));
+    values[i] = castOrRaise<std::uint32_t, msg::scalarValueInputOutOfRange>(
+        elementAsDouble(array, i), array);
   }
   return values;
 }

@@ -11,9 +11,12 @@
 
 #include "host/library_error.hpp"
 
+struct zbArray;
+
 namespace resource_core {
 
-/// A catalogued message: its component, its key and its parameters in order.
+/// A catalogued message: its component, its key and its parameters in order. Where they
+/// are known, the circumstances come with it, for hosts that tell more than the text.
 class BaseMsgID {
  public:
   using Parameter = std::variant<std::string, std::int64_t>;
@@ -21,6 +24,13 @@ class BaseMsgID {
   [[nodiscard]] std::string_view component() const { return component_; }
   [[nodiscard]] std::string_view key() const { return key_; }
   [[nodiscard]] const std::vector<Parameter>& parameters() const { return parameters_; }
+
+  /// The input that was refused; null where it is not a single one.
+  [[nodiscard]] const zbArray* input() const { return input_; }
+  void concern(const zbArray* input) { input_ = input; }
+  /// HDF5 failed: its error stack, as it stands, says why.
+  [[nodiscard]] bool libraryFailed() const { return libraryFailed_; }
+  void blameLibrary() { libraryFailed_ = true; }
 
  protected:
   BaseMsgID(std::string_view component, std::string_view key, std::vector<Parameter> parameters)
@@ -31,6 +41,8 @@ class BaseMsgID {
   std::string_view component_;
   std::string_view key_;
   std::vector<Parameter> parameters_;
+  const zbArray* input_ = nullptr;
+  bool libraryFailed_ = false;
 };
 
 }  // namespace resource_core

@@ -6,16 +6,20 @@
 #include <string>
 #include <vector>
 
+#include "hdf5/error_stack.hpp"
+#include "python/failure_notes.hpp"
 #include "python/from_host.hpp"
 #include "python/interpreter_lock.hpp"
 #include "python/interrupt.hpp"
 #include "python/library_lock.hpp"
+#include "python/python_exception.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
 #include "python/unconvertible.hpp"
 #include "python/utf8.hpp"
 #include "runtime/call.hpp"
 #include "runtime/gateway_loader.hpp"
+#include "runtime/host_error.hpp"
 
 namespace zembra::python {
 namespace {
@@ -49,6 +53,13 @@ class Arguments {
 
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
   const zbArray** arrays() { return many_.empty() ? few_ : many_.data(); }
+
+  /// Where the array stands, counted from 1 behind the name; 0 where it is none of them.
+  [[nodiscard]] std::size_t positionOf(const zbArray* array) {
+    const zbArray** const end = arrays() + count_;
+    const zbArray** const found = std::find(arrays() + borrowed_, end, array);
+    return found == end ? 0 : static_cast<std::size_t>(found - arrays()) - borrowed_ + 1;
+  }
 
  private:
   static constexpr std::size_t kFew = 16;
@@ -93,17 +104,25 @@ void enter(std::string_view function, int nOut, zbArray** outs, int nIn, const z
   interrupt.end();
 }
 
+/// `refused` becomes the position of the argument that the call fails because of.
 py::object call(const zbArray* name, std::string_view label, std::span<PyObject* const> objects,
-                int nOut) {
+                int nOut, std::size_t& refused) {
   Arguments arguments(objects.size() + 1);
   if (name != nullptr) arguments.borrow(name);
   for (std::size_t i = 0; i < objects.size(); ++i) {
-    arguments.append(convert(objects[i], label, i + 1));
+    refused = i + 1;
+    arguments.append(convert(objects[i], label, refused));
   }
+  refused = 0;
   const LibraryLock lock;
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
-  enter(label, nOut, outs.data(), arguments.count(), arguments.arrays());
+  try {
+    enter(label, nOut, outs.data(), arguments.count(), arguments.arrays());
+  } catch (const HostError& error) {
+    if (error->input != nullptr) refused = arguments.positionOf(error->input);
+    throw;
+  }
   // Handlers store results that nobody asked for; those stay behind.
   const auto asked = std::span(outs).first(static_cast<std::size_t>(nOut));
   const auto stored = std::find(asked.begin(), asked.end(), nullptr) - asked.begin();
@@ -112,19 +131,24 @@ py::object call(const zbArray* name, std::string_view label, std::span<PyObject*
 
 }  // namespace
 
-int resultsAskedFor(PyObject* names, PyObject* const* values) {
+int resultsAskedFor(std::string_view label, PyObject* names, PyObject* const* values) {
   if (names == nullptr) return kDefaultResults;
   int nOut = kDefaultResults;
   for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(names); ++i) {
     PyObject* const name = PyTuple_GET_ITEM(names, i);
     if (PyUnicode_CompareWithASCIIString(name, "nout") != 0) {
-      throw py::type_error("gateway functions take no keyword argument '" +
+      throw py::type_error(std::string(label) + " takes no keyword argument '" +
                            std::string(utf8(borrow(name)).view()) + "', only 'nout'");
     }
+    const std::string wrong = std::string(label) + ": nout must be an int from 0 to " +
+                              std::to_string(kResultSlots) + ", not ";
+    if (PyIndex_Check(values[i]) == 0) {
+      throw py::type_error(wrong + std::string(py::repr(borrow(values[i]))));
+    }
     const long asked = PyLong_AsLong(values[i]);
-    if (asked == -1 && PyErr_Occurred() != nullptr) throw py::error_already_set();
+    if (asked == -1) PyErr_Clear();  // out of range, whichever way
     if (asked < 0 || asked > kResultSlots) {
-      throw py::value_error("nout must be 0 to " + std::to_string(kResultSlots));
+      throw py::value_error(wrong + std::string(py::repr(borrow(values[i]))));
     }
     nOut = static_cast<int>(asked);
   }
@@ -133,10 +157,15 @@ int resultsAskedFor(PyObject* names, PyObject* const* values) {
 
 PyObject* callGateway(const zbArray* name, std::string_view label,
                       std::span<PyObject* const> arguments, int nOut) noexcept {
+  std::size_t refused = 0;
   try {
-    return call(name, label, arguments, nOut).release().ptr();
+    return call(name, label, arguments, nOut, refused).release().ptr();
+  } catch (const PythonException& exception) {
+    exception.raise();  // somebody else's, out of a callback or a warning
+    return nullptr;
   } catch (...) {
     raiseInPython();
+    addNotes(label, arguments, refused);
     return nullptr;
   }
 }
@@ -144,7 +173,7 @@ PyObject* callGateway(const zbArray* name, std::string_view label,
 PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count,
                      PyObject* names) noexcept {
   try {
-    const int nOut = resultsAskedFor(names, values + count);
+    const int nOut = resultsAskedFor("zembra.call", names, values + count);
     const std::span arguments(values, static_cast<std::size_t>(count));
     if (arguments.empty()) return callGateway(nullptr, "zembra.call", arguments, nOut);
     const Value name = toHost(arguments[0]);
@@ -152,6 +181,23 @@ PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t c
                                   ? std::string(utf8(borrow(arguments[0])).view())
                                   : "zembra.call";
     return callGateway(name.get(), label, arguments.subspan(1), nOut);
+  } catch (...) {
+    raiseInPython();
+    return nullptr;
+  }
+}
+
+PyObject* askByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count) noexcept {
+  try {
+    const std::span arguments(values, static_cast<std::size_t>(count));
+    if (arguments.empty() || PyUnicode_Check(arguments[0]) == 0) {
+      throw py::type_error("ask: the name of a function comes first");
+    }
+    const Utf8 name = utf8(borrow(arguments[0]));
+    std::size_t refused = 0;
+    const LibraryLock lock;
+    const hdf5::KeepErrorStack stack;
+    return call(nullptr, name.view(), arguments, kDefaultResults, refused).release().ptr();
   } catch (...) {
     raiseInPython();
     return nullptr;

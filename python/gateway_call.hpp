@@ -15,8 +15,9 @@ namespace zembra::python {
 inline constexpr int kDefaultResults = 5;
 
 /// The value of `nout=`, the one keyword there is; throws what Python shall raise.
-/// `names` and `values` are those of a vectorcall, `names` may be null.
-int resultsAskedFor(PyObject* names, PyObject* const* values);
+/// `names` and `values` are those of a vectorcall, `names` may be null. `label` is the
+/// function in messages.
+int resultsAskedFor(std::string_view label, PyObject* names, PyObject* const* values);
 
 /// Calls the function that the array `name` names; null and a Python exception
 /// when it fails. `label` is the function in messages.
@@ -26,5 +27,9 @@ PyObject* callGateway(const zbArray* name, std::string_view label,
 /// zembra.call(name, *arguments, nout=5), with METH_FASTCALL's arguments.
 PyObject* callByName(PyObject* module, PyObject* const* values, Py_ssize_t count,
                      PyObject* names) noexcept;
+
+/// zembra._zembra.ask(name, *arguments): a call on the side, that leaves HDF5's error stack
+/// as it is.
+PyObject* askByName(PyObject* module, PyObject* const* values, Py_ssize_t count) noexcept;
 
 }  // namespace zembra::python

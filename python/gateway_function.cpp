@@ -34,7 +34,7 @@ PyObject* call(PyObject* self, PyObject* const* values, std::size_t countAndFlag
   int nOut = kDefaultResults;
   if (names != nullptr) {
     try {
-      nOut = resultsAskedFor(names, values + count);
+      nOut = resultsAskedFor(label(function), names, values + count);
     } catch (...) {
       raiseInPython();
       return nullptr;

@@ -20,6 +20,10 @@ PyMethodDef methods[] = {
      "Calls the gateway function `name`. Gives None when the function stores no\n"
      "result, its one result, or a tuple of those stored, `nout` at most. Other\n"
      "threads run meanwhile; calls of several threads take turns."},
+    {"ask", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(host::askByName)),
+     METH_FASTCALL,
+     "ask(name, *arguments)\n--\n\n"
+     "As call(), but HDF5's error stack stays as it is, and failures have no notes."},
     {nullptr, nullptr, 0, nullptr}};
 
 /// What each type of identifier is called and closed by: scripts see 1.8's numbers of the

@@ -8,7 +8,7 @@ namespace {
 PackageClasses load() {
   const py::module_ errors = py::module_::import("zembra._errors");
   return {py::module_::import("zembra._id").attr("Id"), errors.attr("Error"),
-          errors.attr("LibraryError"), errors.attr("GatewayWarning"), errors.attr("ErrorRecord")};
+          errors.attr("library_error"), errors.attr("GatewayWarning"), errors.attr("ErrorRecord")};
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace zembra::python {
 struct PackageClasses {
   py::object id;              // zembra.Id
   py::object error;           // zembra.Error
-  py::object libraryError;    // zembra.LibraryError
+  py::object libraryError;    // makes a zembra.LibraryError, or the class of it that fits
   py::object gatewayWarning;  // zembra.GatewayWarning
   py::object errorRecord;     // zembra.ErrorRecord
 

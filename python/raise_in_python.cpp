@@ -27,11 +27,14 @@ void raiseHost(const HostError& error) {
                                      toStr(record.description), toStr(record.major),
                                      toStr(record.minor)));
   }
-  const py::object& type = error->libraryFailure ? package.libraryError : package.error;
+  const py::object& make = error->libraryFailure ? package.libraryError : package.error;
   const py::object exception =
-      type(toStr(error->text), toStr(error->identifier), toStr(error->key), parameters, stack);
+      make(toStr(error->text), toStr(error->identifier), toStr(error->key), parameters, stack);
   setCause(exception, error->cause);
-  PyErr_SetObject(type.ptr(), exception.ptr());
+  if (!error->libraryFailure && !error->libraryReason.empty()) {
+    exception.attr("add_note")(toStr("HDF5 said: " + error->libraryReason));
+  }
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
 }
 
 void raiseInFlight() {

@@ -34,7 +34,9 @@ class HostError : public std::exception {
     std::vector<Parameter> parameters;
     std::string text;
     bool libraryFailure = false;     // HDF5's own failure
-    std::vector<ErrorRecord> stack;  // innermost first
+    std::vector<ErrorRecord> stack;  // innermost first; also where HDF5 had a part in it
+    std::string libraryReason;       // what the stack says, in a line
+    const zbArray* input = nullptr;  // which was refused, if it is one; to compare with
     std::exception_ptr cause;        // what a host function threw, where that is the reason
   };
   explicit HostError(Content content)

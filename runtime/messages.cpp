@@ -2,6 +2,7 @@
 #include "host/messages.hpp"
 
 #include "runtime/host_error.hpp"
+#include "runtime/library_records.hpp"
 #include "runtime/pending_cause.hpp"
 
 namespace zembra {
@@ -45,6 +46,11 @@ HostError::Content contentOf(const resource_core::BaseMsgID& message) {
       content.text = fill(entry.text, content.parameters);
     }
   }
+  if (message.libraryFailed()) {
+    content.stack = currentErrorRecords();
+    content.libraryReason = leadingLine(content.stack);
+  }
+  content.input = message.input();
   content.cause = takePendingCause();
   return content;
 }

@@ -26,7 +26,7 @@ zbArray* readData(hid_t memoryType, hid_t memorySpace, hssize_t points, Read rea
 template <class NullSpace, class Write>
 void writeData(hid_t memoryType, hid_t memorySpace, const zbArray* data, Write write) {
   if (H5Sget_simple_extent_type(memorySpace) == H5S_NULL) {
-    if (zbGetNumberOfElements(data) != 0) raise<NullSpace>();
+    if (zbGetNumberOfElements(data) != 0) raiseAbout<NullSpace>(data);
     return;
   }
   HDF5Dataset dataset(memoryType, memorySpace);

@@ -65,30 +65,31 @@ std::string listOf(const Value* values, std::size_t count) {
 /// host the fastest.
 void checkFillBuffer(hid_t space, const zbArray* buffer) {
   const int ndims = H5Sget_simple_extent_ndims(space);
-  if (ndims < 0) raise<msg::failureToRetrieveDataspaceNdims>();
+  if (ndims < 0) raiseFailed<msg::failureToRetrieveDataspaceNdims>();
   const auto rank = static_cast<std::size_t>(ndims);
   PaddedSizes extent(rank);
   if (H5Sget_simple_extent_dims(space, extent.data(), nullptr) < 0) {
-    raise<msg::failureToRetrieveDataspace>();
+    raiseFailed<msg::failureToRetrieveDataspace>();
   }
   const std::size_t bufferRank = zbGetNumberOfDimensions(buffer);
   const std::size_t* shape = zbGetDimensions(buffer);
   if (rank < 2) {
-    if (bufferRank != 2) raise<msg::dataBufferRankNotTwo>();
+    if (bufferRank != 2) raiseAbout<msg::dataBufferRankNotTwo>(buffer);
     const auto elements = static_cast<std::int64_t>(zbGetNumberOfElements(buffer));
     // A scalar space has no extent to compare with: it is one element.
     const auto points = static_cast<std::int64_t>(rank == 0 ? 1 : extent[0]);
     if (elements > points) {
-      raise<msg::wrongNumberOfElementsForOneDimensionalDataspace>(elements, points);
+      raiseAbout<msg::wrongNumberOfElementsForOneDimensionalDataspace>(buffer, elements, points);
     }
     return;
   }
   if (bufferRank != rank) {
-    raise<msg::inconsistentRanks>(ndims, static_cast<std::int64_t>(bufferRank));
+    raiseAbout<msg::inconsistentRanks>(buffer, ndims, static_cast<std::int64_t>(bufferRank));
   }
   for (std::size_t i = 0; i < rank; ++i) {
     if (extent[i] > shape[rank - 1 - i]) {
-      raise<msg::inconsistentExtent>(listOf(extent.data(), rank), listOf(shape, bufferRank));
+      raiseAbout<msg::inconsistentExtent>(buffer, listOf(extent.data(), rank),
+                                          listOf(shape, bufferRank));
     }
   }
 }

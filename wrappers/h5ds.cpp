@@ -1,9 +1,10 @@
-// H5DS: dimension scales. What fails in HDF5 is told by the name of the function, not
-// by the error stack. Dimensions are HDF5's: counted from 0, the slowest-varying first.
+// H5DS: dimension scales. What fails in HDF5 is told by the name of the function, beside
+// the error stack. Dimensions are HDF5's: counted from 0, the slowest-varying first.
 #include <optional>
 #include <string>
 #include <tuple>
 
+#include "hdf5/scale_failures.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
@@ -22,7 +23,7 @@ template <Description Function>
 struct NamesFailures {
   template <class Answer>
   static Answer check(Answer answer) {
-    if (answer < 0) raise<msg::libraryFailureH5DS>(Function.text);
+    if (answer < 0) raiseFailed<msg::libraryFailureH5DS>(Function.text);
     return answer;
   }
 };
@@ -30,8 +31,18 @@ template <Description Function, class Form>
 struct NamedIfFailed : Form {
   using Rule = NamesFailures<Function>;
 };
-#define SCALE_CALL(Name, Function, Gives, ...) \
-  CALL(Name, Function, NamedIfFailed<#Name, Gives>, __VA_ARGS__)
+
+/// A function that tells why it failed: HDF5 does, or `Wrong`.
+template <Description Name, auto Function, auto Wrong>
+struct Explained {
+  template <class... Arguments>
+  auto operator()(Arguments... arguments) const {
+    return hdf5::callScales<Function>(Name.text, Wrong, arguments...);
+  }
+};
+#define SCALE_CALL(Name, Function, Wrong, Gives, ...)                                             \
+  CALL(Name, (Explained<#Name, Function, hdf5::wrongWith##Wrong>{}), NamedIfFailed<#Name, Gives>, \
+       __VA_ARGS__)
 #define SCALE(Function, ...) SCALE_CALL(Function, Function, __VA_ARGS__)
 
 /// An empty array stands for no name, which HDF5 says with a null pointer.
@@ -56,7 +67,10 @@ constexpr auto callHost = trappedAdapter<keepReport, IdInput, NumberInput<unsign
 herr_t iterateScales(hid_t dataset, unsigned dimension, int* index, decltype(callHost) visit,
                      void* data) {
   const int start = *index;
-  const herr_t status = start < 0 ? -1 : H5DSiterate_scales(dataset, dimension, index, visit, data);
+  const herr_t status = start < 0 ? hdf5::refuse("H5DSiterate_scales", "the position is negative")
+                                  : hdf5::callScales<H5DSiterate_scales>(
+                                        "H5DSiterate_scales", hdf5::wrongWithDimension, dataset,
+                                        dimension, index, visit, data);
   *index = start + static_cast<int>(static_cast<const CallbackContext*>(data)->calls);
   return status;
 }
@@ -65,15 +79,16 @@ using Start = InOut<OrZero<Int>>;
 
 constexpr Row kDimensionScaleFunctions[] = {
     // clang-format off
-    //    name                gives         takes
-    SCALE(H5DSattach_scale,   Nothing,      DatasetId, ScaleId, Axis),
-    SCALE(H5DSdetach_scale,   Nothing,      DatasetId, ScaleId, Axis),
-    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel, BufferedText, DatasetId, Axis, Buffer),
-    SCALE(H5DSget_num_scales, Number,       DatasetId, Axis),
-    SCALE(H5DSget_scale_name, BufferedText, DatasetId, Buffer),
-    SCALE(H5DSis_scale,       Number,       DatasetId),
-    SCALE(H5DSset_label,      Nothing,      DatasetId, Axis, Name),
-    SCALE(H5DSset_scale,      Nothing,      ScaleId, NameOrNone),
+    //    name                wrong      gives         takes
+    SCALE(H5DSattach_scale,   Attaching, Nothing,      DatasetId, ScaleId, Axis),
+    SCALE(H5DSdetach_scale,   Detaching, Nothing,      DatasetId, ScaleId, Axis),
+    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel,
+                              Dimension, BufferedText, DatasetId, Axis, Buffer),
+    SCALE(H5DSget_num_scales, Dimension, Number,       DatasetId, Axis),
+    SCALE(H5DSget_scale_name, NameOf,    BufferedText, DatasetId, Buffer),
+    SCALE(H5DSis_scale,       Scaled,    Number,       DatasetId),
+    SCALE(H5DSset_label,      Dimension, Nothing,      DatasetId, Axis, Name),
+    SCALE(H5DSset_scale,      NewScale,  Nothing,      ScaleId, NameOrNone),
 
     //   name                calls          gives
     //                       takes

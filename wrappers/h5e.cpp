@@ -43,7 +43,7 @@ void walk(Inputs ins, Results& /*outs*/) {
                                                       RecordInput<StackRecord, makeErrorRecord>>,
                                          &context);
   context.raiseParked();
-  if (status < 0) raise<msg::erorStackCallbackFunctionFailed>();
+  if (status < 0) raiseFailed<msg::erorStackCallbackFunctionFailed>();
 }
 
 constexpr Row kErrorFunctions[] = {

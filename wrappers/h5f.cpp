@@ -30,7 +30,8 @@ using MountList = ListId<"mount property list">;
 /// Creation takes the name of any constant; a combined mask must be a number.
 struct CreateFlags {
   static unsigned from(const zbArray* array) {
-    return isText(array) ? static_cast<unsigned>(constantValue(textOf(array))) : getUIntArg(array);
+    return isText(array) ? static_cast<unsigned>(constantValue(textOf(array), array))
+                         : getUIntArg(array);
   }
 };
 
@@ -41,9 +42,9 @@ struct OpenFlags {
       const std::string name = textOf(array);
       if (name == "H5F_ACC_RDWR") return H5F_ACC_RDWR;
       if (name == "H5F_ACC_RDONLY") return H5F_ACC_RDONLY;
-      raise<msg::unmatchedString>(name, "flags");
+      raiseAbout<msg::unmatchedString>(array, name, "flags");
     }
-    if (zbGetClass(array) != zbClass::Double) raise<msg::notDoublePrecision>("flags");
+    if (zbGetClass(array) != zbClass::Double) raiseAbout<msg::notDoublePrecision>(array, "flags");
     return getUIntArg(array);
   }
 };
@@ -62,7 +63,7 @@ struct ObjectKinds {
     for (const auto& [known, kind] : kKinds) {
       if (name == known) return kind;
     }
-    raise<msg::badH5FobjectString>(name);
+    raiseAbout<msg::badH5FobjectString>(array, name);
   }
 };
 

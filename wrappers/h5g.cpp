@@ -31,7 +31,7 @@ struct Destination {
   static hid_t from(const zbArray* array) {
     if (!isText(array)) return getHidArg(array, "destination identifier");
     if (getStringArg(array, "destination name") != "H5G_SAME_LOC") {
-      raise<msg::badDestinationName>();
+      raiseAbout<msg::badDestinationName>(array);
     }
     return H5G_SAME_LOC;
   }
@@ -45,7 +45,7 @@ void getLinkValue(Inputs ins, Results& outs) {
   const auto [location, name] = take<Id<"link location identifier">, CommentParent>(ins);
   hdf5::LinkInfo info{};
   if (hdf5::getLinkInfo(location, name.c_str(), &info, H5P_DEFAULT) < 0) {
-    raise<msg::objectNotLink>(name);
+    raiseFailed<msg::objectNotLink>(name);
   }
   const std::size_t size = info.type == H5L_TYPE_HARD ? 0 : info.u.val_size;
   std::string value(size + 1, '\0');  // a NUL stands behind every value

@@ -107,7 +107,8 @@ struct FileOrGroup {
   };
   static Passed from(const zbArray* location) {
     const H5I_type_t type = H5Iget_type(LocationId::from(location));
-    if (type != H5I_FILE && type != H5I_GROUP) raise<msg::invalidLocation>();
+    if (type < 0) raiseFailed<msg::invalidLocation>();
+    if (type != H5I_FILE && type != H5I_GROUP) raiseAbout<msg::invalidLocation>(location);
     return {};
   }
 };

@@ -36,7 +36,7 @@ void set(Inputs ins, Results& /*outs*/) {
   const auto [list, name, bytes] = take<List, RawName, Any>(ins);
   const std::size_t size = sizeOf(list, name);
   if (zbGetClass(bytes) != zbClass::UInt8 || zbGetNumberOfElements(bytes) != size) {
-    raise<msg::badInputArgumentForH5Pset>(name, static_cast<std::int64_t>(size));
+    raiseAbout<msg::badInputArgumentForH5Pset>(bytes, name, static_cast<std::int64_t>(size));
   }
   checked(hdf5::setProperty(list, name.c_str(), zbGetData(bytes)));
 }

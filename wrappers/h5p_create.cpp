@@ -140,7 +140,7 @@ void setFillValue(Inputs ins, Results& /*outs*/) {
     return;
   }
   if (zbGetNumberOfElements(value) != 0 && zbGetClass(value) != valueClass(type)) {
-    raise<msg::badSetFillValueArgument>();
+    raiseAbout<msg::badSetFillValueArgument>(value);
   }
   const hdf5::Space space = scalarSpace();
   HDF5Dataset element(type, space.get());
@@ -162,7 +162,7 @@ struct ReservedBytes {
   static hsize_t from(const zbArray* array) {
     if (!isText(array)) return WrappedSize::from(array);
     const std::string name = textOf(array);
-    if (name != "H5F_UNLIMITED") raise<msg::badBytesReservedArgument>(name);
+    if (name != "H5F_UNLIMITED") raiseAbout<msg::badBytesReservedArgument>(array, name);
     return H5F_UNLIMITED;
   }
 };

@@ -103,10 +103,10 @@ struct MemberTables {
                const zbArray* addresses, hid_t defaultList) {
     for (const zbArray* table : {maps, lists, names, addresses}) {
       if (zbGetNumberOfElements(table) != kMembers) {
-        raise<msg::badSetFaplMultiArgumentLength>(static_cast<std::int64_t>(kMembers));
+        raiseAbout<msg::badSetFaplMultiArgumentLength>(table, static_cast<std::int64_t>(kMembers));
       }
     }
-    if (zbGetClass(names) != zbClass::Cell) raise<msg::badMembFaplType>();
+    if (zbGetClass(names) != zbClass::Cell) raiseAbout<msg::badMembFaplType>(names);
     requireDouble(maps, "MEMB_MAP");
     requireDouble(lists, "MEMB_FAPL");
     requireDouble(addresses, "MEMB_ADDR");

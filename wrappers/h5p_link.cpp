@@ -17,7 +17,7 @@ using LinkListId = Id<"link creation property list identifier">;
 struct CopyOptions {
   static unsigned from(const zbArray* array) {
     if (zbIsNumeric(array)) return getUIntArg(array);
-    if (!isText(array)) raise<msg::badCopyObjectType>();
+    if (!isText(array)) raiseAbout<msg::badCopyObjectType>(array);
     static constexpr std::pair<std::string_view, unsigned> kFlags[] = {
         {"H5O_COPY_SHALLOW_HIERARCHY_FLAG", H5O_COPY_SHALLOW_HIERARCHY_FLAG},
         {"H5O_COPY_EXPAND_SOFT_LINK_FLAG", H5O_COPY_EXPAND_SOFT_LINK_FLAG},
@@ -29,7 +29,7 @@ struct CopyOptions {
     for (const auto& [known, flag] : kFlags) {
       if (name == known) return flag;
     }
-    raise<msg::badCopyOptionsString>();
+    raiseAbout<msg::badCopyOptionsString>(array);
   }
 };
 

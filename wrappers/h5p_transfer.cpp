@@ -28,7 +28,8 @@ void requireMemberLists(const char* function) {
 struct MemberListIds {
   static MemberLists from(const zbArray* array) {
     MemberLists members{};
-    if (zbGetNumberOfElements(array) != members.size()) raise<msg::badNumberOfElementsInDxpl>();
+    if (zbGetNumberOfElements(array) != members.size())
+      raiseAbout<msg::badNumberOfElementsInDxpl>(array);
     for (std::size_t i = 0; i < members.size(); ++i) {
       members[i] = identifierFromHost(elementAsDouble(array, i));
     }

@@ -27,7 +27,8 @@ struct MaxDims {
 void createSimple(Inputs ins, Results& outs) {
   const auto [rank, dims, given] = take<Int, Dims<"dims">, MaxDims>(ins);
   const PaddedSizes& maxDims = given ? *given : dims;
-  if (dims.rank() != rank || maxDims.rank() != rank) raise<msg::createSimpleSizeMismatch>();
+  if (dims.rank() != rank) raiseAbout<msg::createSimpleSizeMismatch>(ins[1]);
+  if (maxDims.rank() != rank) raiseAbout<msg::createSimpleSizeMismatch>(ins[2]);
   outs.give(makeHidResult(checked(H5Screate_simple(rank, dims.data(), maxDims.data()))));
 }
 
@@ -56,7 +57,8 @@ struct ChangedExtent {
 void setExtentSimple(Inputs ins, Results& /*outs*/) {
   const auto [space, rank, size, given] = take<SpaceId, Int, Dims<"Current Size">, MaxDims>(ins);
   const PaddedSizes& maxSize = given ? *given : size;
-  if (size.rank() != rank || maxSize.rank() != rank) raise<msg::setExtentSimpleSizeMismatch>();
+  if (size.rank() != rank) raiseAbout<msg::setExtentSimpleSizeMismatch>(ins[2]);
+  if (maxSize.rank() != rank) raiseAbout<msg::setExtentSimpleSizeMismatch>(ins[3]);
   changeExtent(space, [&, id = space, count = rank, dims = size.data()] {
     return H5Sset_extent_simple(id, count, dims, maxSize.data());
   });
@@ -135,11 +137,12 @@ void getSelectHyperBlocklist(Inputs ins, Results& outs) {
 void selectElements(Inputs ins, Results& /*outs*/) {
   const auto [space, op, coordinates] = take<SpaceId, Operator, Dims<"coord">>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
-  if (rank < 1) raise<msg::invalidRankForElementSelection>();
+  if (rank < 0) raiseFailed<msg::invalidRankForElementSelection>();
+  if (rank < 1) raiseAbout<msg::invalidRankForElementSelection>(ins[0]);
   const auto perPoint = static_cast<std::size_t>(rank);
   if (coordinates.size() % perPoint != 0) {
-    raise<msg::wrongNumberOfElementsForElementSelection>(
-        static_cast<std::int64_t>(coordinates.size()), rank);
+    raiseAbout<msg::wrongNumberOfElementsForElementSelection>(
+        ins[2], static_cast<std::int64_t>(coordinates.size()), rank);
   }
   checked(H5Sselect_elements(space, op, coordinates.size() / perPoint, coordinates.data()));
 }
@@ -153,16 +156,21 @@ void selectHyperslab(Inputs ins, Results& /*outs*/) {
       take<SpaceId, Operator, Any, Any, Any, Any>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
   const PaddedSizes start = getDimsArg(starts, "start");
-  if (start.rank() != rank) raise<msg::badHyperslabSpecification>("START");
+  if (rank < 0) raiseFailed<msg::badHyperslabSpecification>("START");
+  if (start.rank() != rank) raiseAbout<msg::badHyperslabSpecification>(starts, "START");
   const PaddedSizes stride = getDimsArg(strides, "stride");
   PaddedSizes count = getDimsArg(counts, "count");
   const PaddedSizes block = getDimsArg(blocks, "block");
-  if (!stride.empty() && stride.rank() != rank) raise<msg::badHyperslabSpecification>("STRIDE");
+  if (!stride.empty() && stride.rank() != rank) {
+    raiseAbout<msg::badHyperslabSpecification>(strides, "STRIDE");
+  }
   if (count.empty()) count = PaddedSizes(start.size(), 1);
-  if (count.rank() != rank) raise<msg::badHyperslabSpecification>("COUNT");
+  if (count.rank() != rank) raiseAbout<msg::badHyperslabSpecification>(counts, "COUNT");
   // The count's length is compared again, not the block's: scripts rely on a block
   // of another length passing.
-  if (!block.empty() && count.rank() != rank) raise<msg::badHyperslabSpecification>("BLOCK");
+  if (!block.empty() && count.rank() != rank) {
+    raiseAbout<msg::badHyperslabSpecification>(blocks, "BLOCK");
+  }
   checked(
       H5Sselect_hyperslab(space, op, start.data(), orNull(stride), count.data(), orNull(block)));
 }
@@ -170,8 +178,9 @@ void selectHyperslab(Inputs ins, Results& /*outs*/) {
 void offsetSimple(Inputs ins, Results& /*outs*/) {
   const auto [space, offsets] = take<SpaceId, Any>(ins);
   const int rank = H5Sget_simple_extent_ndims(space);
+  if (rank < 0) raiseFailed<msg::rankMismatchForSimpleOffset>();
   if (static_cast<int>(zbGetNumberOfElements(offsets)) != rank) {
-    raise<msg::rankMismatchForSimpleOffset>();
+    raiseAbout<msg::rankMismatchForSimpleOffset>(offsets);
   }
   checked(H5Soffset_simple(space, getOffsetsArg(offsets, "offset").data()));
 }

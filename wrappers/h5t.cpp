@@ -44,7 +44,7 @@ struct SizeOrVariable {
   static std::size_t from(const zbArray* array) {
     if (!isText(array)) return getSizeArg(array);
     const std::string word = textOf(array);
-    if (word != "H5T_VARIABLE") raise<msg::sizeStringUnrecognized>(word);
+    if (word != "H5T_VARIABLE") raiseAbout<msg::sizeStringUnrecognized>(array, word);
     return H5T_VARIABLE;
   }
 };
@@ -82,7 +82,7 @@ struct Permutation {
 void getArrayDims(Inputs ins, Results& outs) {
   const auto [type] = take<TypeId<"array datatype identifier">>(ins);
   const int rank = H5Tget_array_ndims(type);
-  if (rank < 0) raise<msg::datasetHasNoRank>();
+  if (rank < 0) raiseFailed<msg::datasetHasNoRank>();
   PaddedSizes dims(static_cast<std::size_t>(rank));
   const int given = checked(H5Tget_array_dims2(type, dims.data()));
   outs.give(makeSizes(1, static_cast<std::size_t>(given), dims.data()));
@@ -98,6 +98,7 @@ hid_t createSequence(hid_t base) {
         raise<msg::badVlstringSuperTypeCreate>();
       }
       break;
+    case H5T_NO_CLASS: raiseFailed<msg::badVlenSuperTypeCreate>();
     default: raise<msg::badVlenSuperTypeCreate>();
   }
   return H5Tvlen_create(base);
@@ -129,7 +130,7 @@ zbArray* makeEnumValue(std::size_t size, bool isSigned, const ValueBytes& bytes)
 
 /// The number as the datatype's code; of whatever is no number in a numeric class.
 std::int64_t integerOf(const zbArray* array) {
-  if (!zbIsNumeric(array)) raise<msg::badEnumArgumentClass>();
+  if (!zbIsNumeric(array)) raiseAbout<msg::badEnumArgumentClass>(array);
   const auto convert = [array]<class Value>(Value value) {
     std::memcpy(&value, zbGetData(array), sizeof value);
     if constexpr (std::is_floating_point_v<Value>) {
@@ -146,7 +147,7 @@ struct EnumValue {
   static std::int64_t from(const zbArray* array) {
     if (zbGetNumberOfElements(array) != 1 || zbGetElementSize(array) == 0 || zbIsComplex(array) ||
         zbIsSparse(array)) {
-      raise<msg::badEnumInsertArgument>();
+      raiseAbout<msg::badEnumInsertArgument>(array);
     }
     return integerOf(array);
   }

@@ -75,7 +75,7 @@ struct Walked {
 };
 
 /// The same; a negative status raises `Message` with the report of the host function
-/// that failed, and not HDF5's error stack.
+/// that failed, beside HDF5's error stack.
 template <class Message>
 struct WalkedOr : Walked {
   template <class Rule, class Call, class Taken>
@@ -88,7 +88,7 @@ struct WalkedOr : Walked {
  private:
   template <class Value>
   static void raiseReport([[maybe_unused]] const Value& value) {
-    if constexpr (requires { value.context; }) raise<Message>(value.context.report);
+    if constexpr (requires { value.context; }) raiseFailed<Message>(value.context.report);
   }
 };
 

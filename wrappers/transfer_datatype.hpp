@@ -16,6 +16,7 @@ hdf5::Type fileDatatypeOf(hid_t location) {
   const H5I_type_t type = H5Iget_type(location);
   if (type == H5I_DATASET) return hdf5::Type(checked(H5Dget_type(location)));
   if (type == H5I_ATTR) return hdf5::Type(checked(H5Aget_type(location)));
+  if (type < 0) raiseFailed<Message>(codec::typeToHost(type));
   raise<Message>(codec::typeToHost(type));
 }
 

@@ -12,7 +12,15 @@ ordinary way.
 """
 
 from . import _process  # first: it refuses what the extension module must not meet
-from ._errors import Error, ErrorRecord, GatewayWarning, LibraryError
+from ._errors import (
+    Error,
+    ErrorRecord,
+    GatewayWarning,
+    LibraryError,
+    LibraryFileExistsError,
+    LibraryFileNotFoundError,
+    LibraryPermissionError,
+)
 from ._id import Id
 from ._records import records
 from ._version import __version__
@@ -27,6 +35,9 @@ __all__ = [
     "GatewayWarning",
     "Id",
     "LibraryError",
+    "LibraryFileExistsError",
+    "LibraryFileNotFoundError",
+    "LibraryPermissionError",
     "__version__",
     "call",
     "h5",
@@ -34,6 +45,7 @@ __all__ = [
 ]
 
 # Tracebacks and help() name things as scripts do.
-for _name in ("Error", "ErrorRecord", "GatewayWarning", "Id", "LibraryError", "records"):
-    globals()[_name].__module__ = __name__
+for _name in __all__:
+    if _name not in ("__version__", "call", "h5"):
+        globals()[_name].__module__ = __name__
 del _name

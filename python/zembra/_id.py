@@ -25,19 +25,11 @@ class Id:
 
     def close(self) -> None:
         """Closes it; nothing happens when it is closed already."""
-        kind = self._kind()
-        if kind is not None:
+        kind = _kind_of(self)
+        if kind is not None and kind[1]:
             from ._zembra import call
 
             call(kind[1], self)
-
-    def _kind(self) -> tuple[str, str] | None:
-        """What it stands for, and the function that closes that; None when closed."""
-        from ._zembra import call, identifier_types
-
-        if not call("H5Iis_valid", self):
-            return None
-        return identifier_types.get(int(call("H5Iget_type", self)))
 
     def __enter__(self) -> "Id":
         return self
@@ -62,8 +54,23 @@ class Id:
         return hash(self.identifier)
 
     def __repr__(self) -> str:
-        kind = self._kind()
-        return f"<zembra.Id {int(self)}: {kind[0] if kind else 'closed'}>"
+        return f"<zembra.Id {self.identifier:.15g}: {kind_of(self) or 'closed'}>"
 
     def __reduce__(self) -> tuple[type["Id"], tuple[float]]:
         return Id, (self.identifier,)
+
+
+def _kind_of(value: Id | SupportsFloat) -> tuple[str, str] | None:
+    """What the identifier stands for and the function that closes it, as far as there are any;
+    None when it is closed. HDF5's error stack stays as it is."""
+    from ._zembra import ask, identifier_types
+
+    if not ask("H5Iis_valid", value):
+        return None
+    return identifier_types.get(int(ask("H5Iget_type", value)), ("identifier", ""))
+
+
+def kind_of(value: Id | SupportsFloat) -> str | None:
+    """ "dataset" and the like; None when it is closed."""
+    kind = _kind_of(value)
+    return kind[0] if kind else None

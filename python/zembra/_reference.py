@@ -85,6 +85,15 @@ def docstring(name: str) -> str | None:
     return "\n".join(form.line for form in entry.forms) + "\n\n" + entry.text
 
 
+def meaning(entry: Entry, argument: str) -> str:
+    """What the text says an argument is: the sentence behind its name and a colon."""
+    names = r"\w+(?:,\s\w+)*"
+    clause = rf"(?<!\w)(?:\w+,\s)*{argument}(?:,\s\w+)*:\s(.*?)(?=\.\s|\.?\s{names}:\s|\.?$)"
+    found = re.search(clause, entry.text, re.DOTALL)
+    sentence = " ".join(found[1].split()) if found else ""
+    return re.sub(r" \(`[^)]*\)", "", sentence)  # keys stand in the error
+
+
 def signature(name: str) -> inspect.Signature | None:
     """None where the function takes argument lists that no single signature tells."""
     entry = entries().get(name)

@@ -15,8 +15,6 @@ threads take turns, with one another and with h5py's. A callback runs in the mid
 call: what it waits for must not be waiting for HDF5.
 """
 
-from typing import TYPE_CHECKING
-
 from ._zembra import Function as _Function
 from ._zembra import call as _call
 
@@ -29,7 +27,7 @@ def __dir__() -> list[str]:
     return __all__
 
 
-if TYPE_CHECKING:  # which names there are is known when it runs
+def __getattr__(name: str) -> _Function:
+    from . import _notes
 
-    def __getattr__(name: str) -> _Function:
-        ...
+    raise _notes.unknown_attribute(name)

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tests/unit/complaints.hpp"
+#include "tests/unit/error_records.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/walking.hpp"
@@ -42,9 +43,16 @@ class DimensionScales : public testing::Test {
   Owned nameless_;
 };
 
+/// The error says which function failed, and its stack why.
 template <class... Inputs>
 void expectFails(const std::string& name, Inputs&&... inputs) {
-  expectRaises("libraryFailureH5DS", {name}, name, std::forward<Inputs>(inputs)...);
+  const Failure error = failureOf(name, {Argument(std::forward<Inputs>(inputs))...});
+  expectCarriedStack(error);
+  if (!error) return;
+  EXPECT_EQ((*error)->key, "libraryFailureH5DS");
+  EXPECT_EQ((*error)->parameters, Parameters{name});
+  EXPECT_EQ((*error)->libraryReason.find("no reason"), std::string::npos)
+      << name << ": " << (*error)->libraryReason;
 }
 
 TEST_F(DimensionScales, NameTheInputThatIsWrong) {
