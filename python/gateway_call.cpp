@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "python/argument_to_host.hpp"
+#include "python/dropped_results.hpp"
 #include "python/from_host.hpp"
+#include "python/named_datatype.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
 #include "python/unconvertible.hpp"
@@ -16,12 +19,20 @@
 namespace zembra::python {
 namespace {
 
-Value convert(PyObject* object, std::string_view label, std::size_t position) {
+/// "H5Screate_simple: argument 2 (dims): "
+std::string whereIs(std::string_view label, const Form* form, std::size_t index) {
+  std::string where = std::string(label) + ": argument " + std::to_string(index + 1);
+  if (form != nullptr) where += " (" + std::string(form->name(index)) + ")";
+  return where + ": ";
+}
+
+/// Without a form, as the host takes them.
+Value convert(PyObject* object, std::string_view label, const Form* form, std::size_t index) {
   try {
-    return toHost(object);
+    return form == nullptr ? toHost(object)
+                           : argumentToHost(object, kindIn(form->arguments, index));
   } catch (const Unconvertible& error) {
-    throw Unconvertible(error.type(), std::string(label) + ": argument " +
-                                          std::to_string(position) + ": " + error.what());
+    throw Unconvertible(error.type(), whereIs(label, form, index) + error.what());
   }
 }
 
@@ -42,8 +53,14 @@ class Arguments {
     borrowed_ = count_;
   }
   void append(Value value) { arrays()[count_++] = value.release(); }
+  void replace(std::size_t index, Value value) {
+    const zbArray*& place = arrays()[borrowed_ + index];
+    drop(const_cast<zbArray*>(place));
+    place = value.release();
+  }
 
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
+  const zbArray* at(std::size_t index) { return arrays()[borrowed_ + index]; }
   const zbArray** arrays() { return many_.empty() ? few_ : many_.data(); }
 
  private:
@@ -55,31 +72,46 @@ class Arguments {
   std::vector<const zbArray*> many_;
 };
 
+py::object toPython(zbArray* result, const Form* form, std::size_t index) {
+  const Value value = CallScope::take(result);
+  return form == nullptr ? fromHost(value) : fromHost(value, kindIn(form->results, index));
+}
+
 /// None, the one result, or a tuple.
-py::object toPython(std::span<zbArray* const> results) {
+py::object toPython(std::span<zbArray* const> results, const Form* form) {
   if (results.empty()) return py::none();
-  if (results.size() == 1) return fromHost(CallScope::take(results[0]));
+  if (results.size() == 1) return toPython(results[0], form, 0);
   py::tuple tuple(results.size());
-  for (std::size_t i = 0; i < results.size(); ++i) {
-    tuple[i] = fromHost(CallScope::take(results[i]));
-  }
+  for (std::size_t i = 0; i < results.size(); ++i) tuple[i] = toPython(results[i], form, i);
   return tuple;
 }
 
-py::object call(const zbArray* name, std::string_view label, std::span<PyObject* const> objects,
-                int nOut) {
+/// Data go by the memory datatype before them.
+void fitData(Arguments& arguments, const Form& form) {
+  const std::size_t type = form.arguments.find(static_cast<char>(Kind::MemoryType));
+  const std::size_t data = form.arguments.find(static_cast<char>(Kind::Data));
+  if (type == std::string_view::npos || data == std::string_view::npos) return;
+  if (Value fitting = inClassOf(arguments.at(type), arguments.at(data))) {
+    arguments.replace(data, std::move(fitting));
+  }
+}
+
+py::object call(const zbArray* name, std::string_view label, const Form* form,
+                std::span<PyObject* const> objects, int nOut) {
   Arguments arguments(objects.size() + 1);
   if (name != nullptr) arguments.borrow(name);
   for (std::size_t i = 0; i < objects.size(); ++i) {
-    arguments.append(convert(objects[i], label, i + 1));
+    arguments.append(convert(objects[i], label, form, i));
   }
+  if (form != nullptr) fitData(arguments, *form);
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
   loadGateway()(nOut, outs.data(), arguments.count(), arguments.arrays());
-  // Handlers store results that nobody asked for; those stay behind.
+  // Handlers store results that nobody asked for; those stay behind, and closed.
   const auto asked = std::span(outs).first(static_cast<std::size_t>(nOut));
   const auto stored = std::find(asked.begin(), asked.end(), nullptr) - asked.begin();
-  return toPython(asked.first(static_cast<std::size_t>(stored)));
+  closeDropped(label, form, objects.size(), asked.size(), std::span(outs).subspan(asked.size()));
+  return toPython(asked.first(static_cast<std::size_t>(stored)), form);
 }
 
 }  // namespace
@@ -103,10 +135,10 @@ int resultsAskedFor(PyObject* names, PyObject* const* values) {
   return nOut;
 }
 
-PyObject* callGateway(const zbArray* name, std::string_view label,
+PyObject* callGateway(const zbArray* name, std::string_view label, const Form* form,
                       std::span<PyObject* const> arguments, int nOut) noexcept {
   try {
-    return call(name, label, arguments, nOut).release().ptr();
+    return call(name, label, form, arguments, nOut).release().ptr();
   } catch (...) {
     raiseInPython();
     return nullptr;
@@ -118,12 +150,12 @@ PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t c
   try {
     const int nOut = resultsAskedFor(names, values + count);
     const std::span arguments(values, static_cast<std::size_t>(count));
-    if (arguments.empty()) return callGateway(nullptr, "zembra.call", arguments, nOut);
+    if (arguments.empty()) return callGateway(nullptr, "zembra.call", nullptr, arguments, nOut);
     const Value name = toHost(arguments[0]);
     const std::string label = PyUnicode_Check(arguments[0])
                                   ? std::string(utf8(borrow(arguments[0])).view())
                                   : "zembra.call";
-    return callGateway(name.get(), label, arguments.subspan(1), nOut);
+    return callGateway(name.get(), label, nullptr, arguments.subspan(1), nOut);
   } catch (...) {
     raiseInPython();
     return nullptr;

@@ -1,4 +1,5 @@
 // The extension module zembra._zembra: what the package needs from C++.
+#include "hdf5/identifier_codec.hpp"
 #include "python/gateway_call.hpp"
 #include "python/gateway_function.hpp"
 #define ZEMBRA_IMPORTS_NUMPY
@@ -20,6 +21,9 @@ PyMethodDef methods[] = {
      "result, its one result, or a tuple of those stored, `nout` at most. The\n"
      "interpreter's lock is held until the call returns."},
     {nullptr, nullptr, 0, nullptr}};
+
+/// An identifier as HDF5 has it, as scripts see it.
+double encodeIdentifier(hid_t id) { return hdf5::identifierToHost(id); }
 
 /// What each type of identifier is called and closed by: scripts see 1.8's numbers of the
 /// types on every release.
@@ -55,4 +59,5 @@ PYBIND11_MODULE(_zembra, module) {
   if (PyModule_AddFunctions(module.ptr(), methods) != 0) throw host::py::error_already_set();
   module.attr("Function") = host::makeFunctionType();
   module.attr("identifier_types") = identifierTypes();
+  module.def("encode_identifier", encodeIdentifier);
 }
