@@ -89,7 +89,14 @@ py::object arrayOf(PyObject* object) {
   return arrayLike(object);
 }
 
+bool isSequence(PyObject* object) { return PyList_Check(object) || PyTuple_Check(object); }
+
+/// The frequent ones first: the hot path is a few comparisons.
 Value numbersToHost(PyObject* object) {
+  if (PyFloat_CheckExact(object)) return makeDouble(PyFloat_AS_DOUBLE(object));
+  if (PyLong_CheckExact(object)) return makeDouble(exactDouble(object));
+  if (PyUnicode_Check(object)) return toHost(object);
+  if (isSequence(object)) return dataToHost(object);
   if (isPlain(object)) return toHost(object);
   if (PyComplex_Check(object)) {
     throw Unconvertible(PyExc_TypeError, "a complex number cannot stand for a real one");
@@ -101,7 +108,6 @@ Value numbersToHost(PyObject* object) {
   if (PyIndex_Check(object)) {
     return makeDouble(exactDouble(steal(PyNumber_Index(object)).ptr()));
   }
-  if (PyList_Check(object) || PyTuple_Check(object)) return dataToHost(object);
   if (const py::object dense = denseOf(object)) return sparse(numbersToHost(dense.ptr()));
   return toHost(object);
 }
@@ -131,8 +137,8 @@ std::optional<Value> identifiersIn(PyObject* sequence) {
 }
 
 Value identifiersToHost(PyObject* object) {
-  if (isPlain(object)) return toHost(object);
-  if (PyList_Check(object) || PyTuple_Check(object)) {
+  if (isPlain(object)) return numbersToHost(object);
+  if (isSequence(object)) {
     if (std::optional<Value> row = identifiersIn(object)) return *std::move(row);
   } else if (const std::optional<double> number = identifierFromH5py(object)) {
     return makeDouble(*number);

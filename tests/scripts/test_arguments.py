@@ -242,10 +242,11 @@ def test_objects_of_h5py_are_identifiers(file):
         assert h5.H5Dread(dataset, mem_type, space, space, transfer).tolist() == [0, 1, 2]
     assert h5.H5Aread(h5py.h5a.open(dataset.id, b"unit"), "H5ZB_DEFAULT") == 1
     assert h5.H5Iget_ref(dataset.id) == 1  # nothing is held
-    access = h5.H5Pcreate("H5P_FILE_ACCESS")
-    lists = [h5py.h5p.create(h5py.h5p.FILE_ACCESS), zembra.Id(access), *[0] * 5]
+    access, member = (h5.H5Pcreate("H5P_FILE_ACCESS") for _ in range(2))
+    lists = [h5py.h5p.create(h5py.h5p.FILE_ACCESS), zembra.Id(member), *[0] * 5]
     h5.H5Pset_fapl_multi(access, [0] * 7, lists, ["%s-a"] * 7, [0] * 7, True)
     h5.H5Pclose(access)
+    h5.H5Pclose(member)
 
 
 def test_closed_objects_of_h5py_are_refused(path):
