@@ -18,7 +18,8 @@ calls without `nout`; how many results come with it depends on its value.
 
 import os
 from collections.abc import Callable, Mapping, Sequence
-from typing import Any, NotRequired, Protocol, SupportsIndex, TypeAlias, TypedDict, overload
+from typing import Any, NotRequired, Protocol, SupportsFloat, SupportsIndex
+from typing import TypeAlias, TypedDict, overload
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -29,7 +30,7 @@ class HasIdentifier(Protocol):
     @property
     def id(self) -> Any: ...
 
-Number: TypeAlias = SupportsIndex | float
+Number: TypeAlias = SupportsFloat | SupportsIndex
 Numbers: TypeAlias = ArrayLike | None
 Text: TypeAlias = str | bytes | os.PathLike[str]
 
@@ -44,17 +45,18 @@ ARGUMENTS = {
     "identifier": "Number | HasIdentifier",
     "memory datatype": "Number | HasIdentifier",
     "identifiers": "Numbers | Sequence[HasIdentifier]",
-    "integer": "Number | None",
+    "integer": "Number",
     "integers": "Numbers",
     "enumerator": "Number | str",
     "bool": "Number",
     "real": "Number",
     "reals": "Numbers",
-    "text": "Text | None",
+    "text": "Text",
     "texts": "Sequence[Text | None] | NDArray[Any]",
     "data": "Any",
     "callback": "Callable[..., Any]",
     "object": "Any",
+    "empty": "Sequence[Any] | None",
 }
 
 # What comes.

@@ -1,6 +1,7 @@
 """What Python people have at hand, given to the functions of zembra.h5 on real files."""
 
 import array
+from typing import Any
 
 import h5py
 import numpy as np
@@ -33,17 +34,18 @@ def read(dataset):
 
 def test_an_extent_from_whatever_holds_numbers(file):
     grown = file.create_dataset("grown", (1, 1), maxshape=(None, None))
-    for size in (
+    sizes: list[Any] = [
         (2, 3),
         np.array([2, 3]),
         np.array([2, 3], "u1"),
         range(2, 4),
         array.array("h", [2, 3]),
-        memoryview(np.array([2, 3])),
+        memoryview(array.array("l", [2, 3])),
         [np.int8(2), np.uint64(3)],
         np.array([[2, 3]]),
         np.ma.masked_array([2, 3]),
-    ):
+    ]
+    for size in sizes:
         h5.H5Dset_extent(grown, [1, 1])
         h5.H5Dset_extent(grown, size)
         assert grown.shape == (2, 3)
@@ -70,7 +72,7 @@ def test_points_of_integers(file):
 
 def test_masked_data_are_refused(file):
     dataset = file.create_dataset("n", data=[1, 2])
-    masked = np.ma.masked_array([7, 8], [False, True])
+    masked: Any = np.ma.masked_array([7, 8], [False, True])
     for data in (masked, {"n": masked}, [masked]):
         with pytest.raises(ValueError, match=r"^H5Dwrite: argument 6 \(data\): .*filled"):
             write(dataset, data)
@@ -296,7 +298,12 @@ def test_user_data_may_contain_themselves(file):
     looped: list = [1]
     looped.append(looped)
     seen = []
-    _, _, back = visit(file, lambda group, name, data: (0, seen.append(data) or data), looped)
+
+    def look(group, name, data):
+        seen.append(data)
+        return 0, data
+
+    _, _, back = visit(file, look, looped)
     assert back is looped and seen[0] is looped
     fields: dict = {}
     fields["self"] = fields

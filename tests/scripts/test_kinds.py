@@ -55,7 +55,7 @@ def assert_of_kind(form, value, where):
 def calls(tmp_path_factory):
     """Every call: the function, its count of arguments, and what came of it."""
     folder = tmp_path_factory.mktemp("every_call")
-    command = [sys.executable, HERE / "every_call.py"]
+    command = [sys.executable, str(HERE / "every_call.py")]
     paths = os.environ | {"PYTHONPATH": str(Path(zembra.__file__).parents[1])}
     done = subprocess.run(command, cwd=folder, env=paths, capture_output=True, text=True)
     assert done.returncode == 0, done.stderr
@@ -173,7 +173,8 @@ def test_yes_no_and_neither(tmp_path):
 def test_real_fields_of_records_stay_real():
     plist = h5.H5Pcreate("H5P_FILE_ACCESS")
     config = h5.H5Pget_mdc_config(plist)
-    h5.H5Pset_mdc_config(plist, {**config, "increment": 3, "flash_multiple": 1})
+    config["increment"], config["flash_multiple"] = 3, 1
+    h5.H5Pset_mdc_config(plist, config)
     config = h5.H5Pget_mdc_config(plist)
     assert config["increment"] == 3 and type(config["increment"]) is float
     assert type(config["flash_multiple"]) is float and type(config["max_size"]) is int

@@ -46,7 +46,8 @@ def read(path, name="data"):
 
 def test_every_function_of_the_gateway_is_there():
     names = zembra.call("H5ZBget_function_names")
-    assert h5.__all__ == names == dir(h5)
+    assert h5.__all__ == names
+    assert dir(h5) == sorted([*names, "constants"])
     assert len(set(names)) == len(names) >= 79
     for name in names:
         function = getattr(h5, name)
@@ -113,6 +114,26 @@ def test_help_and_completion():
     assert completer.complete("h5.H5Dre", 0) == "h5.H5Dread("
 
 
+def test_help_tells_what_becomes_of_values():
+    text = pydoc.plain(pydoc.render_doc(zembra))
+    for word in ("memoryview", "`__array__`", "masked", "int64", "user data", "scipy.sparse"):
+        assert word in text
+
+
+def test_constants_by_topic():
+    every = h5.H5ZBget_constant_names()
+    assert h5.constants() == every
+    assert "H5T_NATIVE_INT" in h5.constants("H5T") and "H5T_CSET_UTF8" in h5.constants("H5T_")
+    assert h5.constants("H5F_ACC") == [name for name in every if name.startswith("H5F_ACC_")]
+    assert "H5FD_SEC2" not in h5.constants("H5F") and "H5T_NATIVE_INT" not in h5.constants("H5")
+    topics = {name.partition("_")[0] for name in every}
+    assert sorted(name for topic in topics for name in h5.constants(topic)) == sorted(every)
+    with pytest.raises(ValueError, match="no constants of the topic 'H5X'; there are H5, H5D"):
+        h5.constants("H5X")
+    completer = rlcompleter.Completer({"h5": h5})
+    assert (completer.complete("h5.const", 0) or "").startswith("h5.constants(")
+
+
 def test_functions_bind_to_nothing():
     class Holder:
         version = h5.H5get_libversion
@@ -152,9 +173,9 @@ def test_nout_limits_the_results(space):
         with pytest.raises(ValueError):
             h5.H5Sget_simple_extent_dims(space, nout=wrong)
     with pytest.raises(TypeError):
-        h5.H5Sget_simple_extent_dims(space, nout="1")  # type: ignore[arg-type]
+        h5.H5Sget_simple_extent_dims(space, nout="1")  # type: ignore[call-overload]
     with pytest.raises(TypeError, match="no keyword argument 'space'"):
-        h5.H5Sget_simple_extent_dims(space=space)  # type: ignore[call-arg]
+        h5.H5Sget_simple_extent_dims(space=space)  # type: ignore[call-overload]
     with pytest.raises(TypeError):
         zembra.call("H5Sclose", nuot=3)  # type: ignore[call-arg]
 
@@ -290,7 +311,7 @@ def test_calls_that_name_nothing():
 
 def test_a_value_without_host_form_is_named():
     with pytest.raises(TypeError, match=r"^H5Sclose: argument 1 \(space\): an array of datetime"):
-        h5.H5Sclose(np.datetime64(1, "s"))
+        zembra.h5.H5Sclose(np.datetime64(1, "s"))  # type: ignore[call-overload]
     with pytest.raises(TypeError, match="^zembra.call: argument"):
         zembra.call(3, np.longdouble(1))
 
