@@ -1,6 +1,7 @@
 #include "python/argument_to_host.hpp"
 
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -112,6 +113,18 @@ Value numbersToHost(PyObject* object) {
   return toHost(object);
 }
 
+/// The bytes that an integer type has on this machine, whatever its width.
+Value codeToHost(PyObject* object) {
+  if (!PyLong_CheckExact(object)) return dataToHost(object);
+  int overflow = 0;
+  const std::int64_t code = PyLong_AsLongLongAndOverflow(object, &overflow);
+  if (overflow != 0) {
+    throw Unconvertible(PyExc_OverflowError,
+                        "the integer " + std::string(py::str(object)) + " has more than 64 bits");
+  }
+  return makeNumeric(zbClass::Int64, {1, 1}, &code);
+}
+
 // --- Identifiers -------------------------------------------------------------------
 
 /// The number of an object of h5py, where h5py is in use.
@@ -156,6 +169,7 @@ Value argumentToHost(PyObject* object, Kind kind) {
     case Kind::Whole:
     case Kind::Real: return numbersToHost(object);
     case Kind::Data: return dataToHost(object);
+    case Kind::Code: return codeToHost(object);
     case Kind::Callback:
       return PyCallable_Check(object) != 0 ? fromCallable(object, toHost, wholeNumbersFromHost)
                                            : toHost(object);

@@ -18,6 +18,7 @@ enum class Kind : char {
   Real = 'r',
   Text = 't',
   Data = 'd',
+  Code = 'k',  // data, an int of which is an int64
   Callback = 'c',
   Object = 'u',  // user data
   Record = 's',

@@ -21,6 +21,7 @@ LETTERS = {
     "real": "r",
     "text": "t",
     "data": "d",
+    "code": "k",
     "callback": "c",
     "object": "u",
 }

@@ -54,6 +54,7 @@ ARGUMENTS = {
     "text": "Text",
     "texts": "Sequence[Text | None] | NDArray[Any]",
     "data": "Any",
+    "code": "SupportsIndex | NDArray[Any]",
     "callback": "Callable[..., Any]",
     "object": "Any",
     "empty": "Sequence[Any] | None",
