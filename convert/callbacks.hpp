@@ -21,6 +21,7 @@
 #include "convert/number_cast.hpp"
 #include "convert/number_results.hpp"
 #include "convert/text.hpp"
+#include "hdf5/library_shields.hpp"
 #include "host/call.hpp"
 
 namespace h5gate {
@@ -127,6 +128,7 @@ inline herr_t statusOf(const zbArray* answer) { return truncateToInt32(zbGetScal
 /// Nothing that `body` throws gets into HDF5.
 template <class Body>
 herr_t insideLibrary(CallbackContext& context, Body body) noexcept {
+  const hdf5::InsideCallback inside;
   try {
     return body();
   } catch (...) {

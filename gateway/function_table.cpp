@@ -1,7 +1,10 @@
 #include "gateway/function_table.hpp"
 
 #include <algorithm>
-#include <unordered_map>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "wrappers/name_list.hpp"
@@ -21,6 +24,20 @@ void getFunctionNames(Inputs ins, Results& outs) {
 constexpr Row kTableFunctions[] = {OWN(H5ZBget_function_names, getFunctionNames)};
 
 // --- The table ------------------------------------------------------------------------
+
+/// A hash of what tells names apart: the interface, "get" or "set", and the end.
+std::size_t hashOf(std::string_view name) {
+  std::uint64_t head = 0;
+  std::uint64_t tail = 0;
+  const std::size_t size = std::min(name.size(), sizeof head);
+  if (size == sizeof head) {  // a copy of known size is one instruction
+    std::memcpy(&head, name.data(), sizeof head);
+    std::memcpy(&tail, name.data() + name.size() - sizeof tail, sizeof tail);
+  } else {
+    std::memcpy(&head, name.data(), size);
+  }
+  return (head ^ std::rotl(tail, 21)) * 0x9E3779B97F4A7C15U;
+}
 
 /// Built when the library is loaded, never changed. Names are listed in order and
 /// looked up by hash: the look-up is a part of every call.
@@ -51,18 +68,29 @@ class FunctionTable {
       rows_.insert(rows_.end(), table.begin(), table.end());
     }
     std::ranges::sort(rows_, {}, &Row::name);
-    for (const Row& row : rows_) handlers_.emplace(row.name, row.handler);
+    for (const Row& row : rows_) slots_[slotOf(row.name)] = &row;
   }
 
   [[nodiscard]] std::span<const Row> rows() const { return rows_; }
   [[nodiscard]] GatewayHandler find(std::string_view name) const {
-    const auto found = handlers_.find(name);
-    return found == handlers_.end() ? nullptr : found->second;
+    const Row* row = slots_[slotOf(name)];
+    return row == nullptr ? nullptr : row->handler;
   }
 
  private:
+  /// Slots of a power of two, at least two thirds of them empty: what has the hash of
+  /// another stands in one of the next.
+  static constexpr unsigned kSlotBits = 10;
+
+  /// Where the name stands, or would stand.
+  [[nodiscard]] std::size_t slotOf(std::string_view name) const {
+    std::size_t slot = hashOf(name) >> (64 - kSlotBits);
+    while (slots_[slot] != nullptr && slots_[slot]->name != name) slot = (slot + 1) % slots_.size();
+    return slot;
+  }
+
   std::vector<Row> rows_;
-  std::unordered_map<std::string_view, GatewayHandler> handlers_;
+  std::array<const Row*, std::size_t{1} << kSlotBits> slots_{};
 };
 
 const FunctionTable table;

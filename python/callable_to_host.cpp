@@ -2,11 +2,15 @@
 
 #include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "python/held_object.hpp"
+#include "python/interpreter_lock.hpp"
+#include "python/interrupt.hpp"
+#include "python/library_lock.hpp"
 #include "python/numpy.hpp"
 #include "python/python_exception.hpp"
 #include "python/raise_in_python.hpp"
@@ -42,6 +46,10 @@ class PythonCallable : public Callable {
   }
 
   std::vector<Value> call(int outputs, std::span<zbArray* const> inputs) override {
+    if (mustLeaveLibrary()) throw std::runtime_error("the Python interpreter is ending");
+    const InterpreterHeld held;
+    const LibraryLock::Callback running;
+    InterruptScope::throwIfNoted();
     try {
       py::tuple arguments(inputs.size());
       for (std::size_t i = 0; i < inputs.size(); ++i) arguments[i] = fromHost_(share(inputs[i]));
@@ -53,7 +61,9 @@ class PythonCallable : public Callable {
     } catch (...) {
       raiseInPython();
     }
-    throw PythonException::pending();
+    const PythonException exception = PythonException::pending();
+    InterruptScope::note(exception);
+    throw exception;
   }
 
  private:

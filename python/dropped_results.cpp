@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "python/interpreter_lock.hpp"
 #include "runtime/call.hpp"
 #include "runtime/gateway_loader.hpp"
 
@@ -13,6 +14,7 @@ void close(double identifier) {
   const Value name = makeText("H5Idec_ref");
   const Value number = makeDouble(identifier);
   const std::array<const zbArray*, 2> inputs{name.get(), number.get()};
+  const InterpreterReleased released;  // a file may have much to write
   callExtension(loadGateway(), 1, inputs);
 }
 

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "python/argument_to_host.hpp"
 #include "python/dropped_results.hpp"
 #include "python/from_host.hpp"
+#include "python/interpreter_lock.hpp"
+#include "python/interrupt.hpp"
+#include "python/library_lock.hpp"
 #include "python/named_datatype.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
@@ -96,6 +100,29 @@ void fitData(Arguments& arguments, const Form& form) {
   }
 }
 
+/// Whether a function only looks at what HDF5 has in memory: it returns before another thread
+/// could have the interpreter's lock.
+bool isBrief(std::string_view function) {
+  static constexpr std::string_view kInterfaces[] = {
+      "H5S", "H5P", "H5E", "H5Z", "H5Tget", "H5Tset", "H5Iget_type", "H5Iget_ref", "H5Iis_valid"};
+  return std::ranges::any_of(kInterfaces,
+                             [&](std::string_view prefix) { return function.starts_with(prefix); });
+}
+
+/// The gateway's entry point; other Python threads run while HDF5 works.
+void enter(std::string_view function, int nOut, zbArray** outs, int nIn, const zbArray** ins) {
+  const InterruptScope interrupt;
+  try {
+    std::optional<InterpreterReleased> released;
+    if (!isBrief(function)) released.emplace();
+    loadGateway()(nOut, outs, nIn, ins);
+  } catch (...) {
+    interrupt.end();
+    throw;
+  }
+  interrupt.end();
+}
+
 py::object call(const zbArray* name, std::string_view label, const Form* form,
                 std::span<PyObject* const> objects, int nOut) {
   Arguments arguments(objects.size() + 1);
@@ -103,10 +130,11 @@ py::object call(const zbArray* name, std::string_view label, const Form* form,
   for (std::size_t i = 0; i < objects.size(); ++i) {
     arguments.append(convert(objects[i], label, form, i));
   }
+  const LibraryLock lock;
   if (form != nullptr) fitData(arguments, *form);
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
-  loadGateway()(nOut, outs.data(), arguments.count(), arguments.arrays());
+  enter(label, nOut, outs.data(), arguments.count(), arguments.arrays());
   // Handlers store results that nobody asked for; those stay behind, and closed.
   const auto asked = std::span(outs).first(static_cast<std::size_t>(nOut));
   const auto stored = std::find(asked.begin(), asked.end(), nullptr) - asked.begin();

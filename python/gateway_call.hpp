@@ -1,6 +1,6 @@
 // One call of the gateway from Python, shared by `zembra.call` and the functions
-// of `zembra.h5`. The interpreter's lock is held throughout: HDF5 and the arrays
-// belong to one thread at a time, and callbacks run Python code.
+// of `zembra.h5`. Other Python threads run while HDF5 works; one of them at a time
+// uses HDF5.
 #pragma once
 
 #include <span>

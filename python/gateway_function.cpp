@@ -104,7 +104,18 @@ PyMemberDef members[] = {
     {"__qualname__", T_OBJECT_EX, offsetof(FunctionObject, name), READONLY, nullptr},
     {nullptr, 0, 0, 0, nullptr}};
 
+/// Pickled by name, as Python's own functions are.
+PyObject* reduce(PyObject* self, PyObject* /*unused*/) { return Py_NewRef(asFunction(self)->name); }
+
+PyMethodDef methods[] = {{"__reduce__", reduce, METH_NOARGS, "The name that it is pickled by."},
+                         {nullptr, nullptr, 0, nullptr}};
+
+PyObject* moduleOf(PyObject* /*self*/, void* /*unused*/) {
+  return PyUnicode_FromString("zembra.h5");
+}
+
 PyGetSetDef properties[] = {
+    {"__module__", moduleOf, nullptr, nullptr, nullptr},
     {"__doc__", describe, nullptr, nullptr, const_cast<char*>("docstring")},
     {"__signature__", describe, nullptr, nullptr, const_cast<char*>("signature")},
     {nullptr, nullptr, nullptr, nullptr, nullptr}};
@@ -123,6 +134,7 @@ py::object makeFunctionType() {
                    slot(Py_tp_repr, represent),
                    slot(Py_tp_descr_get, bind),
                    slot(Py_tp_members, members),
+                   slot(Py_tp_methods, methods),
                    slot(Py_tp_getset, properties),
                    PyType_Slot{0, nullptr}};
   PyType_Spec spec{"zembra.h5.Function", sizeof(FunctionObject), 0,

@@ -4,27 +4,33 @@
 
 #include <memory>
 
+#include "python/interpreter_lock.hpp"
 #include "python/python.hpp"
 #include "runtime/array.hpp"
 
 namespace zembra::python {
 
-/// Gives up the reference of a host array. Arrays live and die in calls and in
-/// NumPy arrays, with the interpreter's lock held; the few that are left when the
-/// interpreter has ended have nothing to give back to.
-inline void releaseInCall(void* object) {
-  if (Py_IsInitialized() != 0) Py_DECREF(static_cast<PyObject*>(object));
+/// Gives a reference up, with the interpreter's lock or without: arrays also die while HDF5
+/// works. The few that are left when the interpreter has ended have nothing to give back to.
+inline void releaseObject(void* object) {
+  if (Py_IsInitialized() == 0) return;
+  if (PyGILState_Check() != 0) {
+    Py_DECREF(static_cast<PyObject*>(object));
+    return;
+  }
+  const InterpreterHeld held;
+  Py_DECREF(static_cast<PyObject*>(object));
 }
 
 /// What an array that was made from the object remembers.
 inline Origin originOf(PyObject* object) {
   Py_INCREF(object);
-  return {object, releaseInCall};
+  return {object, releaseObject};
 }
 
 /// What keeps the object alive for as long as an array uses its memory.
 inline std::shared_ptr<void> ownerOf(py::object object) {
-  return {object.release().ptr(), releaseInCall};
+  return {object.release().ptr(), releaseObject};
 }
 
 /// A value that only travels: carried as it is, never looked at.

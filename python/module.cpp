@@ -2,6 +2,7 @@
 #include "hdf5/identifier_codec.hpp"
 #include "python/gateway_call.hpp"
 #include "python/gateway_function.hpp"
+#include "python/library_lock.hpp"
 #define ZEMBRA_IMPORTS_NUMPY
 #include "python/numpy.hpp"
 #include "python/package_classes.hpp"
@@ -18,8 +19,8 @@ PyMethodDef methods[] = {
      METH_FASTCALL | METH_KEYWORDS,
      "call(name, *arguments, nout=5)\n--\n\n"
      "Calls the gateway function `name`. Gives None when the function stores no\n"
-     "result, its one result, or a tuple of those stored, `nout` at most. The\n"
-     "interpreter's lock is held until the call returns."},
+     "result, its one result, or a tuple of those stored, `nout` at most. Other\n"
+     "threads run meanwhile; calls of several threads take turns."},
     {nullptr, nullptr, 0, nullptr}};
 
 /// An identifier as HDF5 has it, as scripts see it.
@@ -58,6 +59,7 @@ PYBIND11_MODULE(_zembra, module) {
   host::routeWarnings();
   if (PyModule_AddFunctions(module.ptr(), methods) != 0) throw host::py::error_already_set();
   module.attr("Function") = host::makeFunctionType();
+  host::addLibraryLock(module);
   module.attr("identifier_types") = identifierTypes();
   module.def("encode_identifier", encodeIdentifier);
 }

@@ -15,12 +15,4 @@ inline py::object steal(PyObject* object) {
 
 inline py::object borrow(PyObject* object) { return py::reinterpret_borrow<py::object>(object); }
 
-/// Gives a reference up from whichever thread, with the interpreter's lock or without.
-inline void releaseObject(void* object) {
-  if (Py_IsInitialized() == 0) return;
-  const PyGILState_STATE state = PyGILState_Ensure();
-  Py_DECREF(static_cast<PyObject*>(object));
-  PyGILState_Release(state);
-}
-
 }  // namespace zembra::python

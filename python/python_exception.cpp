@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "python/held_object.hpp"
 #include "python/utf8.hpp"
 
 namespace zembra::python {
@@ -44,7 +45,6 @@ PythonException PythonException::pending() {
   if (traceback != nullptr) PyException_SetTraceback(value, traceback);
   Py_XDECREF(type);
   Py_XDECREF(traceback);
-  // A thread may remember it until the thread ends, when nobody holds the interpreter's lock.
   Raised raised{{value, [](PyObject* object) { releaseObject(object); }}, {}};
   raised.report = oneLineReport(value);
   return PythonException(std::make_shared<const Raised>(std::move(raised)));

@@ -1,5 +1,7 @@
 #include "python/warnings.hpp"
 
+#include "python/interpreter_lock.hpp"
+#include "python/interrupt.hpp"
 #include "python/package_classes.hpp"
 #include "python/python_exception.hpp"
 #include "python/utf8.hpp"
@@ -9,6 +11,8 @@ namespace zembra::python {
 namespace {
 
 void warn(const Warning& warning) {
+  const InterpreterHeld held;
+  InterruptScope::throwIfNoted();  // the warning would be about that
   try {
     const py::object issued =
         PackageClasses::get().gatewayWarning(toStr(warning.text), toStr(warning.identifier));
@@ -17,7 +21,9 @@ void warn(const Warning& warning) {
     py::module_::import("warnings").attr("warn")(issued, py::arg("stacklevel") = 1);
   } catch (py::error_already_set& error) {
     error.restore();
-    throw PythonException::pending();
+    const PythonException exception = PythonException::pending();
+    InterruptScope::note(exception);
+    throw exception;
   }
 }
 

@@ -38,6 +38,13 @@ void* openGateway(const std::string& folder) {
   throw std::runtime_error(complaint + "; " + dlerror());
 }
 
+/// Threads that have ended leave references to HDF5's own messages behind, which it would
+/// complain of to whomever has not asked it to be quiet, in the very words asked for here.
+void closeLibrary() {
+  H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
+  H5close();
+}
+
 zbExtensionFunction* openEntryPoint() {
   const std::string path = ownPath();
   offerHost(path);
@@ -46,7 +53,7 @@ zbExtensionFunction* openEntryPoint() {
   if (function == nullptr) throw std::runtime_error(dlerror());
   // The gateway switches HDF5's own exit handler off, and another user of HDF5 in
   // the process may have done so before the library was opened.
-  std::atexit([] { H5close(); });
+  std::atexit(closeLibrary);
   return function;
 }
 

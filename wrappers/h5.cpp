@@ -1,4 +1,5 @@
 // H5: the library.
+#include "hdf5/library_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -8,7 +9,7 @@ namespace {
 constexpr Row kLibraryFunctions[] = {
     // clang-format off
     //  name                    gives                                  takes
-    ROW(H5close,                Nothing),
+    CALL(H5close, hdf5::closeLibrary, Nothing),
     ROW(H5garbage_collect,      Nothing),
     ROW(H5get_libversion,       Outputs<unsigned, unsigned, unsigned>),
     ROW(H5open,                 Nothing),

@@ -61,12 +61,15 @@ What a script forgets to close is closed, and on disk, when the process ends in 
 ordinary way.
 """
 
+from . import _process  # first: it refuses what the extension module must not meet
 from ._errors import Error, ErrorRecord, GatewayWarning, LibraryError
 from ._id import Id
 from ._records import records
 from ._version import __version__
 from ._zembra import call
 from . import h5
+
+_process.join()
 
 __all__ = [
     "Error",

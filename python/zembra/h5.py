@@ -13,7 +13,9 @@ on with.
 
 constants("H5T") lists the names of the constants of a topic.
 
-HDF5 runs with the interpreter's lock held: calls from several threads take turns.
+Other Python threads run while HDF5 works. HDF5 does one thing at a time: calls of several
+threads take turns, with one another and with h5py's. A callback runs in the middle of a
+call: what it waits for must not be waiting for HDF5.
 """
 
 from typing import TYPE_CHECKING

@@ -4,11 +4,14 @@ identifier open."""
 import ctypes
 import gc
 import os
+import warnings
 from pathlib import Path
 
 import pytest
 
-import zembra  # noqa: F401 - loads the libraries
+import iterations
+import zembra
+from zembra import h5
 
 
 def _loaded_library():
@@ -118,6 +121,19 @@ def no_identifier_leaks():
 def path(tmp_path):
     """Where a test may make a file."""
     return str(tmp_path / "test.h5")
+
+
+@pytest.fixture
+def world(path):
+    """Afterwards the file is made anew under its name, and deleted."""
+    world = iterations.World(path)
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", zembra.GatewayWarning)
+        yield world
+    world.close()
+    h5.H5Fclose(h5.H5Fcreate(path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT"))
+    os.remove(path)
+    h5.H5Fclose(h5.H5Fcreate(path, "H5F_ACC_EXCL", "H5P_DEFAULT", "H5P_DEFAULT"))
 
 
 @pytest.fixture(scope="session")

@@ -307,6 +307,18 @@ TEST_P(Iterating, Nests) {
   }
 }
 
+TEST_P(Iterating, KeepsTheLibraryOpen) {
+  int calls = 0;
+  runWith(GetParam(), there(), counting(calls, [](int call) {
+            const Failure error = failureOf("H5close", {});
+            EXPECT_TRUE(error && (*error)->stack.size() == 1);
+            EXPECT_STREQ(error ? (*error)->stack[0].description.c_str() : "",
+                         "the library is in use: a callback is running");
+            return Results{number(0), number(call)};
+          }));
+  EXPECT_GE(calls, 3);
+}
+
 TEST_P(Iterating, RecoversFromEveryOtherFunctionFailingInside) {
   for (const Iteration& inside : kIterations) {
     int innerCalls = 0;

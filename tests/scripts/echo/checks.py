@@ -398,7 +398,8 @@ def test_what_a_callback_raises_is_reported_in_one_line():
 
     assert report(raising(ValueError("no such station"))) == "ValueError: no such station"
     assert report(raising(ValueError("two\nlines\0and a NUL"))) == "ValueError: two lines and a NUL"
-    assert report(raising(KeyboardInterrupt())) == "KeyboardInterrupt"
+    with pytest.raises(KeyboardInterrupt):  # no error, but an end
+        report(raising(KeyboardInterrupt()))
     assert report(raising(Silent())) == "Silent"
     assert report(lambda: (0, None)) == ""
     assert "what the callback returned: an array of" in report(lambda: (np.longdouble(1), 0))
