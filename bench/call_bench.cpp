@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
 #include "runtime/array.hpp"

@@ -3,7 +3,23 @@
 set(package_dir "${PROJECT_BINARY_DIR}/python/zembra")
 set(package_install_dir "${h5gate_python}/zembra")
 
+# How arguments and results are converted, and the type stubs of zembra.h5, are made from
+# the reference.
+set(reference_folder "${PROJECT_SOURCE_DIR}/python/zembra")
+function(make_from_reference maker output)
+  set(script "${PROJECT_SOURCE_DIR}/tools/${maker}")
+  add_custom_command(
+    OUTPUT "${output}"
+    COMMAND "${Python3_EXECUTABLE}" -B "${script}" "${reference_folder}" "${output}"
+    DEPENDS "${script}" "${PROJECT_SOURCE_DIR}/tools/load_reference.py"
+            "${reference_folder}/reference.txt" "${reference_folder}/_reference.py"
+    VERBATIM)
+endfunction()
+set(kinds "${PROJECT_BINARY_DIR}/generated/reference_kinds.cpp")
+make_from_reference(make_kinds.py "${kinds}")
+
 file(GLOB module_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/python/*.cpp")
+list(APPEND module_sources "${kinds}")
 Python3_add_library(_zembra MODULE WITH_SOABI ${module_sources})
 set(to_libraries "/${h5gate_libdir}")
 cmake_path(RELATIVE_PATH to_libraries BASE_DIRECTORY "/${package_install_dir}")
@@ -38,14 +54,7 @@ file(CONFIGURE OUTPUT "${package_dir}/_version.py" CONTENT "__version__ = \"@PRO
      @ONLY)
 install(FILES "${package_dir}/_version.py" DESTINATION "${package_install_dir}" COMPONENT python)
 
-# The type stubs of zembra.h5 are made from the reference.
-set(stub_maker "${PROJECT_SOURCE_DIR}/tools/make_stubs.py")
-set(reference_folder "${PROJECT_SOURCE_DIR}/python/zembra")
-add_custom_command(
-  OUTPUT "${package_dir}/h5.pyi"
-  COMMAND "${Python3_EXECUTABLE}" -B "${stub_maker}" "${reference_folder}" "${package_dir}/h5.pyi"
-  DEPENDS "${stub_maker}" "${reference_folder}/reference.txt" "${reference_folder}/_reference.py"
-  VERBATIM)
+make_from_reference(make_stubs.py "${package_dir}/h5.pyi")
 list(APPEND package_copies "${package_dir}/h5.pyi")
 install(FILES "${package_dir}/h5.pyi" DESTINATION "${package_install_dir}" COMPONENT python)
 

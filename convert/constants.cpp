@@ -9,9 +9,9 @@
 
 #include "convert/enumerations.hpp"
 #include "convert/failure.hpp"
-#include "convert/identifier_codec.hpp"
 #include "convert/name_table.hpp"
 #include "hdf5/compat.hpp"
+#include "hdf5/identifier_codec.hpp"
 
 namespace h5gate {
 namespace {
@@ -405,7 +405,7 @@ const auto kValues = [] {
   std::ranges::transform(kConstants, values.begin(), [](const Constant& constant) {
     return constant.identifier == nullptr
                ? constant.number
-               : static_cast<std::int64_t>(identifierToHost(constant.identifier()));
+               : static_cast<std::int64_t>(hdf5::identifierToHost(constant.identifier()));
   });
   return values;
 }();

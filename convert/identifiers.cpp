@@ -4,6 +4,7 @@
 
 #include "convert/constants.hpp"
 #include "convert/failure.hpp"
+#include "convert/number_cast.hpp"
 #include "convert/text.hpp"
 
 namespace h5gate {

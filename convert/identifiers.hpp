@@ -2,10 +2,14 @@
 // predefined value is meant, names.
 #pragma once
 
-#include "convert/identifier_codec.hpp"
+#include "hdf5/identifier_codec.hpp"
 #include "host/array.hpp"
 
 namespace h5gate {
+
+namespace codec = hdf5::codec;
+using hdf5::identifierFromHost;
+using hdf5::identifierToHost;
 
 /// Nearly every identifier argument; the only name it knows is "H5P_DEFAULT".
 hid_t getHidArg(const zbArray* array, const char* description);

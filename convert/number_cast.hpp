@@ -8,6 +8,7 @@
 
 #include "convert/failure.hpp"
 #include "hdf5/compat.hpp"
+#include "hdf5/identifier_codec.hpp"
 
 namespace h5gate {
 
@@ -33,13 +34,8 @@ inline std::uint32_t castToUInt(double value) {
   return castOrRaise<std::uint32_t, msg::numericCastError>(value);
 }
 
-/// Without complaint: out of range gives -2147483648.
-constexpr std::int32_t truncateToInt32(double value) {
-  constexpr double kEnd = 2147483648.0;
-  return value > -kEnd - 1 && value < kEnd ? static_cast<std::int32_t>(value)
-                                           : std::numeric_limits<std::int32_t>::min();
-}
-/// The same in 64 bits.
+using hdf5::truncateToInt32;
+/// The same in 64 bits, without complaint: out of range gives -2^63.
 constexpr std::int64_t truncateToInt64(double value) {
   constexpr double kEnd = 9223372036854775808.0;
   return value >= -kEnd && value < kEnd ? static_cast<std::int64_t>(value)

@@ -9,10 +9,15 @@ What was never measured takes no space on disk and reads as NaN.
 """
 
 import sys
+from collections.abc import Sequence
+from typing import Any
 
 import numpy as np
+from numpy.typing import NDArray
 
 from zembra import h5
+
+Values = NDArray[Any]
 
 DEPTHS = np.array([0.5, 2.0, 5.0, 12.0], dtype="float32")  # metres
 DAYS = 28
@@ -20,26 +25,33 @@ DAY = 24 * 60  # minutes
 BROKEN = (2, range(9, 12))  # the third sensor, for three days
 
 
-def measure(day, depth):
+def measure(day: int, depth: float) -> Values:
     """One day of one sensor, in degrees Celsius to the hundredth."""
     minutes = np.arange(DAY) + DAY * day
     warmth = 6 + 14 * np.exp(-depth / 6) + 0.05 * day
     daily = 1.5 * np.exp(-depth) * np.sin(2 * np.pi * (minutes / DAY - 0.4))
     waves = 0.2 * np.exp(-depth / 3) * np.sin(minutes / 47) * np.sin(minutes / 11)
-    return np.round(warmth + daily + waves, 2).astype("float32")
+    temperatures: Values = np.round(warmth + daily + waves, 2).astype("float32")
+    return temperatures
 
 
 # --- Writing ------------------------------------------------------------------------
 
 
-def create_dataset(file, name, datatype, shape, creation="H5P_DEFAULT"):
+def create_dataset(
+    file: int,
+    name: str,
+    datatype: str,
+    shape: Sequence[int],
+    creation: int | str = "H5P_DEFAULT",
+) -> int:
     space = h5.H5Screate_simple(len(shape), shape, [])
     dataset = h5.H5Dcreate(file, name, datatype, space, creation)
     h5.H5Sclose(space)
     return dataset
 
 
-def write_scale(file, name, values, description):
+def write_scale(file: int, name: str, values: Values, description: str) -> int:
     """A dataset of coordinates, ready to be attached to a dimension."""
     datatype = "H5T_IEEE_F32LE" if values.dtype == "float32" else "H5T_STD_I64LE"
     scale = create_dataset(file, name, datatype, values.shape)
@@ -48,7 +60,7 @@ def write_scale(file, name, values, description):
     return scale
 
 
-def create_temperature(file):
+def create_temperature(file: int) -> int:
     """A chunk is a day of one sensor: compressed, checked, and absent until written."""
     creation = h5.H5Pcreate("H5P_DATASET_CREATE")
     h5.H5Pset_chunk(creation, [DAY, 1])
@@ -63,7 +75,7 @@ def create_temperature(file):
     return dataset
 
 
-def write_day(dataset, day, sensor):
+def write_day(dataset: int, day: int, sensor: int) -> None:
     file_space = h5.H5Dget_space(dataset)
     h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [day * DAY, sensor], [], [DAY, 1], [])
     memory_space = h5.H5Screate_simple(1, [DAY], [])
@@ -79,7 +91,7 @@ def write_day(dataset, day, sensor):
     h5.H5Sclose(file_space)
 
 
-def write(path):
+def write(path: str) -> None:
     file = h5.H5Fcreate(path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")
     temperature = create_temperature(file)
     scales = [
@@ -101,40 +113,44 @@ def write(path):
 # --- Reading --------------------------------------------------------------------------
 
 
-def read_all(dataset):
-    return h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
+def read_all(dataset: int) -> Values:
+    values: Values = h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
+    return values
 
 
-def scales_of(dataset, dimension):
+def scales_of(dataset: int, dimension: int) -> list[tuple[str, Values]]:
     """What each scale of a dimension is called, and its values."""
 
-    def look(_dataset, _dimension, scale, found):
-        return 0, found + [(h5.H5DSget_scale_name(scale), read_all(scale))]
+    found = []
 
-    _, _, found = h5.H5DSiterate_scales(dataset, dimension, [], look, [])
+    def look(_dataset: int, _dimension: int, scale: int, data: None) -> tuple[int, None]:
+        found.append((h5.H5DSget_scale_name(scale), read_all(scale)))
+        return 0, data
+
+    h5.H5DSiterate_scales(dataset, dimension, 0, look, None)
     return found
 
 
-def show_dimensions(dataset, shape):
+def show_dimensions(dataset: int, shape: Sequence[int]) -> None:
     for dimension, size in enumerate(shape):
         ((name, values),) = scales_of(dataset, dimension)
         label = h5.H5DSget_label(dataset, dimension)
         print(f"  {label:6} {size:6} values, {values[0]:g} to {values[-1]:g} {name}")
 
 
-def show_storage(dataset, values):
+def show_storage(dataset: int, values: Values) -> None:
     creation = h5.H5Dget_create_plist(dataset)
     _, chunk = h5.H5Pget_chunk(creation)
     filters = [
-        h5.H5Pget_filter(creation, index)[3] for index in range(int(h5.H5Pget_nfilters(creation)))
+        h5.H5Pget_filter(creation, index)[3] for index in range(h5.H5Pget_nfilters(creation))
     ]
     h5.H5Pclose(creation)
     stored = h5.H5Dget_storage_size(dataset)
-    print(f"  in chunks of {chunk[0]:.0f} x {chunk[1]:.0f} through {', '.join(filters)}")
-    print(f"  {values.nbytes:,} bytes kept in {stored:,.0f}: {values.nbytes / stored:.1f} to 1")
+    print(f"  in chunks of {chunk[0]} x {chunk[1]} through {', '.join(filters)}")
+    print(f"  {values.nbytes:,} bytes kept in {stored:,}: {values.nbytes / stored:.1f} to 1")
 
 
-def show_depths(dataset, values):
+def show_depths(dataset: int, values: Values) -> None:
     ((_, depths),) = scales_of(dataset, 1)
     print("\n   depth    coldest   mean  warmest    measured")
     for depth, column in zip(depths, values.T):
@@ -145,7 +161,7 @@ def show_depths(dataset, values):
         )
 
 
-def read(path):
+def read(path: str) -> None:
     file = h5.H5Fopen(path, "H5F_ACC_RDONLY", "H5P_DEFAULT")
     dataset = h5.H5Dopen(file, "temperature")
     values = read_all(dataset)
@@ -157,7 +173,7 @@ def read(path):
     h5.H5Fclose(file)
 
 
-def main():
+def main() -> None:
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     write(sys.argv[1])

@@ -5,6 +5,8 @@
 """
 
 import sys
+from collections.abc import Iterable
+from typing import Any
 
 import numpy as np
 
@@ -14,29 +16,27 @@ from zembra import LibraryError, h5
 SHOWN = 10  # values, counted along the last dimension
 
 
-def read_first(dataset):
+def read_first(dataset: int) -> Any:
     """The values at the beginning: only they are read, however large the dataset is."""
     file_space = h5.H5Dget_space(dataset)
-    memory_space = "H5S_ALL"
+    memory_space: int | str = "H5S_ALL"
     rank, dimensions, _ = h5.H5Sget_simple_extent_dims(file_space)
     if rank > 0:
-        count = [
-            min(size, SHOWN if axis >= rank - 2 else 1) for axis, size in enumerate(dimensions)
-        ]
-        if min(count) > 0:
-            h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [0] * len(count), [], count, [])
+        count = np.minimum(dimensions, [SHOWN if axis >= rank - 2 else 1 for axis in range(rank)])
+        if count.min() > 0:
+            h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", [0] * rank, [], count, [])
         else:
             h5.H5Sselect_none(file_space)
         memory_space = h5.H5Screate_simple(rank, count, [])
     try:
         return h5.H5Dread(dataset, "H5ZB_DEFAULT", memory_space, file_space, "H5P_DEFAULT")
     finally:
-        if memory_space != "H5S_ALL":
+        if isinstance(memory_space, int):
             h5.H5Sclose(memory_space)
         h5.H5Sclose(file_space)
 
 
-def word(value):
+def word(value: Any) -> str:
     """One value as it is printed."""
     if isinstance(value, bytes):
         return value.decode(errors="replace")
@@ -47,13 +47,14 @@ def word(value):
     return str(value)
 
 
-def aligned(rows):
+def aligned(rows: Iterable[tuple[str, ...]]) -> list[str]:
     """Rows of words as lines, each column as wide as its longest word."""
+    rows = list(rows)
     widths = [max(map(len, column)) for column in zip(*rows)]
     return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in rows]
 
 
-def lines(values):
+def lines(values: Any) -> list[str]:
     """Values as lines of text: a table has a line a record under its names."""
     if isinstance(values, dict):
         single = not all(
@@ -72,7 +73,7 @@ def lines(values):
     return word(values).splitlines()
 
 
-def show(path, name):
+def show(path: str, name: str) -> None:
     file = h5.H5Fopen(path, "H5F_ACC_RDONLY", "H5P_DEFAULT")
     dataset = h5.H5Dopen(file, name)
     print(f"{name} in {path}")
@@ -86,7 +87,7 @@ def show(path, name):
     h5.H5Fclose(file)
 
 
-def main():
+def main() -> None:
     if len(sys.argv) != 3:
         sys.exit(__doc__)
     try:

@@ -8,9 +8,12 @@ others; so a file may lead back into itself. Attributes are marked with @, comme
 with #, and links with -> and what they lead to.
 """
 
+import io
 import shutil
 import sys
 import textwrap
+from collections.abc import Iterator, Sequence
+from typing import Any
 
 import numpy as np
 
@@ -23,24 +26,26 @@ GROUP, DATASET, DATATYPE = 0, 1, 2  # what H5Oget_info calls objects
 HARD, SOFT, EXTERNAL = 0, 1, 64  # what H5Lget_info calls links
 BY_NAME = "H5_INDEX_NAME", "H5_ITER_INC"
 
+Row = tuple[str, Sequence[str]]
+
 
 class Tree:
     """Rows of a name and what is said about it, in the order of a walk by name."""
 
-    def __init__(self, file):
-        self.rows = []
+    def __init__(self, file: int) -> None:
+        self.rows: list[Row] = []
         self._file = file
-        self._names = {}  # of the objects that were met
+        self._names: dict[tuple[int, int], str] = {}  # of the objects that were met
         self._ahead = [("/", 0)]
         # The links ahead are listed instead of descended into: however deep the
         # file is, it is one loop.
         while self._ahead:
             self._link(*self._ahead.pop())
 
-    def _row(self, depth, name, *words):
+    def _row(self, depth: int, name: str, *words: str) -> None:
         self.rows.append(("  " * depth + name, words))
 
-    def _link(self, path, depth):
+    def _link(self, path: str, depth: int) -> None:
         name = path.rpartition("/")[2] or "/"
         kind = HARD if path == "/" else h5.H5Lget_info(self._file, path, "H5P_DEFAULT")["type"]
         if kind == HARD:
@@ -50,23 +55,23 @@ class Tree:
                 lambda thing: self._object(thing, path, name, depth),
             )
         elif kind == SOFT:
-            (target,) = h5.H5Lget_val(self._file, path, "H5P_DEFAULT")
+            (target,) = list(h5.H5Lget_val(self._file, path, "H5P_DEFAULT"))
             broken = "" if self._leads_on(path) else " (nothing there)"
             self._row(depth, name, f"-> {target}{broken}")
         elif kind == EXTERNAL:
-            file, target = h5.H5Lget_val(self._file, path, "H5P_DEFAULT")
+            file, target = list(h5.H5Lget_val(self._file, path, "H5P_DEFAULT"))
             self._row(depth, name, f"-> {target} in {file}")
         else:
-            self._row(depth, name, f"link of class {kind:.0f}")
+            self._row(depth, name, f"link of class {kind}")
 
-    def _leads_on(self, path):
+    def _leads_on(self, path: str) -> bool:
         try:
             h5.H5Gget_objinfo(self._file, path, True)
             return True
         except Error:
             return False
 
-    def _object(self, thing, path, name, depth):
+    def _object(self, thing: int, path: str, name: str, depth: int) -> None:
         info = h5.H5Oget_info(thing)
         first = self._names.setdefault((info["fileno"], info["addr"]), path)
         if first != path:
@@ -76,23 +81,23 @@ class Tree:
         self._row(depth, name, *describe(thing, info["type"]), *[f"# {comment}"] * bool(comment))
         if info["num_attrs"]:
 
-            def show(owner, attribute, _info, data):
+            def show(owner: int, attribute: str, _info: Any, data: None) -> tuple[int, None]:
                 self._attribute(owner, attribute, depth)
                 return 0, data
 
-            h5.H5Aiterate(thing, *BY_NAME, 0, show, [])
+            h5.H5Aiterate(thing, *BY_NAME, 0, show, None)
         if info["type"] == GROUP:
             names = []
 
-            def collect(_group, member, data):
+            def collect(_group: int, member: str, data: None) -> tuple[int, None]:
                 names.append(member)
                 return 0, data
 
-            h5.H5Literate(thing, *BY_NAME, 0, collect, [])
+            h5.H5Literate(thing, *BY_NAME, 0, collect, None)
             parent = path if path.endswith("/") else path + "/"
             self._ahead += [(parent + member, depth + 1) for member in reversed(names)]
 
-    def _attribute(self, owner, name, depth):
+    def _attribute(self, owner: int, name: str, depth: int) -> None:
         attribute = h5.H5Aopen_by_name(owner, ".", name, "H5P_DEFAULT", "H5P_DEFAULT")
         self._row(depth + 1, f"@{name}", closing(h5.H5Aclose, attribute, attribute_value))
 
@@ -100,7 +105,7 @@ class Tree:
 # --- In words ---------------------------------------------------------------------
 
 
-def describe(thing, kind):
+def describe(thing: int, kind: int) -> tuple[str, ...]:
     """What there is to say about an object, a dataset's shape and storage apart."""
     if kind == DATASET:
         return (
@@ -113,7 +118,7 @@ def describe(thing, kind):
     return ("group",)
 
 
-def attribute_value(attribute):
+def attribute_value(attribute: int) -> str:
     shape = closing(h5.H5Sclose, h5.H5Aget_space(attribute), describe_space)
     datatype = closing(h5.H5Tclose, h5.H5Aget_type(attribute), describe_type)
     if shape == "no data":
@@ -124,12 +129,10 @@ def attribute_value(attribute):
         return f"({error})"
     if datatype.endswith("reference to an object"):  # or a list of them
         value = names_of(attribute, value)
-    if shape == "single value" and isinstance(value, list):
-        (value,) = value
     return in_words(value)
 
 
-def names_of(attribute, references):
+def names_of(attribute: int, references: Any) -> Any:
     """The names of what object references, eight bytes each, refer to."""
     if isinstance(references, list) or references.ndim > 1:
         return [names_of(attribute, reference) for reference in references]
@@ -139,7 +142,7 @@ def names_of(attribute, references):
         return None
 
 
-def in_words(value):
+def in_words(value: Any) -> str:
     """A value as one line, cut short where it is long."""
     if isinstance(value, dict):
         return "{" + ", ".join(f"{name}: {in_words(item)}" for name, item in value.items()) + "}"
@@ -149,7 +152,7 @@ def in_words(value):
     if isinstance(value, bytes):
         value = value.decode("utf-8", "surrogateescape")
     if isinstance(value, str):
-        return repr(value.rstrip("\0"))
+        return repr(value)
     if isinstance(value, (float, np.floating)):
         return f"{value:.15g}" if isinstance(value, float) else str(value)
     return "nothing" if value is None else str(value)
@@ -158,7 +161,7 @@ def in_words(value):
 # --- On paper ---------------------------------------------------------------------
 
 
-def columns(rows):
+def columns(rows: list[Row]) -> Iterator[str]:
     """Lines with the names in one column and what is said about them beside it; shapes
     and storage, the first two words of three, in columns of their own."""
     total = shutil.get_terminal_size((100, 24)).columns
@@ -183,11 +186,12 @@ def columns(rows):
         )
 
 
-def main():
+def main() -> None:
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     # Names need not be text at all.
-    sys.stdout.reconfigure(errors="backslashreplace")  # type: ignore[attr-defined]
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        sys.stdout.reconfigure(errors="backslashreplace")
     try:
         file = h5.H5Fopen(sys.argv[1], "H5F_ACC_RDONLY", "H5P_DEFAULT")
         rows = closing(h5.H5Fclose, file, lambda opened: Tree(opened).rows)

@@ -9,11 +9,15 @@ at a time, so the dataset grows along its first dimension and is stored in chunk
 """
 
 import sys
+from collections.abc import Sequence
 from typing import Any
 
 import numpy as np
+from numpy.typing import NDArray
 
 from zembra import h5
+
+Values = NDArray[Any]
 
 STATIONS: dict[str, Any] = {
     "code": np.array([b"ZUG", b"SIO", b"DAV", b"LUG"]),
@@ -25,24 +29,25 @@ STATIONS: dict[str, Any] = {
 DAYS = 10
 
 
-def one_day(day):
+def one_day(day: int) -> Values:
     """24 hours of temperatures in degrees Celsius: colder at night and higher up."""
     hours = np.arange(24)[:, np.newaxis]
     sea_level = 14 + 0.4 * day - 6 * np.cos((hours - 3) * np.pi / 12)
-    return sea_level - 0.0065 * STATIONS["elevation"]
+    temperatures: Values = sea_level - 0.0065 * STATIONS["elevation"]
+    return temperatures
 
 
-def text_type(size):
+def text_type(size: int | str) -> int:
     """A string datatype of `size` bytes, or of any length for "H5T_VARIABLE"."""
     datatype = h5.H5Tcopy("H5T_C_S1")
     h5.H5Tset_size(datatype, size)
     return datatype
 
 
-def station_type():
+def station_type() -> int:
     """The record of a station, as the file lays it out."""
     code, name = text_type(4), text_type("H5T_VARIABLE")
-    members = [
+    members: list[tuple[str, int | str]] = [
         ("code", code),
         ("name", name),
         ("latitude", "H5T_IEEE_F64LE"),
@@ -59,16 +64,17 @@ def station_type():
     return record
 
 
-def write_stations(file):
+def write_stations(file: int) -> None:
     record = station_type()
     space = h5.H5Screate_simple(1, [len(STATIONS["name"])], [])
     table = h5.H5Dcreate(file, "stations", record, space, "H5P_DEFAULT")
     h5.H5Dwrite(table, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", STATIONS)
-    for close, identifier in ((h5.H5Dclose, table), (h5.H5Sclose, space), (h5.H5Tclose, record)):
-        close(identifier)
+    h5.H5Dclose(table)
+    h5.H5Sclose(space)
+    h5.H5Tclose(record)
 
 
-def create_readings(file):
+def create_readings(file: int) -> int:
     """An empty dataset that can grow by days, never by stations."""
     stations = len(STATIONS["name"])
     unlimited = h5.H5ZBget_constant_value("H5S_UNLIMITED")
@@ -81,14 +87,14 @@ def create_readings(file):
     return readings
 
 
-def slab(dataset, start, count):
+def slab(dataset: int, start: Sequence[int], count: Sequence[int]) -> tuple[int, int]:
     """The dataset's space with a block selected, and a memory space of its shape."""
     file_space = h5.H5Dget_space(dataset)
     h5.H5Sselect_hyperslab(file_space, "H5S_SELECT_SET", start, [], count, [])
     return file_space, h5.H5Screate_simple(len(count), count, [])
 
 
-def append_day(readings, temperatures):
+def append_day(readings: int, temperatures: Values) -> None:
     _, (hours, stations), _ = extent(readings)
     h5.H5Dset_extent(readings, [hours + 24, stations])
     file_space, memory_space = slab(readings, [hours, 0], [24, stations])
@@ -97,7 +103,7 @@ def append_day(readings, temperatures):
     h5.H5Sclose(file_space)
 
 
-def extent(dataset):
+def extent(dataset: int) -> tuple[int, Values, Values]:
     """Rank, dimensions and maximum dimensions."""
     space = h5.H5Dget_space(dataset)
     dimensions = h5.H5Sget_simple_extent_dims(space)
@@ -105,15 +111,15 @@ def extent(dataset):
     return dimensions
 
 
-def read_slab(dataset, start, count):
+def read_slab(dataset: int, start: Sequence[int], count: Sequence[int]) -> Values:
     file_space, memory_space = slab(dataset, start, count)
-    values = h5.H5Dread(dataset, "H5ZB_DEFAULT", memory_space, file_space, "H5P_DEFAULT")
+    values: Values = h5.H5Dread(dataset, "H5ZB_DEFAULT", memory_space, file_space, "H5P_DEFAULT")
     h5.H5Sclose(memory_space)
     h5.H5Sclose(file_space)
     return values
 
 
-def write(path):
+def write(path: str) -> None:
     file = h5.H5Fcreate(path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")
     write_stations(file)
     readings = create_readings(file)
@@ -123,13 +129,13 @@ def write(path):
     h5.H5Fclose(file)
 
 
-def read(path):
+def read(path: str) -> None:
     file = h5.H5Fopen(path, "H5F_ACC_RDONLY", "H5P_DEFAULT")
     table = h5.H5Dopen(file, "/stations")
     stations = h5.H5Dread(table, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
     readings = h5.H5Dopen(file, "/readings")
     _, (hours, columns), _ = extent(readings)
-    print(f"{path}: {hours:.0f} hourly readings of {columns:.0f} stations\n")
+    print(f"{path}: {hours} hourly readings of {columns} stations\n")
 
     print("  code  name        latitude  longitude  elevation")
     for code, name, latitude, longitude, elevation in zip(*stations.values()):
@@ -151,7 +157,7 @@ def read(path):
     h5.H5Fclose(file)
 
 
-def main():
+def main() -> None:
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     write(sys.argv[1])

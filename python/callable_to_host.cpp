@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "python/from_host.hpp"
 #include "python/held_object.hpp"
 #include "python/interpreter_lock.hpp"
 #include "python/interrupt.hpp"
 #include "python/library_lock.hpp"
+#include "python/numpy.hpp"
 #include "python/python_exception.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/unconvertible.hpp"
@@ -21,11 +21,27 @@ namespace zembra::python {
 namespace {
 
 using ToHost = Value (*)(PyObject*);
+using FromHost = py::object (*)(const Value&);
+
+/// What can be the status of a callback: one number.
+bool isNumber(PyObject* answer) {
+  return PyFloat_Check(answer) || PyLong_Check(answer) || PyArray_IsScalar(answer, Number) ||
+         PyArray_IsScalar(answer, Bool);
+}
+
+/// Nothing is as good as 0.
+Value statusToHost(PyObject* answer, ToHost toHost) {
+  if (answer == Py_None) return makeDouble(0);
+  if (isNumber(answer)) return toHost(answer);
+  throw Unconvertible(PyExc_TypeError, "a status is a number, not the " +
+                                           std::string(Py_TYPE(answer)->tp_name) + " " +
+                                           std::string(py::repr(answer)));
+}
 
 class PythonCallable : public Callable {
  public:
-  PythonCallable(PyObject* callable, ToHost toHost)
-      : callable_(callable, releaseObject), toHost_(toHost) {
+  PythonCallable(PyObject* callable, ToHost toHost, FromHost fromHost)
+      : callable_(callable, releaseObject), toHost_(toHost), fromHost_(fromHost) {
     Py_INCREF(callable);
   }
 
@@ -36,7 +52,7 @@ class PythonCallable : public Callable {
     InterruptScope::throwIfNoted();
     try {
       py::tuple arguments(inputs.size());
-      for (std::size_t i = 0; i < inputs.size(); ++i) arguments[i] = fromHost(share(inputs[i]));
+      for (std::size_t i = 0; i < inputs.size(); ++i) arguments[i] = fromHost_(share(inputs[i]));
       const py::object answer =
           steal(PyObject_CallObject(static_cast<PyObject*>(callable_.get()), arguments.ptr()));
       return results(outputs, answer.ptr());
@@ -56,24 +72,25 @@ class PythonCallable : public Callable {
   [[nodiscard]] std::vector<Value> results(int outputs, PyObject* answer) const {
     if (outputs == 1) {
       if (answer == Py_None) return {};
-      return {toHost_(answer)};
+      return {statusToHost(answer, toHost_)};
     }
     if (!(PyTuple_Check(answer) || PyList_Check(answer)) || PySequence_Fast_GET_SIZE(answer) != 2) {
       throw Unconvertible(PyExc_TypeError, "a pair (status, user_data) is needed, not " +
                                                std::string(py::repr(answer)));
     }
-    return {toHost_(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr()),
+    return {statusToHost(borrow(PySequence_Fast_GET_ITEM(answer, 0)).ptr(), toHost_),
             carry(PySequence_Fast_GET_ITEM(answer, 1))};
   }
 
   std::shared_ptr<void> callable_;
   ToHost toHost_;
+  FromHost fromHost_;
 };
 
 }  // namespace
 
-Value fromCallable(PyObject* callable, ToHost toHost) {
-  return makeFunction(std::make_shared<PythonCallable>(callable, toHost));
+Value fromCallable(PyObject* callable, ToHost toHost, FromHost fromHost) {
+  return makeFunction(std::make_shared<PythonCallable>(callable, toHost, fromHost));
 }
 
 }  // namespace zembra::python

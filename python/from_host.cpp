@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -18,6 +21,15 @@ namespace {
 
 /// Up to here, copying the data costs less than an object that shares them.
 constexpr std::size_t kFewBytes = 512;
+
+/// What becomes of the doubles in a value, however deep they lie.
+enum class Doubles {
+  AsTheyAre,
+  Values,  // of data: scalars of NumPy
+  Whole,   // int and int64
+};
+
+py::object convert(const Value& value, Doubles doubles);
 
 // --- Shapes -------------------------------------------------------------------
 
@@ -107,13 +119,60 @@ py::object onData(const Value& value, const Extent& extent, int type, std::size_
   return view;
 }
 
-py::object fromNumbers(const Value& value) {
+py::object scalarOf(const py::object& array) {
+  return steal(PyArray_Return(reinterpret_cast<PyArrayObject*>(array.inc_ref().ptr())));
+}
+
+// --- Whole numbers ------------------------------------------------------------
+
+/// An int where the number is one.
+py::object wholeNumber(double number) {
+  constexpr double kAllExactBelow = 9007199254740992.0;  // 2^53
+  if (!std::isfinite(number) || std::trunc(number) != number) return py::float_(number);
+  if (std::abs(number) >= kAllExactBelow) return steal(PyLong_FromDouble(number));
+  return steal(PyLong_FromLongLong(static_cast<long long>(number)));
+}
+
+bool fitsInt64(double number) {
+  constexpr double kEnd = 9223372036854775808.0;  // 2^63
+  return number >= -kEnd && number < kEnd && std::trunc(number) == number;
+}
+
+/// An int64 array, unless one of the doubles is no such number.
+py::object wholeNumbers(const Value& value) {
   const zbArray* const array = value.get();
-  if (array->elements == 1 && array->naturalRank == 0) {
-    if (array->type == zbClass::Double) return py::float_(zbGetScalar(array));
-    if (array->type == zbClass::Logical) return py::bool_(zbGetScalar(array) != 0);
+  const std::span doubles(static_cast<const double*>(array->data), array->elements);
+  if (!std::ranges::all_of(doubles, fitsInt64)) {
+    return onData(value, extentOf(array), NPY_FLOAT64, 0);
   }
-  return onData(value, extentOf(array), typeNumber(array->type), 0);
+  py::object integers = newArray(extentOf(array), NPY_INT64, 0, nullptr, 0);
+  auto* const to = static_cast<std::int64_t*>(PyArray_DATA(asArray(integers)));
+  std::ranges::transform(doubles, to, [](double n) { return static_cast<std::int64_t>(n); });
+  return integers;
+}
+
+// --- Numbers ------------------------------------------------------------------
+
+py::object fromDoubles(const Value& value, Doubles doubles) {
+  const zbArray* const array = value.get();
+  const bool scalar = array->elements == 1 && array->naturalRank == 0;
+  if (doubles == Doubles::Whole) {
+    return scalar ? wholeNumber(zbGetScalar(array)) : wholeNumbers(value);
+  }
+  if (scalar && doubles == Doubles::AsTheyAre) return py::float_(zbGetScalar(array));
+  return scalarOf(onData(value, extentOf(array), NPY_FLOAT64, 0));
+}
+
+py::object fromNumbers(const Value& value, Doubles doubles) {
+  const zbArray* const array = value.get();
+  if (array->type == zbClass::Double) return fromDoubles(value, doubles);
+  if (array->type == zbClass::Logical && array->elements == 1 && array->naturalRank == 0) {
+    return py::bool_(zbGetScalar(array) != 0);
+  }
+  py::object numbers = scalarOf(onData(value, extentOf(array), typeNumber(array->type), 0));
+  // Where 64 bits are a number for scripts, the host has no double for it.
+  const bool one = doubles == Doubles::Whole && array->elements == 1;
+  return one ? py::object(numbers.attr("item")()) : numbers;
 }
 
 // --- Text ---------------------------------------------------------------------
@@ -137,69 +196,103 @@ py::object fromText(const Value& value) {
 
 // --- Containers ---------------------------------------------------------------
 
-py::object element(const zbArray* array, std::size_t index) {
+py::object element(const zbArray* array, std::size_t index, Doubles doubles) {
   zbArray* const value = array->composite->values[index];
-  return fromHost(value == nullptr ? makeEmpty() : share(value));
+  return convert(value == nullptr ? makeEmpty() : share(value), doubles);
 }
 
-py::object fromCell(const zbArray* array) {
+/// A list, an object array where there is a matrix of them, or of a scalar the one item.
+py::object fromCell(const zbArray* array, Doubles doubles) {
+  if (array->naturalRank == 0 && array->elements == 1) return element(array, 0, doubles);
   const Extent extent = extentOf(array);
   if (extent.rank < 2) {
     py::list list(array->elements);
-    for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i);
+    for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i, doubles);
     return list;
   }
   py::object objects = newArray(extent, NPY_OBJECT, 0, nullptr, 0);
   char* place = PyArray_BYTES(asArray(objects));
   for (std::size_t i = 0; i < array->elements; ++i, place += sizeof(PyObject*)) {
-    if (PyArray_SETITEM(asArray(objects), place, element(array, i).ptr()) != 0) {
+    if (PyArray_SETITEM(asArray(objects), place, element(array, i, doubles).ptr()) != 0) {
       throw py::error_already_set();
     }
   }
   return objects;
 }
 
-py::dict fieldsOf(const zbArray* array, std::size_t index) {
+/// Of the whole numbers of a record, those that are none.
+Doubles inField(std::string_view name, Doubles doubles) {
+  if (doubles != Doubles::Whole || !std::ranges::binary_search(realFields(), name)) return doubles;
+  return Doubles::AsTheyAre;
+}
+
+py::dict fieldsOf(const zbArray* array, std::size_t index, Doubles doubles) {
   py::dict fields;
   const auto& names = array->composite->names;
   for (std::size_t i = 0; i < names.size(); ++i) {
-    fields[toStr(names[i])] = element(array, index * names.size() + i);
+    fields[toStr(names[i])] = element(array, index * names.size() + i, inField(names[i], doubles));
   }
   return fields;
 }
 
-py::object fromStruct(const zbArray* array) {
+py::object fromStruct(const zbArray* array, Doubles doubles) {
   if (array->elements == 0) return py::dict();
-  if (array->elements == 1) return fieldsOf(array, 0);
+  if (array->elements == 1) return fieldsOf(array, 0, doubles);
   py::list list(array->elements);
-  for (std::size_t i = 0; i < array->elements; ++i) list[i] = fieldsOf(array, i);
+  for (std::size_t i = 0; i < array->elements; ++i) list[i] = fieldsOf(array, i, doubles);
   return list;
 }
 
-py::object fromObject(const zbArray* array) {
+py::object fromObject(const zbArray* array, Doubles doubles) {
   if (const zbArray* identifier = zbGetProperty(array, 0, "identifier");
       identifier != nullptr && array->composite->className == "H5ZB.id") {
     return PackageClasses::get().id(zbGetScalar(identifier));
   }
-  return fieldsOf(array, 0);
+  return fieldsOf(array, 0, doubles);
 }
 
-}  // namespace
+// --- Everything ---------------------------------------------------------------
 
-py::object fromHost(const Value& value) {
+py::object convert(const Value& value, Doubles doubles) {
   const zbArray* const array = value.get();
   if (void* origin = array->origin.get()) return borrow(static_cast<PyObject*>(origin));
   switch (array->type) {
     case zbClass::Char: return fromText(value);
-    case zbClass::Cell: return fromCell(array);
-    case zbClass::Struct: return fromStruct(array);
-    case zbClass::Object: return fromObject(array);
+    case zbClass::Cell: return fromCell(array, doubles);
+    case zbClass::Struct: return fromStruct(array, doubles);
+    case zbClass::Object: return fromObject(array, doubles);
     case zbClass::Function:
     case zbClass::Foreign:
     case zbClass::Unknown:
       throw Unconvertible(PyExc_TypeError, "A " + describe(array) + " has no Python form.");
-    default: return fromNumbers(value);
+    default: return fromNumbers(value, doubles);
   }
 }
+
+/// Yes is any positive answer; a negative one is neither yes nor no.
+py::object answer(const Value& value) {
+  const zbArray* const array = value.get();
+  const bool number = array->type == zbClass::Double && array->elements == 1;
+  if (!number || !(zbGetScalar(array) >= 0)) return convert(value, Doubles::Whole);
+  return py::bool_(zbGetScalar(array) > 0);
+}
+
+}  // namespace
+
+py::object fromHost(const Value& value) { return convert(value, Doubles::AsTheyAre); }
+
+py::object fromHost(const Value& value, Kind kind) {
+  switch (kind) {
+    case Kind::Identifier:
+    case Kind::NewIdentifier:
+    case Kind::Whole:
+    case Kind::Record: return convert(value, Doubles::Whole);
+    case Kind::YesOrNo: return answer(value);
+    case Kind::Data: return convert(value, Doubles::Values);
+    default: return convert(value, Doubles::AsTheyAre);
+  }
+}
+
+py::object wholeNumbersFromHost(const Value& value) { return convert(value, Doubles::Whole); }
 
 }  // namespace zembra::python

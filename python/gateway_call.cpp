@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "hdf5/error_stack.hpp"
+#include "python/argument_to_host.hpp"
+#include "python/dropped_results.hpp"
 #include "python/failure_notes.hpp"
 #include "python/from_host.hpp"
 #include "python/interpreter_lock.hpp"
 #include "python/interrupt.hpp"
 #include "python/library_lock.hpp"
+#include "python/named_datatype.hpp"
 #include "python/python_exception.hpp"
 #include "python/raise_in_python.hpp"
 #include "python/to_host.hpp"
@@ -24,12 +27,20 @@
 namespace zembra::python {
 namespace {
 
-Value convert(PyObject* object, std::string_view label, std::size_t position) {
+/// "H5Screate_simple: argument 2 (dims): "
+std::string whereIs(std::string_view label, const Form* form, std::size_t index) {
+  std::string where = std::string(label) + ": argument " + std::to_string(index + 1);
+  if (form != nullptr) where += " (" + std::string(form->name(index)) + ")";
+  return where + ": ";
+}
+
+/// Without a form, as the host takes them.
+Value convert(PyObject* object, std::string_view label, const Form* form, std::size_t index) {
   try {
-    return toHost(object);
+    return form == nullptr ? toHost(object)
+                           : argumentToHost(object, kindIn(form->arguments, index));
   } catch (const Unconvertible& error) {
-    throw Unconvertible(error.type(), std::string(label) + ": argument " +
-                                          std::to_string(position) + ": " + error.what());
+    throw Unconvertible(error.type(), whereIs(label, form, index) + error.what());
   }
 }
 
@@ -50,8 +61,14 @@ class Arguments {
     borrowed_ = count_;
   }
   void append(Value value) { arrays()[count_++] = value.release(); }
+  void replace(std::size_t index, Value value) {
+    const zbArray*& place = arrays()[borrowed_ + index];
+    drop(const_cast<zbArray*>(place));
+    place = value.release();
+  }
 
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
+  const zbArray* at(std::size_t index) { return arrays()[borrowed_ + index]; }
   const zbArray** arrays() { return many_.empty() ? few_ : many_.data(); }
 
   /// Where the array stands, counted from 1 behind the name; 0 where it is none of them.
@@ -70,15 +87,28 @@ class Arguments {
   std::vector<const zbArray*> many_;
 };
 
+py::object toPython(zbArray* result, const Form* form, std::size_t index) {
+  const Value value = CallScope::take(result);
+  return form == nullptr ? fromHost(value) : fromHost(value, kindIn(form->results, index));
+}
+
 /// None, the one result, or a tuple.
-py::object toPython(std::span<zbArray* const> results) {
+py::object toPython(std::span<zbArray* const> results, const Form* form) {
   if (results.empty()) return py::none();
-  if (results.size() == 1) return fromHost(CallScope::take(results[0]));
+  if (results.size() == 1) return toPython(results[0], form, 0);
   py::tuple tuple(results.size());
-  for (std::size_t i = 0; i < results.size(); ++i) {
-    tuple[i] = fromHost(CallScope::take(results[i]));
-  }
+  for (std::size_t i = 0; i < results.size(); ++i) tuple[i] = toPython(results[i], form, i);
   return tuple;
+}
+
+/// Data go by the memory datatype before them.
+void fitData(Arguments& arguments, const Form& form) {
+  const std::size_t type = form.arguments.find(static_cast<char>(Kind::MemoryType));
+  const std::size_t data = form.arguments.find(static_cast<char>(Kind::Data));
+  if (type == std::string_view::npos || data == std::string_view::npos) return;
+  if (Value fitting = inClassOf(arguments.at(type), arguments.at(data))) {
+    arguments.replace(data, std::move(fitting));
+  }
 }
 
 /// Whether a function only looks at what HDF5 has in memory: it returns before another thread
@@ -105,16 +135,17 @@ void enter(std::string_view function, int nOut, zbArray** outs, int nIn, const z
 }
 
 /// `refused` becomes the position of the argument that the call fails because of.
-py::object call(const zbArray* name, std::string_view label, std::span<PyObject* const> objects,
-                int nOut, std::size_t& refused) {
+py::object call(const zbArray* name, std::string_view label, const Form* form,
+                std::span<PyObject* const> objects, int nOut, std::size_t& refused) {
   Arguments arguments(objects.size() + 1);
   if (name != nullptr) arguments.borrow(name);
   for (std::size_t i = 0; i < objects.size(); ++i) {
     refused = i + 1;
-    arguments.append(convert(objects[i], label, refused));
+    arguments.append(convert(objects[i], label, form, i));
   }
   refused = 0;
   const LibraryLock lock;
+  if (form != nullptr) fitData(arguments, *form);
   const CallScope scope;
   std::array<zbArray*, kResultSlots> outs{};
   try {
@@ -123,10 +154,11 @@ py::object call(const zbArray* name, std::string_view label, std::span<PyObject*
     if (error->input != nullptr) refused = arguments.positionOf(error->input);
     throw;
   }
-  // Handlers store results that nobody asked for; those stay behind.
+  // Handlers store results that nobody asked for; those stay behind, and closed.
   const auto asked = std::span(outs).first(static_cast<std::size_t>(nOut));
   const auto stored = std::find(asked.begin(), asked.end(), nullptr) - asked.begin();
-  return toPython(asked.first(static_cast<std::size_t>(stored)));
+  closeDropped(label, form, objects.size(), asked.size(), std::span(outs).subspan(asked.size()));
+  return toPython(asked.first(static_cast<std::size_t>(stored)), form);
 }
 
 }  // namespace
@@ -155,11 +187,12 @@ int resultsAskedFor(std::string_view label, PyObject* names, PyObject* const* va
   return nOut;
 }
 
-PyObject* callGateway(const zbArray* name, std::string_view label,
+PyObject* callGateway(const zbArray* name, std::string_view label, const Form* form,
                       std::span<PyObject* const> arguments, int nOut) noexcept {
+  const CallFromPython visit;
   std::size_t refused = 0;
   try {
-    return call(name, label, arguments, nOut, refused).release().ptr();
+    return call(name, label, form, arguments, nOut, refused).release().ptr();
   } catch (const PythonException& exception) {
     exception.raise();  // somebody else's, out of a callback or a warning
     return nullptr;
@@ -172,15 +205,16 @@ PyObject* callGateway(const zbArray* name, std::string_view label,
 
 PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count,
                      PyObject* names) noexcept {
+  const CallFromPython visit;
   try {
     const int nOut = resultsAskedFor("zembra.call", names, values + count);
     const std::span arguments(values, static_cast<std::size_t>(count));
-    if (arguments.empty()) return callGateway(nullptr, "zembra.call", arguments, nOut);
+    if (arguments.empty()) return callGateway(nullptr, "zembra.call", nullptr, arguments, nOut);
     const Value name = toHost(arguments[0]);
     const std::string label = PyUnicode_Check(arguments[0])
                                   ? std::string(utf8(borrow(arguments[0])).view())
                                   : "zembra.call";
-    return callGateway(name.get(), label, arguments.subspan(1), nOut);
+    return callGateway(name.get(), label, nullptr, arguments.subspan(1), nOut);
   } catch (...) {
     raiseInPython();
     return nullptr;
@@ -188,6 +222,7 @@ PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t c
 }
 
 PyObject* askByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count) noexcept {
+  const CallFromPython visit;
   try {
     const std::span arguments(values, static_cast<std::size_t>(count));
     if (arguments.empty() || PyUnicode_Check(arguments[0]) == 0) {
@@ -197,7 +232,7 @@ PyObject* askByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t co
     std::size_t refused = 0;
     const LibraryLock lock;
     const hdf5::KeepErrorStack stack;
-    return call(nullptr, name.view(), arguments, kDefaultResults, refused).release().ptr();
+    return call(nullptr, name.view(), nullptr, arguments, kDefaultResults, refused).release().ptr();
   } catch (...) {
     raiseInPython();
     return nullptr;

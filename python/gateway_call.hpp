@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "python/python.hpp"
+#include "python/reference_table.hpp"
 #include "runtime/array.hpp"
 
 namespace zembra::python {
@@ -20,8 +21,9 @@ inline constexpr int kDefaultResults = 5;
 int resultsAskedFor(std::string_view label, PyObject* names, PyObject* const* values);
 
 /// Calls the function that the array `name` names; null and a Python exception
-/// when it fails. `label` is the function in messages.
-PyObject* callGateway(const zbArray* name, std::string_view label,
+/// when it fails. `label` is the function in messages. Arguments and results are those of
+/// the form, without one those of the host.
+PyObject* callGateway(const zbArray* name, std::string_view label, const Form* form,
                       std::span<PyObject* const> arguments, int nOut) noexcept;
 
 /// zembra.call(name, *arguments, nout=5), with METH_FASTCALL's arguments.

@@ -10,6 +10,7 @@
 
 #include "python/gateway_call.hpp"
 #include "python/raise_in_python.hpp"
+#include "python/reference_table.hpp"
 #include "python/to_host.hpp"
 
 namespace zembra::python {
@@ -20,6 +21,7 @@ struct FunctionObject {
   vectorcallfunc vectorcall;
   PyObject* name;  // a str
   zbArray* array;  // the same for the gateway, converted once
+  std::span<const Form> forms;
 };
 
 FunctionObject* asFunction(PyObject* self) { return reinterpret_cast<FunctionObject*>(self); }
@@ -40,7 +42,8 @@ PyObject* call(PyObject* self, PyObject* const* values, std::size_t countAndFlag
       return nullptr;
     }
   }
-  return callGateway(function->array, label(function), {values, count}, nOut);
+  const Form* const form = formFor(function->forms, count);
+  return callGateway(function->array, label(function), form, {values, count}, nOut);
 }
 
 PyObject* create(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
@@ -57,6 +60,7 @@ PyObject* create(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
     function->vectorcall = call;
     function->name = Py_NewRef(name);
     function->array = array.release();
+    function->forms = formsOf(label(function));
     return Py_NewRef(self.ptr());
   } catch (...) {
     raiseInPython();

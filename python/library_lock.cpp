@@ -31,6 +31,7 @@ struct State {
   unsigned depth = 0;  // how often the owner has it; nobody has it at 0
   unsigned long owner = 0;
   unsigned waiting = 0;
+  unsigned callers = 0;    // threads in a call from Python
   unsigned callbacks = 0;  // of the owner: what Python code is running now
   PeerLock peer;
 
@@ -46,6 +47,9 @@ State& state() {
   static State& instance = *std::make_unique<State>().release();
   return instance;
 }
+
+/// Calls within calls, of this thread.
+thread_local unsigned callsWithin = 0;
 
 bool isOwn(const State& lock) {
   return lock.depth > 0 && lock.owner == PyThread_get_thread_ident();
@@ -123,12 +127,8 @@ void leaveAtOnce(int status, void* /*unused*/) {
 void keepUntilTheEnd() {
   State& lock = state();
   lock.ender = PyThread_get_thread_ident();
-  if (isOwn(lock)) {
-    ++lock.depth;
-    return;
-  }
   auto deadline = Clock::now() + kPatience;
-  while (!tryAcquire(lock)) {
+  while (lock.callers > 0 || !tryAcquire(lock)) {
     const bool atWork = lock.depth > 0 && lock.callbacks == 0;
     if (atWork) deadline = Clock::now() + kPatience;
     const bool interrupted = PyErr_CheckSignals() != 0;
@@ -176,7 +176,6 @@ void LibraryLock::acquire() {
     ++lock.depth;
     return;
   }
-  if (mustLeaveLibrary()) sleepUntilTheEnd();
   // Always h5py's first: two locks taken in two orders are a deadlock. h5py may come while
   // this thread is waiting for the other.
   PyObject* peer = nullptr;
@@ -197,6 +196,19 @@ void LibraryLock::release() noexcept {
   const bool taken = std::exchange(lock.peer.taken, false);
   if (lock.waiting > 0) wakeOne(lock);
   if (taken) giveBackPeer(lock.peer.release);
+}
+
+CallFromPython::CallFromPython() {
+  if (callsWithin == 0) {
+    if (mustLeaveLibrary()) sleepUntilTheEnd();
+    ++state().callers;
+  }
+  ++callsWithin;
+}
+
+CallFromPython::~CallFromPython() {
+  if (--callsWithin > 0) return;
+  --state().callers;
   if (mustLeaveLibrary()) sleepUntilTheEnd();
 }
 

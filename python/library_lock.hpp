@@ -31,6 +31,17 @@ class LibraryLock {
   };
 };
 
+/// A call of a function, from its arguments to its results, whatever Python code these run.
+/// CPython ends threads of its own by unwinding their stacks, which must not pass through
+/// here: once the process is about to end, no other thread begins a call or returns from one.
+class CallFromPython {
+ public:
+  CallFromPython();
+  ~CallFromPython();
+  CallFromPython(const CallFromPython&) = delete;
+  CallFromPython& operator=(const CallFromPython&) = delete;
+};
+
 /// Whether the process is about to end, and this thread has to leave HDF5 to the one that
 /// ends it: its callbacks fail, and it does not come back from the call.
 bool mustLeaveLibrary() noexcept;

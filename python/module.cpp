@@ -1,4 +1,5 @@
 // The extension module zembra._zembra: what the package needs from C++.
+#include "hdf5/identifier_codec.hpp"
 #include "python/gateway_call.hpp"
 #include "python/gateway_function.hpp"
 #include "python/library_lock.hpp"
@@ -25,6 +26,9 @@ PyMethodDef methods[] = {
      "ask(name, *arguments)\n--\n\n"
      "As call(), but HDF5's error stack stays as it is, and failures have no notes."},
     {nullptr, nullptr, 0, nullptr}};
+
+/// An identifier as HDF5 has it, as scripts see it.
+double encodeIdentifier(hid_t id) { return hdf5::identifierToHost(id); }
 
 /// What each type of identifier is called and closed by: scripts see 1.8's numbers of the
 /// types on every release.
@@ -61,4 +65,5 @@ PYBIND11_MODULE(_zembra, module) {
   module.attr("Function") = host::makeFunctionType();
   host::addLibraryLock(module);
   module.attr("identifier_types") = identifierTypes();
+  module.def("encode_identifier", encodeIdentifier);
 }

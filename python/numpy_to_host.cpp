@@ -108,7 +108,18 @@ Value fromRecords(PyArrayObject* array, ToHost toHost) {
 
 }  // namespace
 
+void requireUnmasked(PyArrayObject* array) {
+  if (PyArray_CheckExact(array)) return;
+  const py::module_ masked = py::module_::import("numpy.ma");
+  if (!masked.attr("is_masked")(py::handle(reinterpret_cast<PyObject*>(array))).cast<bool>()) {
+    return;
+  }
+  throw Unconvertible(PyExc_ValueError,
+                      "a masked array with masked elements: fill them first, array.filled(value)");
+}
+
 Value fromArray(PyArrayObject* array, ToHost toHost) {
+  requireUnmasked(array);
   PyArray_Descr* const type = PyArray_DESCR(array);
   if (const zbClass plain = classOf(array); plain != zbClass::Unknown) {
     return fromNumbers(plain, inMemoryOrder(array));

@@ -11,4 +11,7 @@ namespace zembra::python {
 /// host's form of what such an array is made of.
 Value fromArray(PyArrayObject* array, Value (*toHost)(PyObject*));
 
+/// Refuses a masked array with anything masked: what lies behind a mask means nothing.
+void requireUnmasked(PyArrayObject* array);
+
 }  // namespace zembra::python

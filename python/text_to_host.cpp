@@ -13,8 +13,10 @@ namespace {
 /// A char row on the bytes themselves. Without an owner, whoever calls keeps them alive.
 Value rowOn(std::string_view bytes, std::shared_ptr<void> owner) {
   void* data = const_cast<char*>(bytes.data());  // arguments are never written to
-  return makeOnBlock(zbClass::Char, {bytes.empty() ? 0U : 1U, bytes.size()}, data,
-                     std::move(owner));
+  Value row =
+      makeOnBlock(zbClass::Char, {bytes.empty() ? 0U : 1U, bytes.size()}, data, std::move(owner));
+  row.get()->naturalRank = 1;  // one text, never one for each character
+  return row;
 }
 
 std::string_view bytesOf(PyObject* bytes) {

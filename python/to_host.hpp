@@ -12,4 +12,8 @@ namespace zembra::python {
 /// values that have no form, and whatever Python raises on the way.
 Value toHost(PyObject* object);
 
+/// The same of data that are to be written, where whatever is an array to Python people
+/// is one: ranges, buffers, what has `__array__`, and nested lists of numbers.
+Value dataToHost(PyObject* object);
+
 }  // namespace zembra::python

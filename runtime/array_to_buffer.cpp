@@ -10,6 +10,7 @@
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
 #include "runtime/packed_leaf.hpp"
+#include "runtime/sequences.hpp"
 
 namespace zembra {
 namespace {
@@ -67,6 +68,7 @@ void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& t
   std::vector<const char*> texts;
   texts.reserve(to.count());
   forEachText(data, to.count(), path, [&](std::string_view text, const ValuePath& where) {
+    if (text.data() == nullptr) return texts.push_back(nullptr);
     if (text.find('\0') != std::string_view::npos) {
       raiseHostError("embeddedNull", where.name() +
                                          " has a NUL character inside, which ends the text in the "
@@ -85,9 +87,10 @@ void Buffers::scatterSequences(const DatatypePlan& plan, const Strided<std::byte
                                const zbArray* data, const ValuePath& path) {
   std::size_t index = 0;
   to.forEach([&](std::byte* at) {
-    const zbArray* item = path.requireItem(data, index);
-    hvl_t sequence{lengthOf(*plan.base, item), nullptr};
-    const std::byte* elements = layOut(*plan.base, sequence.len, item, ValuePath(path, index++));
+    const Value item = sequenceIn(data, index, to.count(), path);
+    hvl_t sequence{lengthOf(*plan.base, item.get()), nullptr};
+    const std::byte* elements =
+        layOut(*plan.base, sequence.len, item.get(), ValuePath(path, index++));
     if (sequence.len > 0) sequence.p = const_cast<std::byte*>(elements);  // HDF5 only reads it
     std::memcpy(at, &sequence, sizeof sequence);
   });

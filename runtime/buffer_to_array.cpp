@@ -1,5 +1,6 @@
 #include "runtime/buffer_to_array.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -33,6 +34,17 @@ std::size_t elementsOf(const Shape& extent) {
   return count;
 }
 
+/// Null-terminated texts end at their NUL: what a writer left behind it is nobody's data.
+Value withEndedTexts(const DatatypePlan& plan, Value array) {
+  if (!plan.terminated) return array;
+  auto* text = static_cast<char*>(array.get()->data);
+  for (std::size_t i = 0; i < array.get()->elements; i += plan.size, text += plan.size) {
+    char* const end = std::find(text, text + plan.size, '\0');
+    std::fill(end, text + plan.size, '\0');
+  }
+  return array;
+}
+
 /// Elements packed in a block of `widest()` bytes each.
 Value adoptLeaf(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent) {
   if (plan.needsConversion()) {
@@ -41,13 +53,15 @@ Value adoptLeaf(const DatatypePlan& plan, std::shared_ptr<void> block, Shape ext
   }
   if (plan.wide()) extent.insert(extent.begin(), plan.size);
   void* data = block.get();
-  return withNaturalRank(makeOnBlock(plan.hostClass, extent, data, std::move(block)), extent);
+  Value array = makeOnBlock(plan.hostClass, extent, data, std::move(block));
+  return withEndedTexts(plan, withNaturalRank(std::move(array), extent));
 }
 
 Value gatherLeaf(const DatatypePlan& plan, const Source& from, Shape extent) {
   if (!plan.needsConversion() && from.packed(plan.size)) {
     if (plan.wide()) extent.insert(extent.begin(), plan.size);
-    return withNaturalRank(makeNumeric(plan.hostClass, extent, from.first()), extent);
+    Value array = makeNumeric(plan.hostClass, extent, from.first());
+    return withEndedTexts(plan, withNaturalRank(std::move(array), extent));
   }
   std::shared_ptr<void> block = allocateBlock(checkedProduct(from.count(), plan.widest()));
   pack(from, plan.size, static_cast<std::byte*>(block.get()));

@@ -15,8 +15,10 @@ bool isVector(const zbArray* text) {
                                             [&](std::size_t n) { return n == text->elements; });
 }
 
+bool isOneText(const zbArray* text) { return text->naturalRank == 1; }
+
 std::string_view withoutPadding(const zbArray* text, std::size_t first, std::size_t length) {
-  if (length == 0) return {};
+  if (length == 0) return "";
   const std::string_view whole(static_cast<const char*>(text->data) + first, length);
   return whole.substr(0, whole.find_last_not_of('\0') + 1);
 }

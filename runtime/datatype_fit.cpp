@@ -6,6 +6,7 @@
 #include "runtime/char_array.hpp"
 #include "runtime/member_fields.hpp"
 #include "runtime/memory_block.hpp"
+#include "runtime/sequences.hpp"
 
 namespace zembra {
 namespace {
@@ -31,13 +32,15 @@ void requireClass(bool fits, const DatatypePlan& plan, const zbArray* data, cons
 void requireTexts(const DatatypePlan& plan, std::size_t count, const zbArray* data,
                   const ValuePath& path) {
   if (data->type == zbClass::Char) {
-    if (count != 1 || !isVector(data)) path.requireCount(columnsOf(data), count, "texts");
+    const std::size_t texts = isOneText(data) ? 1 : columnsOf(data);
+    if (count != 1 || !isVector(data)) path.requireCount(texts, count, "texts");
     return;
   }
   requireClass(data->type == zbClass::Cell, plan, data, path);
   path.requireCount(data->elements, count, "items");
   for (std::size_t i = 0; i < count; ++i) {
     const zbArray* item = path.requireItem(data, i);
+    if (plan.kind == Kind::VariableText && isNullText(item)) continue;
     if (item->type != zbClass::Char || !isVector(item)) {
       ValuePath(path, i).refuseClass(item, plan.describe(), "a char row");
     }
@@ -64,7 +67,7 @@ std::size_t textsIn(const DatatypePlan& plan, const zbArray* data) {
   if (data->type != zbClass::Char) return data->elements;
   const bool row = data->shape()[0] == 1 && isVector(data);
   const bool single = plan.kind == Kind::FixedText && plan.size == 1;
-  return row && !single ? 1 : columnsOf(data);
+  return isOneText(data) || (row && !single) ? 1 : columnsOf(data);
 }
 
 /// The first member's field speaks for the others, which requireFit() holds to it.
@@ -95,8 +98,8 @@ void requireFit(const DatatypePlan& plan, std::size_t count, const zbArray* data
     case Kind::VariableText: return requireTexts(plan, count, data, path);
     case Kind::Compound: return requireFields(plan, count, data, path);
     case Kind::Sequence:
-      requireClass(data->type == zbClass::Cell, plan, data, path);
-      return path.requireCount(data->elements, count, "items");
+      requireClass(holdsSequences(data, count), plan, data, path);
+      return path.requireCount(sequencesIn(data), count, "items");
     case Kind::Array: return requireFit(*plan.base, checkedProduct(count, plan.repeat), data, path);
   }
 }
@@ -108,6 +111,7 @@ std::size_t lengthOf(const DatatypePlan& plan, const zbArray* data) {
     case Kind::FixedText:
     case Kind::VariableText: return textsIn(plan, data);
     case Kind::Compound: return recordsIn(plan, data);
+    case Kind::Sequence: return sequencesIn(data);
     case Kind::Array: return dividedUp(lengthOf(*plan.base, data), plan.repeat);
     default: return data->elements;
   }

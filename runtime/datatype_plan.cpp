@@ -46,7 +46,9 @@ void planText(DatatypePlan& plan, hid_t type) {
   } else {
     plan.kind = Kind::FixedText;
     plan.hostClass = zbClass::Char;
-    plan.padding = checked(H5Tget_strpad(type)) == H5T_STR_SPACEPAD ? ' ' : '\0';
+    const H5T_str_t padding = checked(H5Tget_strpad(type));
+    plan.padding = padding == H5T_STR_SPACEPAD ? ' ' : '\0';
+    plan.terminated = padding == H5T_STR_NULLTERM;
   }
 }
 

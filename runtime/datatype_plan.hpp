@@ -33,7 +33,8 @@ struct DatatypePlan {
 
   // Leaves: one array each, whose elements lie next to each other as in the buffer.
   zbClass hostClass = zbClass::Unknown;
-  char padding = '\0';  // of fixed texts
+  char padding = '\0';      // of fixed texts
+  bool terminated = false;  // fixed texts that end at their first NUL
 
   // Numbers and codes: two datatypes, between which HDF5 converts where they differ.
   hid_t hostType = H5I_INVALID_HID;  // in the array; one of HDF5's own, never closed

@@ -8,6 +8,7 @@
 #include "host/library_error.hpp"
 #include "runtime/datatype.hpp"
 #include "runtime/member_fields.hpp"
+#include "runtime/sequences.hpp"
 #include "runtime/value_path.hpp"
 
 namespace zembra {
@@ -110,7 +111,10 @@ hdf5::Type chooseSequence(hid_t fileType, const Samples& samples, int depth) {
   const std::size_t useful = usefulSamples(datatypeClass(fileBase.get()));
   Samples items;
   for (const auto& [data, path] : samples) {
-    if (data->type != zbClass::Cell) continue;  // refused when written
+    if (data->type != zbClass::Cell) {  // one that holds no sequences is refused when written
+      if (holdsSequences(data, 1) && data->elements > 0) items.push_back({data, path});
+      continue;
+    }
     for (std::size_t i = 0; i < data->elements && items.size() < useful; ++i) {
       const zbArray* item = zbGetCell(data, i);
       if (item != nullptr && item->elements > 0) items.push_back({item, ValuePath(path, i)});

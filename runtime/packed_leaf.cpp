@@ -1,12 +1,9 @@
 #include "runtime/packed_leaf.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <type_traits>
-#include <utility>
 
 #include "host/library_error.hpp"
 #include "host/numeric_class.hpp"
@@ -15,6 +12,7 @@
 #include "runtime/datatype_fit.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
+#include "runtime/number_fit.hpp"
 
 namespace zembra {
 namespace {
@@ -28,19 +26,6 @@ PackedLeaf asItStands(const zbArray* data) {
 
 PackedLeaf owning(const std::shared_ptr<void>& block) {
   return {static_cast<const std::byte*>(block.get()), block};
-}
-
-/// Whether the value is one of the integer type's.
-template <class To, class From>
-bool holds(From value) {
-  if constexpr (std::is_floating_point_v<From>) {
-    const double limit = std::ldexp(1.0, std::numeric_limits<To>::digits);
-    const double lowest = std::is_signed_v<To> ? -limit : 0.0;
-    const auto wide = static_cast<double>(value);
-    return wide >= lowest && wide < limit && wide == std::trunc(wide);
-  } else {
-    return std::in_range<To>(value);
-  }
 }
 
 template <class To, class From>

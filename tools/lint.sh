@@ -23,7 +23,9 @@ check 'C++ format' clang-format --dry-run -Werror "${cpp[@]}"
 check 'Python format' black --quiet --diff --check "${python[@]}"
 check 'Python style' flake8 "${python[@]}"
 check 'types of the package' mypy --strict python/zembra
-check 'types of the scripts' mypy bench examples tests/packages tests/releases tests/scripts tests/tools tools
+check 'types of the examples' mypy --strict examples
+check 'types of the scripts' \
+  mypy bench tests/packages tests/releases tests/scripts tests/tools tools
 check 'types of the installation tests' mypy tests/install  # has a conftest of its own
 check 'shell scripts' shellcheck "${shell[@]}"
 check layers tools/check_layers.py

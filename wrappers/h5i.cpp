@@ -1,5 +1,5 @@
 // H5I: identifiers.
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "hdf5/closing.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"

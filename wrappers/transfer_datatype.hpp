@@ -2,7 +2,6 @@
 #pragma once
 
 #include "convert/failure.hpp"
-#include "convert/identifier_codec.hpp"
 #include "convert/identifiers.hpp"
 #include "hdf5/handle.hpp"
 #include "host/array.hpp"

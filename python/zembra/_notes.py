@@ -9,7 +9,6 @@ import difflib
 import errno
 import functools
 import os
-import re
 import reprlib
 from collections.abc import Callable, Iterator, Sequence
 from typing import Any
@@ -187,15 +186,14 @@ def _argument_counts(function: str) -> list[int]:
 
 
 @functools.lru_cache(maxsize=None)
-def _arguments_of(function: str, count: int) -> dict[str, str]:
-    """The names of so many arguments and what they mean, by the form that takes so many or
-    comes closest."""
+def _arguments_of(function: str, count: int) -> list[tuple[_reference.Value, str]]:
+    """So many arguments and what they mean, by the form that takes so many or comes closest."""
     entry = _reference.entries().get(function)
     if entry is None:
-        return {}
+        return []
     form = min(entry.forms, key=lambda one: min(abs(taken - count) for taken in _counts(one)))
-    names = (form.required + form.optional)[:count]
-    return {name: _reference.meaning(entry, name) for name in names}
+    taken = (form.required + form.optional)[:count]
+    return [(value, _reference.meaning(entry, value.name)) for value in taken]
 
 
 def _extent_of(space: Any) -> list[int]:
@@ -220,9 +218,10 @@ class Call:
         self.stack = error.stack if isinstance(error, Error) else []
         self.function = function
         self.arguments = arguments
-        meanings = _arguments_of(function, len(arguments))
-        self.names = list(meanings)
-        self.meanings = list(meanings.values())
+        taken = _arguments_of(function, len(arguments))
+        self.names = [value.name for value, _ in taken]
+        self.kinds = [value.kinds for value, _ in taken]
+        self.meanings = [meaning for _, meaning in taken]
         self.refused = refused or self._refused_by_host() or self._not_callable()
 
     def tellers(self) -> Sequence[Callable[[], Iterator[str]]]:
@@ -261,7 +260,8 @@ class Call:
         value = self.arguments[index]
         if isinstance(value, bool) or not isinstance(value, (int, float, Id)):
             return False
-        return re.search(r"\b(identifier|list)\b", self._meaning(index)) is not None
+        kinds = self.kinds[index] if index < len(self.kinds) else ()
+        return not {"identifier", "memory datatype"}.isdisjoint(kinds)
 
     def _meaning(self, index: int) -> str:
         """What the reference says that the argument is."""

@@ -1,7 +1,8 @@
 """The reference of the gateway's functions, read from reference.txt on demand.
 
-Docstrings, signatures and the type stubs are made from what stands here; the
-grammar of the file is explained at its top.
+Docstrings, signatures, the type stubs and the table of kinds that the extension module
+converts by are made from what stands here; the grammar of the file is explained at its
+top.
 """
 
 import functools
@@ -11,10 +12,21 @@ from collections.abc import Iterable
 from pathlib import Path
 from typing import NamedTuple
 
+_VALUES = r"[\w|:?, ]*"
 _SIGNATURE = re.compile(
-    r"(?P<name>\w+)\((?P<required>[\w, ]*)(?:\[,? ?(?P<optional>[\w, ]+)\])?\)"
-    r"(?: -> (?P<results>[\w, ]+))?"
+    rf"(?P<name>\w+)\((?P<required>{_VALUES})(?:\[,? ?(?P<optional>{_VALUES})\])?\)"
+    rf"(?: -> (?P<results>{_VALUES}))?"
 )
+_RECORD = re.compile(rf"(?P<name>\w+)\{{(?P<fields>{_VALUES})\}}")
+_VALUE = re.compile(r"(?P<name>\w+)(?P<optional>\?)?: (?P<kind>[\w| ]+)")
+
+
+class Value(NamedTuple):
+    """An argument, a result, or a field of a record."""
+
+    name: str
+    kinds: tuple[str, ...]
+    optional: bool = False
 
 
 class Form(NamedTuple):
@@ -22,9 +34,9 @@ class Form(NamedTuple):
 
     line: str
     name: str
-    required: list[str]
-    optional: list[str]
-    results: list[str]
+    required: list[Value]
+    optional: list[Value]
+    results: list[Value]
 
 
 class Entry(NamedTuple):
@@ -34,8 +46,16 @@ class Entry(NamedTuple):
     text: str
 
 
-def parse(lines: Iterable[str]) -> dict[str, Entry]:
+class Reference(NamedTuple):
+    """All of it, by name."""
+
+    entries: dict[str, Entry]
+    records: dict[str, list[Value]]
+
+
+def parse(lines: Iterable[str]) -> Reference:
     entries: dict[str, Entry] = {}
+    records: dict[str, list[Value]] = {}
     forms: list[Form] = []
     text: list[str] = []
 
@@ -49,6 +69,8 @@ def parse(lines: Iterable[str]) -> dict[str, Entry]:
     for line in map(str.rstrip, lines):
         if line.startswith("#"):
             finish()
+        elif record := _RECORD.fullmatch(line):
+            records[record["name"]] = _values(record["fields"])
         elif line and not line.startswith(" "):
             if text:
                 finish()
@@ -56,7 +78,7 @@ def parse(lines: Iterable[str]) -> dict[str, Entry]:
         elif forms and (line or text):
             text.append(line)
     finish()
-    return entries
+    return Reference(entries, records)
 
 
 def _form(line: str) -> Form:
@@ -64,18 +86,33 @@ def _form(line: str) -> Form:
     if match is None:
         raise ValueError(f"no signature: {line}")
 
-    required, optional, results = map(_names, match.group("required", "optional", "results"))
+    required, optional, results = map(_values, match.group("required", "optional", "results"))
     return Form(line, match["name"], required, optional, results)
 
 
-def _names(text: str | None) -> list[str]:
-    return [name.strip() for name in (text or "").split(",") if name.strip()]
+def _values(text: str | None) -> list[Value]:
+    return [_value(part.strip()) for part in (text or "").split(",") if part.strip()]
+
+
+def _value(text: str) -> Value:
+    match = _VALUE.fullmatch(text)
+    if match is None:
+        raise ValueError(f"no value with a kind: {text}")
+    return Value(match["name"], tuple(match["kind"].split("|")), bool(match["optional"]))
 
 
 @functools.lru_cache(maxsize=None)
-def entries() -> dict[str, Entry]:
+def _reference() -> Reference:
     path = Path(__file__).with_name("reference.txt")
     return parse(path.read_text(encoding="utf-8").splitlines())
+
+
+def entries() -> dict[str, Entry]:
+    return _reference().entries
+
+
+def records() -> dict[str, list[Value]]:
+    return _reference().records
 
 
 def docstring(name: str) -> str | None:
@@ -102,7 +139,7 @@ def signature(name: str) -> inspect.Signature | None:
     (form,) = entry.forms
     parameter = inspect.Parameter
     return inspect.Signature(
-        [parameter(name, parameter.POSITIONAL_ONLY) for name in form.required]
-        + [parameter(name, parameter.POSITIONAL_ONLY, default=...) for name in form.optional]
+        [parameter(value.name, parameter.POSITIONAL_ONLY) for value in form.required]
+        + [parameter(value.name, parameter.POSITIONAL_ONLY, default=...) for value in form.optional]
         + [parameter("nout", parameter.KEYWORD_ONLY, default=5)]
     )

@@ -36,13 +36,14 @@ CLOSING = "closing"
 def forms():
     """Of every function: the lists of its arguments' names."""
     reference = Path(zembra.__file__).with_name("reference.txt")
-    entries = _reference.parse(reference.read_text().splitlines())
+    entries = _reference.parse(reference.read_text().splitlines()).entries
     for function, entry in entries.items():
         lists = []
         for form in entry.forms:
-            lists.append(form.required)
-            if form.optional:
-                lists.append(form.required + form.optional)
+            required, optional = ([value.name for value in values] for values in form[2:4])
+            lists.append(required)
+            if optional:
+                lists.append(required + optional)
         yield function, lists
 
 

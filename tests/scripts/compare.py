@@ -38,7 +38,10 @@ def assert_same(ours, theirs, dtype, shape, follow=None):
 
 
 def _items(ours, shape):
-    """The elements of a cell: a list, or an object array of the extent's shape."""
+    """The elements of a cell: a list, an object array of the extent's shape, or the one of
+    a scalar itself."""
+    if shape == ():
+        return [ours]
     if len(shape) < 2:
         assert isinstance(ours, list)
         return ours

@@ -33,10 +33,11 @@ def echo_libraries(tmp_path_factory):
     return folder
 
 
-def test_through_the_echo(echo_libraries, tmp_path):
+@pytest.mark.parametrize("checks", ["checks.py", "argument_checks.py"])
+def test_through_the_echo(echo_libraries, tmp_path, checks):
     environment = dict(os.environ, LD_LIBRARY_PATH=str(echo_libraries))
     options = ["-q", "-p", "no:cacheprovider", "--basetemp", tmp_path / "t"]
-    command = [sys.executable, "-m", "pytest", *options, HERE / "echo/checks.py"]
+    command = [sys.executable, "-m", "pytest", *options, HERE / "echo" / checks]
     run = subprocess.run(command, env=environment, capture_output=True, text=True)
     assert run.returncode == 0, run.stdout + run.stderr
     assert " passed" in run.stdout

@@ -46,7 +46,8 @@ def read(path, name="data"):
 
 def test_every_function_of_the_gateway_is_there():
     names = zembra.call("H5ZBget_function_names")
-    assert h5.__all__ == names == dir(h5)
+    assert h5.__all__ == names
+    assert dir(h5) == sorted([*names, "constants"])
     assert len(set(names)) == len(names) >= 79
     for name in names:
         function = getattr(h5, name)
@@ -70,10 +71,12 @@ def test_every_signature_agrees_with_the_reference(name):
             inspect.signature(getattr(h5, name))
         return
     signature = inspect.signature(getattr(h5, name))
-    assert list(signature.parameters) == forms[0].required + forms[0].optional + ["nout"]
+    names = [value.name for value in forms[0].required + forms[0].optional]
+    assert list(signature.parameters) == [*names, "nout"]
 
 
 def test_every_function_is_in_the_type_stubs():
+    """Each argument list twice: with its own results, and with `nout`."""
     module = ast.parse((PACKAGE / "h5.pyi").read_text())
     stubs: dict[str, list[ast.FunctionDef]] = {}
     for node in module.body:
@@ -81,10 +84,24 @@ def test_every_function_is_in_the_type_stubs():
             stubs.setdefault(node.name, []).append(node)
     assert set(h5.__all__) <= set(stubs)
     for name, entry in _reference.entries().items():
-        found = [[argument.arg for argument in stub.args.posonlyargs] for stub in stubs[name]]
-        assert found == [form.required + form.optional for form in entry.forms]
-        for stub, form in zip(stubs[name], entry.forms):
-            assert stub.returns and ast.unparse(stub.returns) == ("Any" if form.results else "None")
+        plain, limited = stubs[name][::2], stubs[name][1::2]
+        for versions in (plain, limited):
+            found = [[argument.arg for argument in stub.args.posonlyargs] for stub in versions]
+            assert found == [
+                [value.name for value in form.required + form.optional] for form in entry.forms
+            ]
+        for stub, form in zip(plain, entry.forms):
+            assert (ast.get_docstring(stub) or "").rstrip() == entry.text.rstrip()
+            assert stub.returns is not None
+            returned = stub.returns
+            if len(form.results) > 1:
+                assert isinstance(returned, ast.Subscript) and isinstance(returned.slice, ast.Tuple)
+                assert len(returned.slice.elts) == len(form.results)
+            elif not form.results:
+                assert ast.unparse(returned) == "None"
+        for stub in limited:
+            assert [argument.arg for argument in stub.args.kwonlyargs] == ["nout"]
+            assert stub.returns is not None and ast.unparse(stub.returns) == "Any"
     assert (PACKAGE / "py.typed").exists()
 
 
@@ -95,6 +112,26 @@ def test_help_and_completion():
     assert all(name in page for name in ("H5Dread", "H5Fopen"))
     completer = rlcompleter.Completer({"h5": h5})
     assert completer.complete("h5.H5Dre", 0) == "h5.H5Dread("
+
+
+def test_help_tells_what_becomes_of_values():
+    text = pydoc.plain(pydoc.render_doc(zembra))
+    for word in ("memoryview", "`__array__`", "masked", "int64", "user data", "scipy.sparse"):
+        assert word in text
+
+
+def test_constants_by_topic():
+    every = h5.H5ZBget_constant_names()
+    assert h5.constants() == every
+    assert "H5T_NATIVE_INT" in h5.constants("H5T") and "H5T_CSET_UTF8" in h5.constants("H5T_")
+    assert h5.constants("H5F_ACC") == [name for name in every if name.startswith("H5F_ACC_")]
+    assert "H5FD_SEC2" not in h5.constants("H5F") and "H5T_NATIVE_INT" not in h5.constants("H5")
+    topics = {name.partition("_")[0] for name in every}
+    assert sorted(name for topic in topics for name in h5.constants(topic)) == sorted(every)
+    with pytest.raises(ValueError, match="no constants of the topic 'H5X'; there are H5, H5D"):
+        h5.constants("H5X")
+    completer = rlcompleter.Completer({"h5": h5})
+    assert (completer.complete("h5.const", 0) or "").startswith("h5.constants(")
 
 
 def test_functions_bind_to_nothing():
@@ -120,9 +157,11 @@ def test_a_name_may_be_bound_by_hand(space):
 
 def test_call_and_function_are_the_same(space):
     name = "H5Sget_simple_extent_dims"
-    for rank, dims, maxdims in (zembra.call(name, space), h5.H5Sget_simple_extent_dims(space)):
-        assert rank == 2 and type(rank) is float
+    given = (zembra.call(name, space), float), (h5.H5Sget_simple_extent_dims(space), int)
+    for (rank, dims, maxdims), kind in given:
+        assert rank == 2 and type(rank) is kind
         assert dims.tolist() == maxdims.tolist() == [3, 4]
+        assert dims.dtype == maxdims.dtype == kind
 
 
 def test_nout_limits_the_results(space):
@@ -134,9 +173,9 @@ def test_nout_limits_the_results(space):
         with pytest.raises(ValueError):
             h5.H5Sget_simple_extent_dims(space, nout=wrong)
     with pytest.raises(TypeError):
-        h5.H5Sget_simple_extent_dims(space, nout="1")  # type: ignore[arg-type]
+        h5.H5Sget_simple_extent_dims(space, nout="1")  # type: ignore[call-overload]
     with pytest.raises(TypeError, match="no keyword argument 'space'"):
-        h5.H5Sget_simple_extent_dims(space=space)  # type: ignore[call-arg]
+        h5.H5Sget_simple_extent_dims(space=space)  # type: ignore[call-overload]
     with pytest.raises(TypeError):
         zembra.call("H5Sclose", nuot=3)  # type: ignore[call-arg]
 
@@ -271,8 +310,8 @@ def test_calls_that_name_nothing():
 
 
 def test_a_value_without_host_form_is_named():
-    with pytest.raises(TypeError, match="^H5Sclose: argument 1: "):
-        h5.H5Sclose(np.longdouble(1))
+    with pytest.raises(TypeError, match=r"^H5Sclose: argument 1 \(space\): an array of datetime"):
+        zembra.h5.H5Sclose(np.datetime64(1, "s"))  # type: ignore[call-overload]
     with pytest.raises(TypeError, match="^zembra.call: argument"):
         zembra.call(3, np.longdouble(1))
 
@@ -451,7 +490,7 @@ def test_a_script_finds_everything_imported(tmp_path):
     )
     done = run(script, "a", "-b")
     assert done.returncode == 0, done.stderr
-    assert done.stdout.splitlines() == ["hello ['a', '-b'] __main__ 1 True", "-1.0"]
+    assert done.stdout.splitlines() == ["hello ['a', '-b'] __main__ 1 True", "-1"]
 
 
 def test_a_script_ends_as_it_would_by_itself(tmp_path):

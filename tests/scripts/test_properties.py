@@ -203,7 +203,7 @@ def test_fill_values_of_text_and_records(path, make_list):
     with zembra.Id(h5.H5Tcopy("H5T_C_S1")) as text:
         h5.H5Tset_size(text, "H5T_VARIABLE")
         h5.H5Pset_fill_value(creation, text, ["not measured"])
-        assert h5.H5Pget_fill_value(creation, text) == ["not measured"]
+        assert h5.H5Pget_fill_value(creation, text) == "not measured"
         with create_file(path) as file, zembra.Id(h5.H5Screate_simple(1, [2], [])) as space:
             h5.H5Dclose(h5.H5Dcreate(file, "texts", text, space, creation))
     with zembra.Id(h5.H5Tcreate("H5T_COMPOUND", 12)) as record:

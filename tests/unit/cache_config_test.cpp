@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "runtime/call_scope.hpp"
 #include "tests/unit/failures.hpp"
 #include "tests/unit/limits.hpp"

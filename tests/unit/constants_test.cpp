@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"

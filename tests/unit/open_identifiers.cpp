@@ -4,7 +4,7 @@
 #include <array>
 #include <set>
 
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "hdf5/compat.hpp"
 
 namespace h5test {

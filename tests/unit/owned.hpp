@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "convert/identifier_codec.hpp"
+#include "convert/identifiers.hpp"
 #include "hdf5/compat.hpp"
 #include "tests/unit/calls.hpp"
 

@@ -102,5 +102,9 @@ extern "C" __attribute__((visibility("default"))) void zebFunction(int nOut, zbA
   } else if (name == "fail") {
     fail(std::string(static_cast<const char*>(zbGetData(arguments[0])),
                      zbGetNumberOfElements(arguments[0])));
+  } else {  // a function of the gateway's own: what it is given
+    std::string text;
+    for (int i = 0; i < count; ++i) text += (i > 0 ? "; " : "") + describe(arguments[i]);
+    outs[0] = zbCreateString(text.c_str());
   }
 }

@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 
-#include "convert/number_cast.hpp"
 #include "hdf5/compat.hpp"
 
-namespace h5gate {
+namespace hdf5 {
 
 namespace codec {
 
@@ -32,7 +32,7 @@ inline constexpr std::int64_t kTypesFrom18[] = {0, 1, 2, 3, 4, 5, 7, 6, 8, 10, 1
 
 template <std::size_t N>
 constexpr std::int64_t translated(const std::int64_t (&table)[N], std::int64_t type) {
-  return hdf5::kSince112 && type > 0 && type < std::ssize(table) ? table[type] : type;
+  return kSince112 && type > 0 && type < std::ssize(table) ? table[type] : type;
 }
 constexpr std::int64_t typeToHost(std::int64_t type) { return translated(kTypesTo18, type); }
 constexpr std::int64_t typeFromHost(std::int64_t type) { return translated(kTypesFrom18, type); }
@@ -62,17 +62,24 @@ constexpr bool isLong(double number) {
 
 }  // namespace codec
 
+/// Toward zero, without complaint: out of range gives -2147483648.
+constexpr std::int32_t truncateToInt32(double value) {
+  constexpr double kEnd = 2147483648.0;
+  return value > -kEnd - 1 && value < kEnd ? static_cast<std::int32_t>(value)
+                                           : std::numeric_limits<std::int32_t>::min();
+}
+
 inline double identifierToHost(hid_t id) {
-  if constexpr (!hdf5::kWideIdentifiers) return static_cast<double>(id);
+  if constexpr (!kWideIdentifiers) return static_cast<double>(id);
   return static_cast<double>(codec::encode(id));
 }
 
 /// The inverse; every double that no identifier maps to is truncated toward zero to
 /// 32 bits first, out of range to -2147483648, which HDF5 rejects.
 inline hid_t identifierFromHost(double number) {
-  if constexpr (!hdf5::kWideIdentifiers) return static_cast<hid_t>(truncateToInt32(number));
+  if constexpr (!kWideIdentifiers) return static_cast<hid_t>(truncateToInt32(number));
   return static_cast<hid_t>(codec::decode(codec::isLong(number) ? static_cast<std::int64_t>(number)
                                                                 : truncateToInt32(number)));
 }
 
-}  // namespace h5gate
+}  // namespace hdf5
