@@ -11,8 +11,14 @@ std::string_view Form::name(std::size_t index) const {
 }
 
 std::span<const Form> formsOf(std::string_view function) {
-  const auto found = std::ranges::equal_range(allForms(), function, {}, &Form::function);
-  return {found.begin(), found.end()};
+  const auto isBefore = [](const Form& form, std::string_view name) {
+    return form.function < name;
+  };
+  const std::span<const Form> forms = allForms();
+  const auto first = std::lower_bound(forms.begin(), forms.end(), function, isBefore);
+  const auto end =
+      std::find_if(first, forms.end(), [&](const Form& form) { return form.function != function; });
+  return {first, end};
 }
 
 }  // namespace zembra::python
