@@ -1,5 +1,6 @@
 #include "python/failure_notes.hpp"
 
+#include "python/interpreter_lock.hpp"
 #include "python/package_classes.hpp"
 #include "python/utf8.hpp"
 
@@ -20,7 +21,8 @@ void addTo(const py::object& exception, std::string_view function,
   if (!isAboutTheCall(exception.ptr())) return;
   py::tuple values(arguments.size());
   for (std::size_t i = 0; i < arguments.size(); ++i) values[i] = borrow(arguments[i]);
-  py::module_::import("zembra._notes").attr("add")(exception, toStr(function), values, refused);
+  const py::object notes = steal(orSleep([] { return PyImport_ImportModule("zembra._notes"); }));
+  callPython(notes.attr("add"), py::make_tuple(exception, toStr(function), values, refused));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <new>
 #include <variant>
 
+#include "python/interpreter_lock.hpp"
 #include "python/package_classes.hpp"
 #include "python/python_exception.hpp"
 #include "python/unconvertible.hpp"
@@ -23,13 +24,15 @@ void raiseHost(const HostError& error) {
   for (const Parameter& parameter : error->parameters) parameters.append(toPython(parameter));
   py::list stack;
   for (const ErrorRecord& record : error->stack) {
-    stack.append(package.errorRecord(toStr(record.function), toStr(record.file), record.line,
-                                     toStr(record.description), toStr(record.major),
-                                     toStr(record.minor)));
+    stack.append(callPython(
+        package.errorRecord,
+        py::make_tuple(toStr(record.function), toStr(record.file), record.line,
+                       toStr(record.description), toStr(record.major), toStr(record.minor))));
   }
   const py::object& make = error->libraryFailure ? package.libraryError : package.error;
   const py::object exception =
-      make(toStr(error->text), toStr(error->identifier), toStr(error->key), parameters, stack);
+      callPython(make, py::make_tuple(toStr(error->text), toStr(error->identifier),
+                                      toStr(error->key), parameters, stack));
   setCause(exception, error->cause);
   if (!error->libraryFailure && !error->libraryReason.empty()) {
     exception.attr("add_note")(toStr("HDF5 said: " + error->libraryReason));
