@@ -21,7 +21,7 @@ void addTo(const py::object& exception, std::string_view function,
   if (!isAboutTheCall(exception.ptr())) return;
   py::tuple values(arguments.size());
   for (std::size_t i = 0; i < arguments.size(); ++i) values[i] = borrow(arguments[i]);
-  const py::object notes = steal(orSleep([] { return PyImport_ImportModule("zembra._notes"); }));
+  const py::object notes = importPython("zembra._notes");
   callPython(notes.attr("add"), py::make_tuple(exception, toStr(function), values, refused));
 }
 

@@ -4,29 +4,9 @@
 // HDF5, nor through a destructor.
 #pragma once
 
-#include <unistd.h>
-
 #include "python/python.hpp"
 
 namespace zembra::python {
-
-/// What `action` gives, which may ask for the interpreter's lock: by running Python code, for
-/// instance. Where the interpreter has ended it sleeps until the process ends; in a handler,
-/// so that the unwinding stops here. `action` calls C alone: it throws nothing and destroys
-/// nothing.
-template <class Action>
-auto orSleep(Action action) noexcept {
-  try {
-    return action();
-  } catch (...) {
-    for (;;) pause();
-  }
-}
-
-/// The result of Python code that is run while C++ stands below it on the stack.
-inline py::object callPython(const py::object& callable, const py::tuple& arguments) {
-  return steal(orSleep([&] { return PyObject_CallObject(callable.ptr(), arguments.ptr()); }));
-}
 
 /// Other Python threads run until the end of the scope.
 class InterpreterReleased {
@@ -51,5 +31,11 @@ class InterpreterHeld {
  private:
   PyGILState_STATE state_;
 };
+
+/// What Python code gives that is run while C++ is raising something. It, too, asks for the
+/// interpreter's lock every now and then; where the interpreter has ended the thread sleeps
+/// here until the process ends.
+py::object callPython(const py::object& callable, const py::tuple& arguments);
+py::object importPython(const char* module);
 
 }  // namespace zembra::python

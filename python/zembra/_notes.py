@@ -261,7 +261,7 @@ class Call:
         value = self.arguments[index]
         if isinstance(value, bool) or not isinstance(value, (int, float, Id)):
             return False
-        return re.search(r"\b(identifier|list)\b", self._meaning(index)) is not None
+        return re.search(r"\b(identifiers?|list)\b", self._meaning(index)) is not None
 
     def _meaning(self, index: int) -> str:
         """What the reference says that the argument is."""
