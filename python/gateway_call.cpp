@@ -198,9 +198,10 @@ PyObject* callGateway(const zbArray* name, std::string_view label, const Form* f
     return nullptr;
   } catch (...) {
     raiseInPython();
-    addNotes(label, arguments, refused);
-    return nullptr;
   }
+  // Not in the handler: notes take calls of their own, which may be where the thread ends.
+  addNotes(label, arguments, refused);
+  return nullptr;
 }
 
 PyObject* callByName(PyObject* /*module*/, PyObject* const* values, Py_ssize_t count,
