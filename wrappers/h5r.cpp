@@ -40,7 +40,8 @@ struct Reference {
     const H5R_type_t type = Type::from(typeAndBytes[0]);
     const zbArray* bytes = typeAndBytes[1];
     if (zbGetClass(bytes) != zbClass::UInt8) raiseAbout<msg::assertReference>(bytes);
-    if (zbGetNumberOfElements(bytes) != referenceSize(type)) raiseAbout<msg::assertReferenceSize>(bytes);
+    if (zbGetNumberOfElements(bytes) != referenceSize(type))
+      raiseAbout<msg::assertReferenceSize>(bytes);
     return {type, zbGetData(bytes)};
   }
 };

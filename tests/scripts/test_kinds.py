@@ -37,7 +37,7 @@ GONE = {"H5Pget_dxpl_multi", "H5Pset_dxpl_multi"}
 
 
 def assert_of_kind(form, value, where):
-    """`form` as every_call.py writes down what came."""
+    """`form` as one_call_each.py writes down what came."""
     if isinstance(form, dict):
         (record,) = value.kinds
         fields = {field.name: field for field in _reference.records()[record]}
@@ -54,8 +54,8 @@ def assert_of_kind(form, value, where):
 @pytest.fixture(scope="module")
 def calls(tmp_path_factory):
     """Every call: the function, its count of arguments, and what came of it."""
-    folder = tmp_path_factory.mktemp("every_call")
-    command = [sys.executable, str(HERE / "every_call.py")]
+    folder = tmp_path_factory.mktemp("one_call_each")
+    command = [sys.executable, str(HERE / "one_call_each.py")]
     paths = os.environ | {"PYTHONPATH": str(Path(zembra.__file__).parents[1])}
     done = subprocess.run(command, cwd=folder, env=paths, capture_output=True, text=True)
     assert done.returncode == 0, done.stderr

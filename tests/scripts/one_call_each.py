@@ -2,7 +2,7 @@
 of its own, and prints what comes of it: a line of JSON each, the function, the count of
 its arguments and either what kinds of values came or the key of the error.
 
-    every_call.py            in a folder for the files
+    one_call_each.py            in a folder for the files
 """
 
 import json
