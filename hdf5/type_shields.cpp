@@ -37,6 +37,50 @@ herr_t setTypeSize(hid_t type, size_t size) {
   return changeTransient<H5Tset_size>("H5Tset_size", type, size);
 }
 
+herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t member) {
+  if (H5Tget_class(member) == H5T_ENUM && !Type(H5Tcopy(member)).valid()) {
+    return refuse("H5Tinsert", "an enumeration without members cannot be a member");
+  }
+  return H5Tinsert(compound, name, offset, member);
+}
+
+bool isUnstorable(hid_t type) {
+  switch (H5Tget_class(type)) {
+    case H5T_INTEGER:
+    case H5T_BITFIELD:
+    case H5T_TIME: return H5Tget_order(type) == H5T_ORDER_VAX;
+    case H5T_ENUM:
+    case H5T_ARRAY:
+    case H5T_VLEN: return isUnstorable(Type(H5Tget_super(type)).get());
+    case H5T_COMPOUND: {
+      const int members = H5Tget_nmembers(type);
+      for (int i = 0; i < members; ++i) {
+        if (isUnstorable(Type(H5Tget_member_type(type, static_cast<unsigned>(i))).get())) {
+          return true;
+        }
+      }
+      return false;
+    }
+    default: return false;
+  }
+}
+
+bool isTooLarge(hid_t location, hid_t type) {
+  // Nothing takes more room in a file than here.
+  constexpr std::size_t kAlwaysFits = 60000;
+  std::size_t size = 0;
+  if (H5Tencode(type, nullptr, &size) < 0 || size < kAlwaysFits) return false;
+  // Newer formats take less: it is tried in memory, where a dataset fails and harms nothing.
+  const Handle<H5Fclose> file(H5Iget_file_id(location));
+  const PropertyList access(H5Fget_access_plist(file.get()));
+  if (!access.valid() || H5Pset_fapl_core(access.get(), 1 << 16, 0) < 0) return false;
+  const Handle<H5Fclose> trial(H5Fcreate("h5gate-trial", H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
+  const Space null(H5Screate(H5S_NULL));
+  const Handle<H5Dclose> dataset(
+      H5Dcreate2(trial.get(), "d", type, null.get(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+  return trial.valid() && !dataset.valid();
+}
+
 herr_t lockType(hid_t type) {
   if (kSince112 && H5Tcommitted(type) > 0) {
     return refuse("H5Tlock", "a committed datatype cannot be locked");
