@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "hdf5/allocated_text.hpp"
@@ -85,7 +86,9 @@ herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* ra
   for (const char* name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
   const hdf5::PropertyList access = defaultAccess();
   const auto orDefault = [&](hid_t given) { return given == H5P_DEFAULT ? access.get() : given; };
-  return checked(hdf5::setSplit(list, metaName, orDefault(metaList), rawName, orDefault(rawList)));
+  const hdf5::MemberList meta(orDefault(metaList));
+  const hdf5::MemberList raw(orDefault(rawList));
+  return checked(hdf5::setSplit(list, metaName, meta.get(), rawName, raw.get()));
 }
 
 /// HDF5 looks only at the lists of members that the map uses, but copies them all. A
@@ -121,7 +124,11 @@ struct MemberTables {
       namePointer[i] = name[i].c_str();
     }
     for (const std::string& format : name) requireMemberName("H5Pset_fapl_multi", format);
-    for (const hid_t id : list) requireMemberList(id);
+    for (std::size_t i = 0; i < kMembers; ++i) {
+      requireMemberList(list[i]);
+      copies[i].emplace(list[i]);
+      list[i] = copies[i]->get();
+    }
   }
 
   Members<H5FD_mem_t> map{};
@@ -131,6 +138,7 @@ struct MemberTables {
 
  private:
   Members<std::string> name;
+  Members<std::optional<hdf5::MemberList>> copies;
 };
 
 /// What any double but 0 says, NaN among them.
