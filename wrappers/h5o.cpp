@@ -1,5 +1,6 @@
 // H5O: objects of every kind.
 #include "convert/record.hpp"
+#include "hdf5/identifier_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -81,7 +82,7 @@ using WithData = FunctionAndData<callHost>;
 constexpr Row kObjectFunctions[] = {
     // clang-format off
     //  name                    gives         takes
-    ROW(H5Oclose,               Nothing,      ObjectId),
+    CALL(H5Oclose, hdf5::closeObject, Nothing, ObjectId),
     ROW(H5Ocopy,                Nothing,      Id<"source object identifier">, Text<"source name">,
                                               Id<"destination object identifier">,
                                               Text<"destination name">,

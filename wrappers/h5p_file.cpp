@@ -11,7 +11,7 @@
 #include "hdf5/file_shields.hpp"
 #include "hdf5/handle.hpp"
 #include "wrappers/cache_config.hpp"
-#include "wrappers/row.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -213,32 +213,36 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pget_userblock,             Outputs<hsize_t>,                       CreationListId),
     ROW(H5Pget_version,               Outputs<unsigned, unsigned, unsigned, unsigned>, List),
 
-    ROW(H5Pset_alignment,             Nothing, List, Size, Size),
-    ROW(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
-    ROW(H5Pset_family_offset,         Nothing, List, Size),
-    ROW(H5Pset_fapl_core,             Nothing, List, Size, Flag),
-    ROW(H5Pset_fapl_family,           Nothing, List, Size, List),
-    CALL(H5Pset_fapl_log, setLog,     Nothing, List, Text<"logfile">, LogFlags, Size),
+    SET(H5Pset_alignment,             Nothing, List, Size, Size),
+    SET(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
+    SET(H5Pset_family_offset,         Nothing, List, Size),
+    SET(H5Pset_fapl_core,             Nothing, List, Size, Flag),
+    SET(H5Pset_fapl_family,           Nothing, List, Size, List),
+    CALL(H5Pset_fapl_log, hdf5::OfOwnList<setLog>::change,
+                                      Nothing, List, Text<"logfile">, LogFlags, Size),
     BY_COUNT(H5Pset_fapl_multi,
-        Form<setMultiDefaults,        Nothing, List, Relax>,
-        Form<setMulti,                Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
+        Form<hdf5::OfOwnList<setMultiDefaults>::change,
+                                      Nothing, List, Relax>,
+        Form<hdf5::OfOwnList<setMulti>::change,
+                                      Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
                                                At<3, Any>, At<4, Any>>),
-    ROW(H5Pset_fapl_sec2,             Nothing, List),
-    CALL(H5Pset_fapl_split, setSplit, Nothing, List, Text<"meta_ext">, List, Text<"raw_ext">, List),
-    ROW(H5Pset_fapl_stdio,            Nothing, List),
-    ROW(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
-    ROW(H5Pset_gc_references,         Nothing, List, Unsigned),
-    ROW(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
-    ROW(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
-    ROW(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
-    ROW(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
-    ROW(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
+    SET(H5Pset_fapl_sec2,             Nothing, List),
+    CALL(H5Pset_fapl_split, hdf5::OfOwnList<setSplit>::change,
+                                      Nothing, List, Text<"meta_ext">, List, Text<"raw_ext">, List),
+    SET(H5Pset_fapl_stdio,            Nothing, List),
+    SET(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
+    SET(H5Pset_gc_references,         Nothing, List, Unsigned),
+    SET(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
+    SET(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
+    SET(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
+    SET(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
+    SET(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
     // An access list, whatever its description says.
-    ROW(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
-    ROW(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
-    ROW(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
-    ROW(H5Pset_sym_k,                 Nothing, CreationList, Unsigned, Unsigned),
-    ROW(H5Pset_userblock,             Nothing, CreationList, Size),
+    SET(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
+    SET(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
+    SET(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
+    SET(H5Pset_sym_k,                 Nothing, CreationList, Unsigned, Unsigned),
+    SET(H5Pset_userblock,             Nothing, CreationList, Size),
 };  // clang-format on
 
 }  // namespace

@@ -2,7 +2,7 @@
 // the multi driver's members transfer theirs with.
 #include <array>
 
-#include "wrappers/row.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -58,12 +58,13 @@ constexpr Row kTransferPropertyFunctions[] = {
     CALL(H5Pget_edc_check, verifiesChecksums, Number,              List),
     ROW(H5Pget_hyper_vector_size, Outputs<size_t>,                 List),
     ROW(H5Pget_preserve,          Number,                          PlainList),
-    ROW(H5Pset_btree_ratios,      Nothing,                         List, Real, Real, Real),
-    ROW(H5Pset_chunk_cache,       Nothing,                         List, Size, Size, Real),
-    CALL(H5Pset_dxpl_multi, setMemberLists, Nothing,               List, MemberListIds),
-    ROW(H5Pset_edc_check,         Nothing,                         List, Enum<H5Z_EDC_t>),
-    ROW(H5Pset_hyper_vector_size, Nothing,                         List, Size),
-    ROW(H5Pset_preserve,          Nothing,                         PlainList, Truncated),
+    SET(H5Pset_btree_ratios,      Nothing,                         List, Real, Real, Real),
+    SET(H5Pset_chunk_cache,       Nothing,                         List, Size, Size, Real),
+    CALL(H5Pset_dxpl_multi, hdf5::OfOwnList<setMemberLists>::change,
+                                  Nothing,                         List, MemberListIds),
+    SET(H5Pset_edc_check,         Nothing,                         List, Enum<H5Z_EDC_t>),
+    SET(H5Pset_hyper_vector_size, Nothing,                         List, Size),
+    SET(H5Pset_preserve,          Nothing,                         PlainList, Truncated),
 };  // clang-format on
 
 }  // namespace
