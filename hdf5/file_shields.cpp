@@ -130,9 +130,24 @@ const char* troubleOf(const MemberFile& file) {
   return nullptr;
 }
 
+/// Blocks and gaps that no file is large enough for.
+bool wantsTooMuch(hid_t accessList) {
+  constexpr hsize_t kMost = hsize_t{1} << 50;
+  hsize_t meta = 0;
+  hsize_t small = 0;
+  hsize_t threshold = 0;
+  hsize_t alignment = 0;
+  H5Pget_meta_block_size(accessList, &meta);
+  H5Pget_small_data_block_size(accessList, &small);
+  H5Pget_alignment(accessList, &threshold, &alignment);
+  return std::max({meta, small, alignment}) > kMost;
+}
+
 /// Why HDF5 would not survive a file of this name; null where it does.
-const char* nameTrouble(const char* name, hid_t accessList) {
-  if (accessList == H5P_DEFAULT) return nullptr;
+const char* troubleWith(const char* name, hid_t accessList) {
+  // A list of another class is HDF5's to refuse.
+  if (accessList == H5P_DEFAULT || H5Pisa_class(accessList, H5P_FILE_ACCESS) <= 0) return nullptr;
+  if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
   Uses all;
   all.fill(true);
   return troubleOf({name, accessList, all, 0});
@@ -145,12 +160,12 @@ MemberList::MemberList(hid_t given) : given_(given) {
 }
 
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
-  if (const char* trouble = nameTrouble(name, accessList)) return refuse("H5Fcreate", trouble);
+  if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fcreate", trouble);
   return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
 }
 
 hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
-  if (const char* trouble = nameTrouble(name, accessList)) return refuse("H5Fopen", trouble);
+  if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fopen", trouble);
   return H5Fopen(name, flags, Trusting(accessList).get());
 }
 

@@ -13,7 +13,8 @@ namespace hdf5 {
 /// multi driver of 1.8 and 1.10 has for a name and the 4096 that the family driver of 1.8
 /// has: such names are refused. So is a member of the multi driver that is of that driver
 /// itself, unless all that is kept there begins at its address 0: later releases then
-/// cannot write the file, and 1.8 and 1.10 do not survive to close it.
+/// cannot write the file, and 1.8 and 1.10 do not survive to close it. The same is true of
+/// blocks and an alignment of more than 2^50 bytes.
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList);
 hid_t openFile(const char* name, unsigned flags, hid_t accessList);
 

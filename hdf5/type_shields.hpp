@@ -1,4 +1,4 @@
-// Datatypes, attributes and labels where a release does not survive what another one
+// Datatypes and attributes where a release does not survive what another one
 // refuses or does: functions of HDF5's own form that stand for those of the same purpose.
 #pragma once
 
@@ -63,9 +63,5 @@ herr_t changeTransient(const char* name, hid_t type, Arguments... arguments) {
 /// another class.
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList);
-
-/// H5DSget_label. 1.8 follows a null pointer where the dimension has no label and another
-/// one has.
-ssize_t getDimensionLabel(hid_t dataset, unsigned index, char* label, size_t size);
 
 }  // namespace hdf5

@@ -4,7 +4,7 @@
 #include <string>
 #include <tuple>
 
-#include "hdf5/type_shields.hpp"
+#include "hdf5/scale_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -30,9 +30,8 @@ template <Description Function, class Form>
 struct NamedIfFailed : Form {
   using Rule = NamesFailures<Function>;
 };
-#define SCALE_CALL(Name, Function, Gives, ...) \
-  CALL(Name, Function, NamedIfFailed<#Name, Gives>, __VA_ARGS__)
-#define SCALE(Function, ...) SCALE_CALL(Function, Function, __VA_ARGS__)
+#define SCALE(Name, Function, Gives, ...) \
+  CALL(Name, hdf5::Function, NamedIfFailed<#Name, Gives>, __VA_ARGS__)
 
 /// An empty array stands for no name, which HDF5 says with a null pointer.
 struct NameOrNone {
@@ -56,7 +55,8 @@ constexpr auto callHost = trappedAdapter<keepReport, IdInput, NumberInput<unsign
 herr_t iterateScales(hid_t dataset, unsigned dimension, int* index, decltype(callHost) visit,
                      void* data) {
   const int start = *index;
-  const herr_t status = start < 0 ? -1 : H5DSiterate_scales(dataset, dimension, index, visit, data);
+  const herr_t status =
+      start < 0 ? -1 : hdf5::iterateScales(dataset, dimension, index, visit, data);
   *index = start + static_cast<int>(static_cast<const CallbackContext*>(data)->calls);
   return status;
 }
@@ -65,15 +65,15 @@ using Start = InOut<OrZero<Int>>;
 
 constexpr Row kDimensionScaleFunctions[] = {
     // clang-format off
-    //    name                gives         takes
-    SCALE(H5DSattach_scale,   Nothing,      DatasetId, ScaleId, Axis),
-    SCALE(H5DSdetach_scale,   Nothing,      DatasetId, ScaleId, Axis),
-    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel, BufferedText, DatasetId, Axis, Buffer),
-    SCALE(H5DSget_num_scales, Number,       DatasetId, Axis),
-    SCALE(H5DSget_scale_name, BufferedText, DatasetId, Buffer),
-    SCALE(H5DSis_scale,       Number,       DatasetId),
-    SCALE(H5DSset_label,      Nothing,      DatasetId, Axis, Name),
-    SCALE(H5DSset_scale,      Nothing,      ScaleId, NameOrNone),
+    //    name                calls              gives         takes
+    SCALE(H5DSattach_scale,   attachScale,       Nothing,      DatasetId, ScaleId, Axis),
+    SCALE(H5DSdetach_scale,   detachScale,       Nothing,      DatasetId, ScaleId, Axis),
+    SCALE(H5DSget_label,      getDimensionLabel, BufferedText, DatasetId, Axis, Buffer),
+    SCALE(H5DSget_num_scales, countScales,       Number,       DatasetId, Axis),
+    SCALE(H5DSget_scale_name, getScaleName,      BufferedText, DatasetId, Buffer),
+    SCALE(H5DSis_scale,       isScale,           Number,       DatasetId),
+    SCALE(H5DSset_label,      setDimensionLabel, Nothing,      DatasetId, Axis, Name),
+    SCALE(H5DSset_scale,      setScale,          Nothing,      ScaleId, NameOrNone),
 
     //   name                calls          gives
     //                       takes
@@ -82,7 +82,6 @@ constexpr Row kDimensionScaleFunctions[] = {
 };
 // clang-format on
 #undef SCALE
-#undef SCALE_CALL
 
 }  // namespace
 

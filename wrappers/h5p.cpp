@@ -66,7 +66,7 @@ constexpr Row kPropertyListFunctions[] = {
     CALL(H5Pclose_class, hdf5::closeClass, Nothing,    Class),
     ROW(H5Pcopy,             Identifier,               List),
     ROW(H5Pcreate,           Identifier,               ListId<"class identifier">),
-    ROW(H5Pequal,            Unchecked<Number>,        ListOrClass, ListOrClass),
+    CALL(H5Pequal, hdf5::equalLists, Unchecked<Number>, ListOrClass, ListOrClass),
     ROW(H5Pexist,            Unchecked<Number>,        ListOrClass, Name),
     OWN(H5Pget,              get),
     ROW(H5Pget_class,        Identifier,               List),

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "hdf5/handle.hpp"
+#include "hdf5/property_shields.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "host/numeric_class.hpp"
 #include "wrappers/list_row.hpp"
@@ -47,7 +48,7 @@ void modifyFilter(Inputs ins, Results& /*outs*/) {
   requireOwnList(list);
   if (checked(H5Pget_nfilters(list)) == 0) raise<msg::noFiltersToModify>();
   requireFilter(list, filter);
-  checked(H5Pmodify_filter(list, filter, flags, data.size(), data.data()));
+  checked(hdf5::modifyFilter(list, filter, flags, data.size(), data.data()));
 }
 
 /// What HDF5 says of a filter, in room for it.
@@ -213,7 +214,7 @@ constexpr Row kCreationPropertyFunctions[] = {
                                                                  ReservedBytes),
     SET(H5Pset_fill_time,           Nothing,                     List, Enum<H5D_fill_time_t>),
     OWN(H5Pset_fill_value,          setFillValue),
-    SET(H5Pset_filter,              Nothing,                     List, Filter, Unsigned,
+    SHIELDED(H5Pset_filter, hdf5::setFilter, Nothing,                     List, Filter, Unsigned,
                                                                  Counted<Unsigneds>),
     SET(H5Pset_fletcher32,          Nothing,                     List),
     SET(H5Pset_layout,              Nothing,                     DatasetList, Enum<H5D_layout_t>),

@@ -10,6 +10,7 @@
 #include "hdf5/file_name_pattern.hpp"
 #include "hdf5/file_shields.hpp"
 #include "hdf5/handle.hpp"
+#include "hdf5/property_shields.hpp"
 #include "wrappers/cache_config.hpp"
 #include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
@@ -214,12 +215,11 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pget_version,               Outputs<unsigned, unsigned, unsigned, unsigned>, List),
 
     SET(H5Pset_alignment,             Nothing, List, Size, Size),
-    SET(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
+    SHIELDED(H5Pset_cache, hdf5::setCache, Nothing, List, Int, Size, Size, Real),
     SET(H5Pset_family_offset,         Nothing, List, Size),
     SET(H5Pset_fapl_core,             Nothing, List, Size, Flag),
     SET(H5Pset_fapl_family,           Nothing, List, Size, List),
-    CALL(H5Pset_fapl_log, hdf5::OfOwnList<setLog>::change,
-                                      Nothing, List, Text<"logfile">, LogFlags, Size),
+    SHIELDED(H5Pset_fapl_log, setLog, Nothing, List, Text<"logfile">, LogFlags, Size),
     BY_COUNT(H5Pset_fapl_multi,
         Form<hdf5::OfOwnList<setMultiDefaults>::change,
                                       Nothing, List, Relax>,
@@ -227,12 +227,12 @@ constexpr Row kFilePropertyFunctions[] = {
                                       Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
                                                At<3, Any>, At<4, Any>>),
     SET(H5Pset_fapl_sec2,             Nothing, List),
-    CALL(H5Pset_fapl_split, hdf5::OfOwnList<setSplit>::change,
-                                      Nothing, List, Text<"meta_ext">, List, Text<"raw_ext">, List),
+    SHIELDED(H5Pset_fapl_split, setSplit, Nothing, List, Text<"meta_ext">, List,
+                                                                 Text<"raw_ext">, List),
     SET(H5Pset_fapl_stdio,            Nothing, List),
     SET(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
     SET(H5Pset_gc_references,         Nothing, List, Unsigned),
-    SET(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
+    SHIELDED(H5Pset_istore_k, hdf5::setChunkRank, Nothing, CreationList, Unsigned),
     SET(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
     SET(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
     SET(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
@@ -241,7 +241,7 @@ constexpr Row kFilePropertyFunctions[] = {
     SET(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
     SET(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
     SET(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
-    SET(H5Pset_sym_k,                 Nothing, CreationList, Unsigned, Unsigned),
+    SHIELDED(H5Pset_sym_k, hdf5::setSymbolRanks, Nothing, CreationList, Unsigned, Unsigned),
     SET(H5Pset_userblock,             Nothing, CreationList, Size),
 };  // clang-format on
 

@@ -2,6 +2,7 @@
 // the multi driver's members transfer theirs with.
 #include <array>
 
+#include "hdf5/property_shields.hpp"
 #include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -59,11 +60,10 @@ constexpr Row kTransferPropertyFunctions[] = {
     ROW(H5Pget_hyper_vector_size, Outputs<size_t>,                 List),
     ROW(H5Pget_preserve,          Number,                          PlainList),
     SET(H5Pset_btree_ratios,      Nothing,                         List, Real, Real, Real),
-    SET(H5Pset_chunk_cache,       Nothing,                         List, Size, Size, Real),
-    CALL(H5Pset_dxpl_multi, hdf5::OfOwnList<setMemberLists>::change,
-                                  Nothing,                         List, MemberListIds),
+    SHIELDED(H5Pset_chunk_cache, hdf5::setChunkCache, Nothing,     List, Size, Size, Real),
+    SHIELDED(H5Pset_dxpl_multi, setMemberLists, Nothing,           List, MemberListIds),
     SET(H5Pset_edc_check,         Nothing,                         List, Enum<H5Z_EDC_t>),
-    SET(H5Pset_hyper_vector_size, Nothing,                         List, Size),
+    SHIELDED(H5Pset_hyper_vector_size, hdf5::setVectorSize, Nothing, List, Size),
     SET(H5Pset_preserve,          Nothing,                         PlainList, Truncated),
 };  // clang-format on
 

@@ -1,5 +1,6 @@
 // Rows of functions that change a property list: SET(H5Pset_chunk, Nothing, List, ...) is
-// a ROW whose list is not one of the library's own.
+// a ROW whose list is not one of the library's own, SHIELDED(H5Pset_cache, hdf5::setCache,
+// Nothing, List, ...) a CALL.
 #pragma once
 
 #include "hdf5/identifier_shields.hpp"
@@ -17,5 +18,6 @@ inline void requireOwnList(hid_t list) {
 }  // namespace h5gate
 
 // clang-format off
-#define SET(Function, ...) CALL(Function, hdf5::OfOwnList<Function>::change, __VA_ARGS__)
+#define SET(Function, ...) SHIELDED(Function, Function, __VA_ARGS__)
+#define SHIELDED(Name, Function, ...) CALL(Name, hdf5::OfOwnList<Function>::change, __VA_ARGS__)
 // clang-format on
