@@ -10,12 +10,12 @@ herr_t refuseToClose(const char* function) {
 }  // namespace
 
 bool isLibrarys(hid_t id) {
-  // The library makes its own first, a few hundred of a kind: the number says no without
-  // a question.
+  // The library makes its own first, two dozen lists, and a few hundred errors: for others
+  // the number says no without a question.
   constexpr int kSerialBits = kWideIdentifiers ? 56 : 24;
   constexpr hid_t kSerial = (hid_t{1} << kSerialBits) - 1;
-  constexpr hid_t kMany = 1024;
-  return id > 0 && (id & kSerial) < kMany && H5Iget_ref(id) == 0;
+  const hid_t most = id >> kSerialBits == H5I_GENPROP_LST ? 32 : 1024;
+  return id > 0 && (id & kSerial) < most && H5Iget_ref(id) == 0;
 }
 
 herr_t closeList(hid_t list) {
