@@ -47,7 +47,7 @@ bool isTooLarge(hid_t location, hid_t type) {
   // Newer formats take less: it is tried in memory, where a dataset fails and harms nothing.
   const Handle<H5Fclose> file(H5Iget_file_id(location));
   const PropertyList access(H5Fget_access_plist(file.get()));
-  if (!access.valid() || H5Pset_fapl_core(access.get(), 1 << 16, 0) < 0) return false;
+  if (!access.valid() || H5Pset_fapl_core(access.get(), 1 << 16, false) < 0) return false;
   const Handle<H5Fclose> trial(H5Fcreate("h5gate-trial", H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
   const Space null(H5Screate(H5S_NULL));
   const Handle<H5Dclose> dataset(

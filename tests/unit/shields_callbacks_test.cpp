@@ -83,7 +83,7 @@ TEST_F(DeepCallbacks, EndWithAnErrorBeforeTheStackDoes) {
 }
 
 TEST_F(DeepCallbacks, EndOnSmallStacksToo) {
-  for (const std::size_t size : {128 << 10, 512 << 10}) {
+  for (const std::size_t size : {128UL << 10, 512UL << 10}) {
     for (const auto& iterate : iterations()) {
       runOnStackOf(size, [&] {
         const Nested nested(iterate);

@@ -94,11 +94,11 @@ std::string pathOf(std::size_t size, const std::string& name) {
 TEST(NamesOfMembers, AreAsLongAsTheDriverHasRoom) {
   expectKeeps(pathOf(1000, "split"), splitOf(plain(), plain()));
   expectKeeps(pathOf(1021, "split"), splitOf(plain(), plain()));
-  for (const std::size_t size : {1022, 1023, 1024, 5000, 70000}) {
+  for (const std::size_t size : {1022UL, 1023UL, 1024UL, 5000UL, 70000UL}) {
     expectRefused(pathOf(size, "split"), splitOf(plain(), plain()));
   }
   expectKeeps(pathOf(3900, "family%d"), familyOf(plain()));
-  for (const std::size_t size : {4096, 5000, 70000}) {
+  for (const std::size_t size : {4096UL, 5000UL, 70000UL}) {
     expectRefused(pathOf(size, "family%d"), familyOf(plain()));
   }
 }
