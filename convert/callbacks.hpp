@@ -21,12 +21,15 @@
 #include "convert/number_cast.hpp"
 #include "convert/number_results.hpp"
 #include "convert/text.hpp"
+#include "hdf5/error_stack.hpp"
 #include "hdf5/library_shields.hpp"
 #include "host/call.hpp"
 
 namespace h5gate {
 
 inline constexpr char kNoCallbackRan[] = "Failed before callback function could be called";
+
+inline constexpr char kTooDeep[] = "Callbacks are nested too deeply: the stack is nearly used up";
 
 /// One iteration: lives on its wrapper's stack, reaches the adapter as op_data.
 class CallbackContext {
@@ -129,6 +132,10 @@ inline herr_t statusOf(const zbArray* answer) { return truncateToInt32(zbGetScal
 template <class Body>
 herr_t insideLibrary(CallbackContext& context, Body body) noexcept {
   const hdf5::InsideCallback inside;
+  if (hdf5::isStackShort()) {
+    context.report = kTooDeep;
+    return hdf5::refuse("feval", kTooDeep);
+  }
   try {
     return body();
   } catch (...) {

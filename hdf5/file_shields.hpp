@@ -2,13 +2,34 @@
 // of HDF5's own form that stand for those of the same purpose.
 #pragma once
 
-#include "hdf5/compat.hpp"
+#include "hdf5/handle.hpp"
 
 namespace hdf5 {
 
-/// H5Fcreate and H5Fopen, with files of every release's taken for sound.
+/// H5Fcreate and H5Fopen, with files of every release's taken for sound. HDF5 prints names
+/// with names for a format: the family driver a member's number into the file's name, the
+/// multi driver the file's name into a member's, and these again where the member is of
+/// such a driver itself. It looks at no format, and writes beyond the 1024 bytes that the
+/// multi driver of 1.8 and 1.10 has for a name and the 4096 that the family driver of 1.8
+/// has: such names are refused. So is a member of the multi driver that is of that driver
+/// itself, unless all that is kept there begins at its address 0: later releases then
+/// cannot write the file, and 1.8 and 1.10 do not survive to close it. The same is true of
+/// blocks and an alignment of more than 2^50 bytes.
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList);
 hid_t openFile(const char* name, unsigned flags, hid_t accessList);
+
+/// A copy for HDF5 to keep in a list, closed when HDF5 has it; what is no list stays as it
+/// is. After 1.8 the multi driver keeps the list itself, so that one that is
+/// its own member, or a member of one of its members, never ends.
+class MemberList {
+ public:
+  explicit MemberList(hid_t given);
+  [[nodiscard]] hid_t get() const { return copy_.valid() ? copy_.get() : given_; }
+
+ private:
+  hid_t given_;
+  PropertyList copy_;
+};
 
 /// H5Pset_fapl_multi with nothing but lists. In 1.8 the sums of the default addresses
 /// overflow, the members overlap, and what is written to one destroys another.

@@ -1,4 +1,4 @@
-// What would take the library away from under a function of its own.
+// What would take the library, or the ground, away from under a function of its own.
 #pragma once
 
 #include "hdf5/compat.hpp"
@@ -13,6 +13,10 @@ class InsideCallback {
   InsideCallback(const InsideCallback&) = delete;
   InsideCallback& operator=(const InsideCallback&) = delete;
 };
+
+/// Whether this thread's stack is nearly used up, so that no callback may be called: what
+/// it calls could call it again, and neither HDF5 nor the host looks how deep.
+bool isStackShort();
 
 /// H5close, with what is open closed before it. Refused inside a callback: HDF5 would go on
 /// with objects that are gone.

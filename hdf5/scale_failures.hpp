@@ -37,22 +37,27 @@ const char* wrongWithNameOf(hid_t scale);
 const char* wrongWithAttaching(hid_t dataset, hid_t scale, unsigned dimension);
 const char* wrongWithDetaching(hid_t dataset, hid_t scale, unsigned dimension);
 
-/// What `wrong` finds in as many of the first arguments as it looks at.
-template <class... Looked, class... Arguments>
-const char* findWrong(const char* (*wrong)(Looked...), Arguments... arguments) {
+/// What a question answers to as many of the first arguments as it looks at.
+template <class Answer, class... Looked, class... Arguments>
+Answer ask(Answer (*question)(Looked...), Arguments... arguments) {
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
-    return wrong(std::get<I>(std::tie(arguments...))...);
+    return question(std::get<I>(std::tie(arguments...))...);
   }
   (std::index_sequence_for<Looked...>());
 }
 
 /// `Call`, named `function`; one that fails leaves records that say why: HDF5's own, or what
-/// `wrong` finds.
-template <auto Call, class Wrong, class... Arguments>
-auto callScales(const char* function, Wrong wrong, Arguments... arguments) {
+/// `wrong` finds. Not called where the attributes that it reads are not `sound`.
+template <auto Call, class Sound, class Wrong, class... Arguments>
+auto callScales(const char* function, Sound sound, Wrong wrong, Arguments... arguments) {
+  using Answer = decltype(Call(arguments...));
+  if (!ask(sound, arguments...)) {
+    return Answer{
+        refuse(function, "an attribute has the name of one of dimension scales, and is none")};
+  }
   LastFailure failure;
-  const auto answer = Call(arguments...);
-  if (answer < 0 && !failure.restore()) refuse(function, findWrong(wrong, arguments...));
+  const Answer answer = Call(arguments...);
+  if (answer < 0 && !failure.restore()) refuse(function, ask(wrong, arguments...));
   return answer;
 }
 

@@ -1,27 +1,9 @@
 #include "hdf5/type_shields.hpp"
 
-#include <vector>
-
 #include "hdf5/handle.hpp"
 
 namespace hdf5 {
 namespace {
-
-constexpr char kLabels[] = "DIMENSION_LABELS";
-
-/// Whether the dimension has a label; of a dataset that has labels at all.
-bool isLabelled(hid_t dataset, unsigned index) {
-  const Handle<H5Aclose> labels(H5Aopen(dataset, kLabels, H5P_DEFAULT));
-  const Space space(H5Aget_space(labels.get()));
-  const Type type(H5Aget_type(labels.get()));
-  const hssize_t count = H5Sget_simple_extent_npoints(space.get());
-  if (H5Tis_variable_str(type.get()) <= 0 || count <= index) return false;
-  std::vector<char*> texts(static_cast<std::size_t>(count));
-  if (H5Aread(labels.get(), type.get(), texts.data()) < 0) return false;
-  const bool labelled = texts[index] != nullptr;
-  H5Dvlen_reclaim(type.get(), space.get(), H5P_DEFAULT, texts.data());
-  return labelled;
-}
 
 bool holdsCompoundWithoutMembers(hid_t type) {
   const H5T_class_t kind = H5Tget_class(type);
@@ -34,11 +16,6 @@ bool holdsCompoundWithoutMembers(hid_t type) {
     if (holdsCompoundWithoutMembers(Type(H5Tget_member_type(type, i)).get())) return true;
   }
   return members == 0;
-}
-
-bool hasDimension(hid_t dataset, unsigned index) {
-  const Space space(H5Dget_space(dataset));
-  return static_cast<int>(index) < H5Sget_simple_extent_ndims(space.get());
 }
 
 }  // namespace
@@ -57,6 +34,50 @@ herr_t packType(hid_t type) {
   return H5Tpack(type);
 }
 
+herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t member) {
+  if (H5Tget_class(member) == H5T_ENUM && !Type(H5Tcopy(member)).valid()) {
+    return refuse("H5Tinsert", "an enumeration without members cannot be a member");
+  }
+  return H5Tinsert(compound, name, offset, member);
+}
+
+bool isUnstorable(hid_t type) {
+  switch (H5Tget_class(type)) {
+    case H5T_INTEGER:
+    case H5T_BITFIELD:
+    case H5T_TIME: return H5Tget_order(type) == H5T_ORDER_VAX;
+    case H5T_ENUM:
+    case H5T_ARRAY:
+    case H5T_VLEN: return isUnstorable(Type(H5Tget_super(type)).get());
+    case H5T_COMPOUND: {
+      const int members = H5Tget_nmembers(type);
+      for (int i = 0; i < members; ++i) {
+        if (isUnstorable(Type(H5Tget_member_type(type, static_cast<unsigned>(i))).get())) {
+          return true;
+        }
+      }
+      return false;
+    }
+    default: return false;
+  }
+}
+
+bool isTooLarge(hid_t location, hid_t type) {
+  // Nothing takes more room in a file than here.
+  constexpr std::size_t kAlwaysFits = 60000;
+  std::size_t size = 0;
+  if (H5Tencode(type, nullptr, &size) < 0 || size < kAlwaysFits) return false;
+  // Newer formats take less: it is tried in memory, where a dataset fails and harms nothing.
+  const Handle<H5Fclose> file(H5Iget_file_id(location));
+  const PropertyList access(H5Fget_access_plist(file.get()));
+  if (!access.valid() || H5Pset_fapl_core(access.get(), 1 << 16, false) < 0) return false;
+  const Handle<H5Fclose> trial(H5Fcreate("h5gate-trial", H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
+  const Space null(H5Screate(H5S_NULL));
+  const Handle<H5Dclose> dataset(
+      H5Dcreate2(trial.get(), "d", type, null.get(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+  return trial.valid() && !dataset.valid();
+}
+
 herr_t lockType(hid_t type) {
   if (kSince112 && H5Tcommitted(type) > 0) {
     return refuse("H5Tlock", "a committed datatype cannot be locked");
@@ -67,15 +88,6 @@ herr_t lockType(hid_t type) {
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList) {
   return H5Acreate2(object, name, type, space, creationList, kSince112 ? H5P_DEFAULT : accessList);
-}
-
-ssize_t getDimensionLabel(hid_t dataset, unsigned index, char* label, size_t size) {
-  const bool none = !kSince110 && H5Iget_type(dataset) == H5I_DATASET &&
-                    H5Aexists(dataset, kLabels) > 0 && hasDimension(dataset, index) &&
-                    !isLabelled(dataset, index);
-  if (!none) return H5DSget_label(dataset, index, label, size);
-  if (label != nullptr && size > 0) *label = '\0';
-  return 0;
 }
 
 }  // namespace hdf5

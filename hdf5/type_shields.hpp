@@ -1,4 +1,4 @@
-// Datatypes, attributes and labels where a release does not survive what another one
+// Datatypes and attributes where a release does not survive what another one
 // refuses or does: functions of HDF5's own form that stand for those of the same purpose.
 #pragma once
 
@@ -11,6 +11,41 @@ herr_t setTypeSize(hid_t type, size_t size);
 
 /// H5Tpack. It looks at the last member of a compound, and of each within, that has none.
 herr_t packType(hid_t type);
+/// H5Tinsert. 1.10 cannot copy an enumeration without members and does not look whether it
+/// could: the compound has a member that is a null pointer.
+herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t member);
+
+/// Whether the file format has no word for some part of the datatype: numbers that are no
+/// floats in the byte order of a VAX.
+bool isUnstorable(hid_t type);
+
+/// H5Dcreate, H5Acreate and H5Tcommit, whichever `Create` is. HDF5 finds out that a
+/// datatype cannot be stored when it closes the file: every release then loses the file,
+/// and most do not survive the end of the process.
+template <auto Create>
+struct OfStorableType;
+template <class Answer, class... Rest, Answer (*Create)(hid_t, const char*, hid_t, Rest...)>
+struct OfStorableType<Create> {
+  static Answer create(hid_t location, const char* name, hid_t type, Rest... rest) {
+    if (isUnstorable(type)) {
+      return refuse("H5Tencode", "a file has no VAX byte order for other numbers than floats");
+    }
+    return Create(location, name, type, rest...);
+  }
+};
+
+/// Of H5Tcommit: whether the datatype is larger than a message of an object header can
+/// be in the location's file. Up to 1.10 HDF5 then fails and never closes the file again.
+bool isTooLarge(hid_t location, hid_t type);
+
+/// H5Tcommit1 and H5Tcommit2.
+template <auto Commit, class... Lists>
+herr_t commitType(hid_t location, const char* name, hid_t type, Lists... lists) {
+  if (isTooLarge(location, type)) {
+    return refuse("H5Tcommit", "the datatype is too large for an object header message");
+  }
+  return OfStorableType<Commit>::create(location, name, type, lists...);
+}
 
 /// H5Tlock. Later releases lock a committed datatype, which can then not be closed, and
 /// its file with it.
@@ -30,9 +65,5 @@ herr_t changeTransient(const char* name, hid_t type, Arguments... arguments) {
 /// another class.
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList);
-
-/// H5DSget_label. 1.8 follows a null pointer where the dimension has no label and another
-/// one has.
-ssize_t getDimensionLabel(hid_t dataset, unsigned index, char* label, size_t size);
 
 }  // namespace hdf5

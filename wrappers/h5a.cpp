@@ -27,6 +27,11 @@ using Order = Enum<H5_iter_order_t>;
 using Nth = StrictSize<"\"index\"">;
 using StartWithin = StrictSize<"\"initial offset within index\"">;
 
+// --- Creating --------------------------------------------------------------------
+
+constexpr auto createOld = hdf5::OfStorableType<H5Acreate1>::create;
+constexpr auto create = hdf5::OfStorableType<hdf5::createAttribute>::create;
+
 // --- Information -----------------------------------------------------------------
 
 constexpr Field<H5A_info_t> kAttributeInfo[] = {
@@ -77,9 +82,9 @@ constexpr Row kAttributeFunctions[] = {
     CALL(H5Aclose, hdf5::closeObject<H5Aclose>, Nothing,   AttributeId),
     // The creation list stands for the access list, too: a sixth input is never read.
     BY_COUNT(H5Acreate,
-        Form<H5Acreate1,  Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
+        Form<createOld,   Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
                                                            CreationList>,
-        Form<hdf5::createAttribute, Identifier,            AttributeId, Name, TypeOf, SpaceOf,
+        Form<create,      Identifier,                      AttributeId, Name, TypeOf, SpaceOf,
                                                            CreationList, At<4, AccessList>>),
     ROW(H5Adelete,        Nothing,                         AttributeId, Name),
     ROW(H5Aget_info,      Outputs<Record<kAttributeInfo>>, AttributeId),

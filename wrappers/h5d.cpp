@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "hdf5/closing.hpp"
+#include "hdf5/dataset_shields.hpp"
 #include "hdf5/disk_room.hpp"
 #include "hdf5/shields.hpp"
+#include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -24,6 +26,11 @@ using CreationList = ObjectList<"dataset creation property list">;
 using AccessList = ObjectList<"dataset access property list">;
 using LinkList = ObjectList<"link creation property list">;
 using TransferList = ListId<"transfer property list identifier">;
+
+// --- Creating -------------------------------------------------------------------------
+
+constexpr auto create1 = hdf5::OfStorableType<H5Dcreate1>::create;
+constexpr auto create2 = hdf5::OfStorableType<H5Dcreate2>::create;
 
 // --- Extents --------------------------------------------------------------------------
 
@@ -217,9 +224,9 @@ constexpr Row kDatasetFunctions[] = {
     //  name                  gives                         takes
     CALL(H5Dclose, hdf5::closeObject<H5Dclose>, Nothing,    DatasetId),
     BY_COUNT(H5Dcreate,
-        Form<H5Dcreate1,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
+        Form<create1,         Identifier,                   LocationId, Name, TypeOf, SpaceOf,
                                                             CreationList>,
-        Form<H5Dcreate2,      Identifier,                   LocationId, Name, TypeOf, SpaceOf,
+        Form<create2,         Identifier,                   LocationId, Name, TypeOf, SpaceOf,
                                                             LinkList, CreationList, AccessList>),
     ROW(H5Dextend,            Nothing,                      DatasetAndExtent),
     OWN(H5Dfill,              fill),
@@ -235,7 +242,8 @@ constexpr Row kDatasetFunctions[] = {
         Form<H5Dopen2,        Identifier,                   LocationId, Name, AccessList>),
     OWN(H5Dread,              read),
     ROW(H5Dset_extent,        Nothing,                      DatasetAndExtent),
-    ROW(H5Dvlen_get_buf_size, Outputs<hsize_t>,             DatasetId, Id<"datatype identifier">,
+    CALL(H5Dvlen_get_buf_size, hdf5::variableLengthSize, Outputs<hsize_t>,
+                                                            DatasetId, Id<"datatype identifier">,
                                                             SpaceOf),
     OWN(H5Dwrite,             write),
 };  // clang-format on

@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "hdf5/scale_failures.hpp"
-#include "hdf5/type_shields.hpp"
+#include "hdf5/scale_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -32,18 +32,18 @@ struct NamedIfFailed : Form {
   using Rule = NamesFailures<Function>;
 };
 
-/// A function that tells why it failed: HDF5 does, or `Wrong`.
-template <Description Name, auto Function, auto Wrong>
+/// A function that tells why it failed: HDF5 does, or `Wrong`; and that is not called where
+/// attributes are not `Sound`.
+template <Description Name, auto Function, auto Sound, auto Wrong>
 struct Explained {
   template <class... Arguments>
   auto operator()(Arguments... arguments) const {
-    return hdf5::callScales<Function>(Name.text, Wrong, arguments...);
+    return hdf5::callScales<Function>(Name.text, Sound, Wrong, arguments...);
   }
 };
-#define SCALE_CALL(Name, Function, Wrong, Gives, ...)                                             \
-  CALL(Name, (Explained<#Name, Function, hdf5::wrongWith##Wrong>{}), NamedIfFailed<#Name, Gives>, \
-       __VA_ARGS__)
-#define SCALE(Function, ...) SCALE_CALL(Function, Function, __VA_ARGS__)
+#define SCALE(Name, Function, Sound, Wrong, Gives, ...)                           \
+  CALL(Name, (Explained<#Name, Function, hdf5::Sound, hdf5::wrongWith##Wrong>{}), \
+       NamedIfFailed<#Name, Gives>, __VA_ARGS__)
 
 /// An empty array stands for no name, which HDF5 says with a null pointer.
 struct NameOrNone {
@@ -67,10 +67,11 @@ constexpr auto callHost = trappedAdapter<keepReport, IdInput, NumberInput<unsign
 herr_t iterateScales(hid_t dataset, unsigned dimension, int* index, decltype(callHost) visit,
                      void* data) {
   const int start = *index;
-  const herr_t status = start < 0 ? hdf5::refuse("H5DSiterate_scales", "the position is negative")
-                                  : hdf5::callScales<H5DSiterate_scales>(
-                                        "H5DSiterate_scales", hdf5::wrongWithDimension, dataset,
-                                        dimension, index, visit, data);
+  const herr_t status =
+      start < 0 ? hdf5::refuse("H5DSiterate_scales", "the position is negative")
+                : hdf5::callScales<H5DSiterate_scales>("H5DSiterate_scales", hdf5::hasSoundScales,
+                                                       hdf5::wrongWithDimension, dataset, dimension,
+                                                       index, visit, data);
   *index = start + static_cast<int>(static_cast<const CallbackContext*>(data)->calls);
   return status;
 }
@@ -79,16 +80,24 @@ using Start = InOut<OrZero<Int>>;
 
 constexpr Row kDimensionScaleFunctions[] = {
     // clang-format off
-    //    name                wrong      gives         takes
-    SCALE(H5DSattach_scale,   Attaching, Nothing,      DatasetId, ScaleId, Axis),
-    SCALE(H5DSdetach_scale,   Detaching, Nothing,      DatasetId, ScaleId, Axis),
-    SCALE_CALL(H5DSget_label, hdf5::getDimensionLabel,
-                              Dimension, BufferedText, DatasetId, Axis, Buffer),
-    SCALE(H5DSget_num_scales, Dimension, Number,       DatasetId, Axis),
-    SCALE(H5DSget_scale_name, NameOf,    BufferedText, DatasetId, Buffer),
-    SCALE(H5DSis_scale,       Scaled,    Number,       DatasetId),
-    SCALE(H5DSset_label,      Dimension, Nothing,      DatasetId, Axis, Name),
-    SCALE(H5DSset_scale,      NewScale,  Nothing,      ScaleId, NameOrNone),
+    //    name               calls                    attributes        wrong
+    //    gives              takes
+    SCALE(H5DSattach_scale,  H5DSattach_scale,        areSound,         Attaching,
+          Nothing,           DatasetId, ScaleId, Axis),
+    SCALE(H5DSdetach_scale,  H5DSdetach_scale,        areSound,         Detaching,
+          Nothing,           DatasetId, ScaleId, Axis),
+    SCALE(H5DSget_label,     hdf5::getDimensionLabel, hasSoundLabels,   Dimension,
+          BufferedText,      DatasetId, Axis, Buffer),
+    SCALE(H5DSget_num_scales, H5DSget_num_scales,     hasSoundScales,   Dimension,
+          Number,            DatasetId, Axis),
+    SCALE(H5DSget_scale_name, H5DSget_scale_name,     isSoundlyNamed,   NameOf,
+          BufferedText,      DatasetId, Buffer),
+    SCALE(H5DSis_scale,      hdf5::isScale,           anySound,         Scaled,
+          Number,            DatasetId),
+    SCALE(H5DSset_label,     H5DSset_label,           hasSoundLabels,   Dimension,
+          Nothing,           DatasetId, Axis, Name),
+    SCALE(H5DSset_scale,     H5DSset_scale,           isSoundScale,     NewScale,
+          Nothing,           ScaleId, NameOrNone),
 
     //   name                calls          gives
     //                       takes
@@ -97,7 +106,6 @@ constexpr Row kDimensionScaleFunctions[] = {
 };
 // clang-format on
 #undef SCALE
-#undef SCALE_CALL
 
 }  // namespace
 

@@ -7,7 +7,6 @@
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
 #include "hdf5/closing.hpp"
-#include "hdf5/file_name_pattern.hpp"
 #include "hdf5/file_shields.hpp"
 #include "hdf5/link_shields.hpp"
 #include "wrappers/cache_config.hpp"
@@ -95,32 +94,11 @@ void getObjectIds(Inputs ins, Results& outs) {
   outs.give(makeColumn(ids, identifierToHost));
 }
 
-// --- Creating and opening --------------------------------------------------------
-
-/// The family driver prints a member's number into its name, with the file's name as
-/// the format.
-void requireName(const char* function, const char* name, hid_t accessList) {
-  if (accessList == H5P_DEFAULT || H5Pget_driver(accessList) != H5FD_FAMILY) return;
-  if (!hdf5::isFileNamePattern(name, "du", 2)) {
-    raiseRefusal(function, "the name of a family of files is no format with one %d");
-  }
-}
-
-hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
-  requireName("H5Fcreate", name, accessList);
-  return hdf5::createFile(name, flags, creationList, accessList);
-}
-
-hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
-  requireName("H5Fopen", name, accessList);
-  return hdf5::openFile(name, flags, accessList);
-}
-
 constexpr Row kFileFunctions[] = {
     // clang-format off
     //  name                 gives                                  takes
     CALL(H5Fclose, hdf5::closeFile, Nothing,                        FileId),
-    CALL(H5Fcreate, createFile, Identifier,                         FileName, CreateFlags,
+    CALL(H5Fcreate, hdf5::createFile, Identifier,                   FileName, CreateFlags,
                                                                     CreationList, AccessListByName),
     CALL(H5Fflush, hdf5::flush, Nothing,                            ObjectId, Enum<H5F_scope_t>),
     ROW(H5Fget_access_plist, Identifier,                            FileId),
@@ -137,7 +115,7 @@ constexpr Row kFileFunctions[] = {
     ROW(H5Fis_hdf5,          Unchecked<Number>,                     FileName),
     CALL(H5Fmount, hdf5::mount, Nothing,                             FileId, MountPoint, ChildId,
                                                                     MountList),
-    CALL(H5Fopen, openFile,  Identifier,                            FileName, OpenFlags,
+    CALL(H5Fopen, hdf5::openFile, Identifier,                       FileName, OpenFlags,
                                                                     AccessList),
     ROW(H5Freopen,           Identifier,                            FileId),
     ROW(H5Fset_mdc_config,   Nothing,                               FileId, CacheConfig),

@@ -1,6 +1,6 @@
 // H5I: identifiers.
 #include "convert/identifiers.hpp"
-#include "hdf5/closing.hpp"
+#include "hdf5/identifier_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -15,7 +15,7 @@ std::int64_t typeOf(hid_t id) { return codec::typeToHost(H5Iget_type(id)); }
 constexpr Row kIdentifierFunctions[] = {
     // clang-format off
     //  name            gives                    takes
-    CALL(H5Idec_ref, hdf5::releaseReference, Unchecked<Number>, ObjectId),
+    CALL(H5Idec_ref, hdf5::decrementReferences, Unchecked<Number>, ObjectId),
     ROW(H5Iget_file_id, Identifier,              ObjectId),
     ROW(H5Iget_name,    Unchecked<BufferedText>, ObjectId, Buffer),
     ROW(H5Iget_ref,     Unchecked<Number>,       ObjectId),

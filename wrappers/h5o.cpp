@@ -1,6 +1,6 @@
 // H5O: objects of every kind.
 #include "convert/record.hpp"
-#include "hdf5/closing.hpp"
+#include "hdf5/identifier_shields.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -82,7 +82,7 @@ using WithData = FunctionAndData<callHost>;
 constexpr Row kObjectFunctions[] = {
     // clang-format off
     //  name                    gives         takes
-    CALL(H5Oclose, hdf5::closeObject<H5Oclose>, Nothing, ObjectId),
+    CALL(H5Oclose, hdf5::closeAnyObject, Nothing, ObjectId),
     ROW(H5Ocopy,                Nothing,      Id<"source object identifier">, Text<"source name">,
                                               Id<"destination object identifier">,
                                               Text<"destination name">,

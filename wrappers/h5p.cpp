@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "convert/callbacks.hpp"
+#include "hdf5/identifier_shields.hpp"
+#include "hdf5/property_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -38,7 +40,7 @@ void set(Inputs ins, Results& /*outs*/) {
   if (zbGetClass(bytes) != zbClass::UInt8 || zbGetNumberOfElements(bytes) != size) {
     raiseAbout<msg::badInputArgumentForH5Pset>(bytes, name, static_cast<std::int64_t>(size));
   }
-  checked(hdf5::setProperty(list, name.c_str(), zbGetData(bytes)));
+  checked(hdf5::setRawProperty(list, name.c_str(), zbGetData(bytes)));
 }
 
 // --- Iteration ------------------------------------------------------------------------
@@ -60,11 +62,11 @@ void iterate(Inputs ins, Results& outs) {
 constexpr Row kPropertyListFunctions[] = {
     // clang-format off
     //  name                 gives                     takes
-    ROW(H5Pclose,            Nothing,                  Id<"property_list identifier">),
-    ROW(H5Pclose_class,      Nothing,                  Class),
+    CALL(H5Pclose, hdf5::closeList, Nothing,           Id<"property_list identifier">),
+    CALL(H5Pclose_class, hdf5::closeClass, Nothing,    Class),
     ROW(H5Pcopy,             Identifier,               List),
     ROW(H5Pcreate,           Identifier,               ListId<"class identifier">),
-    ROW(H5Pequal,            Unchecked<Number>,        ListOrClass, ListOrClass),
+    CALL(H5Pequal, hdf5::equalLists, Unchecked<Number>, ListOrClass, ListOrClass),
     ROW(H5Pexist,            Unchecked<Number>,        ListOrClass, Name),
     OWN(H5Pget,              get),
     ROW(H5Pget_class,        Identifier,               List),

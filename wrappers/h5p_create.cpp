@@ -4,9 +4,10 @@
 #include <vector>
 
 #include "hdf5/handle.hpp"
+#include "hdf5/property_shields.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "host/numeric_class.hpp"
-#include "wrappers/row.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -44,9 +45,10 @@ void requireFilter(hid_t list, H5Z_filter_t filter) {
 
 void modifyFilter(Inputs ins, Results& /*outs*/) {
   const auto [list, filter, flags, data] = take<List, Int, Unsigned, Unsigneds>(ins);
+  requireOwnList(list);
   if (checked(H5Pget_nfilters(list)) == 0) raise<msg::noFiltersToModify>();
   requireFilter(list, filter);
-  checked(H5Pmodify_filter(list, filter, flags, data.size(), data.data()));
+  checked(hdf5::modifyFilter(list, filter, flags, data.size(), data.data()));
 }
 
 /// What HDF5 says of a filter, in room for it.
@@ -135,6 +137,7 @@ bool isUndefined(const zbArray* value, hid_t type) {
 
 void setFillValue(Inputs ins, Results& /*outs*/) {
   const auto [list, type, value] = take<List, MemoryTypeId, Any>(ins);
+  requireOwnList(list);
   if (isUndefined(value, type)) {
     checked(H5Pset_fill_value(list, type, nullptr));
     return;
@@ -200,27 +203,27 @@ constexpr Row kCreationPropertyFunctions[] = {
     ROW(H5Pget_link_phase_change,   Outputs<unsigned, unsigned>, GroupListId),
     ROW(H5Pget_nfilters,            Number,                      List),
     OWN(H5Pmodify_filter,           modifyFilter),
-    ROW(H5Premove_filter,           Nothing,                     List, Filter),
-    ROW(H5Pset_alloc_time,          Nothing,                     List, Enum<H5D_alloc_time_t>),
-    ROW(H5Pset_attr_creation_order, Nothing,
+    SET(H5Premove_filter,           Nothing,                     List, Filter),
+    SET(H5Pset_alloc_time,          Nothing,                     List, Enum<H5D_alloc_time_t>),
+    SET(H5Pset_attr_creation_order, Nothing,
                                     Id<"dataset or group creation property list">, Unsigned),
-    ROW(H5Pset_attr_phase_change,   Nothing,                     AnyObjectList, Unsigned, Unsigned),
-    ROW(H5Pset_chunk,               Nothing,                     PlainList, ChunkDims),
-    ROW(H5Pset_deflate,             Nothing,                     List, Unsigned),
-    ROW(H5Pset_external,            Nothing,                     List, Text<"NAME">, Int,
+    SET(H5Pset_attr_phase_change,   Nothing,                     AnyObjectList, Unsigned, Unsigned),
+    SET(H5Pset_chunk,               Nothing,                     PlainList, ChunkDims),
+    SET(H5Pset_deflate,             Nothing,                     List, Unsigned),
+    SET(H5Pset_external,            Nothing,                     List, Text<"NAME">, Int,
                                                                  ReservedBytes),
-    ROW(H5Pset_fill_time,           Nothing,                     List, Enum<H5D_fill_time_t>),
+    SET(H5Pset_fill_time,           Nothing,                     List, Enum<H5D_fill_time_t>),
     OWN(H5Pset_fill_value,          setFillValue),
-    ROW(H5Pset_filter,              Nothing,                     List, Filter, Unsigned,
+    SHIELDED(H5Pset_filter, hdf5::setFilter, Nothing,                     List, Filter, Unsigned,
                                                                  Counted<Unsigneds>),
-    ROW(H5Pset_fletcher32,          Nothing,                     List),
-    ROW(H5Pset_layout,              Nothing,                     DatasetList, Enum<H5D_layout_t>),
-    ROW(H5Pset_link_creation_order, Nothing,                     GroupList, Unsigned),
-    ROW(H5Pset_link_phase_change,   Nothing,                     GroupList, Unsigned, Unsigned),
-    ROW(H5Pset_nbit,                Nothing,                     PlainList),
-    ROW(H5Pset_scaleoffset,         Nothing,                     Id<"dataset access property list">,
+    SET(H5Pset_fletcher32,          Nothing,                     List),
+    SET(H5Pset_layout,              Nothing,                     DatasetList, Enum<H5D_layout_t>),
+    SET(H5Pset_link_creation_order, Nothing,                     GroupList, Unsigned),
+    SET(H5Pset_link_phase_change,   Nothing,                     GroupList, Unsigned, Unsigned),
+    SET(H5Pset_nbit,                Nothing,                     PlainList),
+    SET(H5Pset_scaleoffset,         Nothing,                     Id<"dataset access property list">,
                                                                  Enum<H5Z_SO_scale_type_t>, Int),
-    ROW(H5Pset_shuffle,             Nothing,                     DatasetList),
+    SET(H5Pset_shuffle,             Nothing,                     DatasetList),
 };  // clang-format on
 
 }  // namespace

@@ -3,14 +3,16 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/file_name_pattern.hpp"
 #include "hdf5/file_shields.hpp"
 #include "hdf5/handle.hpp"
+#include "hdf5/property_shields.hpp"
 #include "wrappers/cache_config.hpp"
-#include "wrappers/row.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -85,7 +87,9 @@ herr_t setSplit(hid_t list, const char* metaName, hid_t metaList, const char* ra
   for (const char* name : {metaName, rawName}) requireMemberName("H5Pset_fapl_split", name);
   const hdf5::PropertyList access = defaultAccess();
   const auto orDefault = [&](hid_t given) { return given == H5P_DEFAULT ? access.get() : given; };
-  return checked(hdf5::setSplit(list, metaName, orDefault(metaList), rawName, orDefault(rawList)));
+  const hdf5::MemberList meta(orDefault(metaList));
+  const hdf5::MemberList raw(orDefault(rawList));
+  return checked(hdf5::setSplit(list, metaName, meta.get(), rawName, raw.get()));
 }
 
 /// HDF5 looks only at the lists of members that the map uses, but copies them all. A
@@ -121,7 +125,11 @@ struct MemberTables {
       namePointer[i] = name[i].c_str();
     }
     for (const std::string& format : name) requireMemberName("H5Pset_fapl_multi", format);
-    for (const hid_t id : list) requireMemberList(id);
+    for (std::size_t i = 0; i < kMembers; ++i) {
+      requireMemberList(list[i]);
+      copies[i].emplace(list[i]);
+      list[i] = copies[i]->get();
+    }
   }
 
   Members<H5FD_mem_t> map{};
@@ -131,6 +139,7 @@ struct MemberTables {
 
  private:
   Members<std::string> name;
+  Members<std::optional<hdf5::MemberList>> copies;
 };
 
 /// What any double but 0 says, NaN among them.
@@ -205,32 +214,35 @@ constexpr Row kFilePropertyFunctions[] = {
     ROW(H5Pget_userblock,             Outputs<hsize_t>,                       CreationListId),
     ROW(H5Pget_version,               Outputs<unsigned, unsigned, unsigned, unsigned>, List),
 
-    ROW(H5Pset_alignment,             Nothing, List, Size, Size),
-    ROW(H5Pset_cache,                 Nothing, List, Int, Size, Size, Real),
-    ROW(H5Pset_family_offset,         Nothing, List, Size),
-    ROW(H5Pset_fapl_core,             Nothing, List, Size, Flag),
-    ROW(H5Pset_fapl_family,           Nothing, List, Size, List),
-    CALL(H5Pset_fapl_log, setLog,     Nothing, List, Text<"logfile">, LogFlags, Size),
+    SET(H5Pset_alignment,             Nothing, List, Size, Size),
+    SHIELDED(H5Pset_cache, hdf5::setCache, Nothing, List, Int, Size, Size, Real),
+    SET(H5Pset_family_offset,         Nothing, List, Size),
+    SET(H5Pset_fapl_core,             Nothing, List, Size, Flag),
+    SET(H5Pset_fapl_family,           Nothing, List, Size, List),
+    SHIELDED(H5Pset_fapl_log, setLog, Nothing, List, Text<"logfile">, LogFlags, Size),
     BY_COUNT(H5Pset_fapl_multi,
-        Form<setMultiDefaults,        Nothing, List, Relax>,
-        Form<setMulti,                Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
+        Form<hdf5::OfOwnList<setMultiDefaults>::change,
+                                      Nothing, List, Relax>,
+        Form<hdf5::OfOwnList<setMulti>::change,
+                                      Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
                                                At<3, Any>, At<4, Any>>),
-    ROW(H5Pset_fapl_sec2,             Nothing, List),
-    CALL(H5Pset_fapl_split, setSplit, Nothing, List, Text<"meta_ext">, List, Text<"raw_ext">, List),
-    ROW(H5Pset_fapl_stdio,            Nothing, List),
-    ROW(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
-    ROW(H5Pset_gc_references,         Nothing, List, Unsigned),
-    ROW(H5Pset_istore_k,              Nothing, CreationList, Unsigned),
-    ROW(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
-    ROW(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
-    ROW(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
-    ROW(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
+    SET(H5Pset_fapl_sec2,             Nothing, List),
+    SHIELDED(H5Pset_fapl_split, setSplit, Nothing, List, Text<"meta_ext">, List,
+                                                                 Text<"raw_ext">, List),
+    SET(H5Pset_fapl_stdio,            Nothing, List),
+    SET(H5Pset_fclose_degree,         Nothing, List, Enum<H5F_close_degree_t>),
+    SET(H5Pset_gc_references,         Nothing, List, Unsigned),
+    SHIELDED(H5Pset_istore_k, hdf5::setChunkRank, Nothing, CreationList, Unsigned),
+    SET(H5Pset_libver_bounds,         Nothing, AccessList, Enum<H5F_libver_t>, Enum<H5F_libver_t>),
+    SET(H5Pset_mdc_config,            Nothing, AccessList, CacheConfig),
+    SET(H5Pset_meta_block_size,       Nothing, AccessList, WrappedSize),
+    SET(H5Pset_multi_type,            Nothing, AccessList, Enum<H5FD_mem_t>),
     // An access list, whatever its description says.
-    ROW(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
-    ROW(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
-    ROW(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
-    ROW(H5Pset_sym_k,                 Nothing, CreationList, Unsigned, Unsigned),
-    ROW(H5Pset_userblock,             Nothing, CreationList, Size),
+    SET(H5Pset_sieve_buf_size,        Nothing, CreationList, Size),
+    SET(H5Pset_sizes,                 Nothing, CreationList, Size, Size),
+    SET(H5Pset_small_data_block_size, Nothing, AccessList, WrappedSize),
+    SHIELDED(H5Pset_sym_k, hdf5::setSymbolRanks, Nothing, CreationList, Unsigned, Unsigned),
+    SET(H5Pset_userblock,             Nothing, CreationList, Size),
 };  // clang-format on
 
 }  // namespace

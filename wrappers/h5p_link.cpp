@@ -2,7 +2,7 @@
 #include <string_view>
 #include <utility>
 
-#include "wrappers/row.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -39,9 +39,9 @@ constexpr Row kLinkPropertyFunctions[] = {
     ROW(H5Pget_char_encoding,            Outputs<H5T_cset_t>, PlainList),
     ROW(H5Pget_copy_object,              Outputs<unsigned>,   List),
     ROW(H5Pget_create_intermediate_group, Outputs<unsigned>,  LinkListId),
-    ROW(H5Pset_char_encoding,            Nothing,             PlainList, Enum<H5T_cset_t>),
-    ROW(H5Pset_copy_object,              Nothing,             List, CopyOptions),
-    ROW(H5Pset_create_intermediate_group, Nothing,            LinkList, Unsigned),
+    SET(H5Pset_char_encoding,            Nothing,             PlainList, Enum<H5T_cset_t>),
+    SET(H5Pset_copy_object,              Nothing,             List, CopyOptions),
+    SET(H5Pset_create_intermediate_group, Nothing,            LinkList, Unsigned),
 };  // clang-format on
 
 }  // namespace

@@ -2,7 +2,8 @@
 // the multi driver's members transfer theirs with.
 #include <array>
 
-#include "wrappers/row.hpp"
+#include "hdf5/property_shields.hpp"
+#include "wrappers/list_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -59,12 +60,12 @@ constexpr Row kTransferPropertyFunctions[] = {
     CALL(H5Pget_edc_check, verifiesChecksums, Number,              List),
     ROW(H5Pget_hyper_vector_size, Outputs<size_t>,                 List),
     ROW(H5Pget_preserve,          Number,                          PlainList),
-    ROW(H5Pset_btree_ratios,      Nothing,                         List, Real, Real, Real),
-    ROW(H5Pset_chunk_cache,       Nothing,                         List, Size, Size, Real),
-    CALL(H5Pset_dxpl_multi, setMemberLists, Nothing,               List, MemberListIds),
-    ROW(H5Pset_edc_check,         Nothing,                         List, Enum<H5Z_EDC_t>),
-    ROW(H5Pset_hyper_vector_size, Nothing,                         List, Size),
-    ROW(H5Pset_preserve,          Nothing,                         PlainList, Truncated),
+    SET(H5Pset_btree_ratios,      Nothing,                         List, Real, Real, Real),
+    SHIELDED(H5Pset_chunk_cache, hdf5::setChunkCache, Nothing,     List, Size, Size, Real),
+    SHIELDED(H5Pset_dxpl_multi, setMemberLists, Nothing,           List, MemberListIds),
+    SET(H5Pset_edc_check,         Nothing,                         List, Enum<H5Z_EDC_t>),
+    SHIELDED(H5Pset_hyper_vector_size, hdf5::setVectorSize, Nothing, List, Size),
+    SET(H5Pset_preserve,          Nothing,                         PlainList, Truncated),
 };  // clang-format on
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <vector>
 
+#include "hdf5/space_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -172,7 +173,7 @@ void selectHyperslab(Inputs ins, Results& /*outs*/) {
     raiseAbout<msg::badHyperslabSpecification>(blocks, "BLOCK");
   }
   checked(
-      H5Sselect_hyperslab(space, op, start.data(), orNull(stride), count.data(), orNull(block)));
+      hdf5::selectHyperslab(space, op, start.data(), orNull(stride), count.data(), orNull(block)));
 }
 
 void offsetSimple(Inputs ins, Results& /*outs*/) {

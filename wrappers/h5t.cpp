@@ -32,6 +32,9 @@ using AccessList = ObjectList<"datatype access property list">;
 
 // --- General ---------------------------------------------------------------------
 
+constexpr auto commit1 = hdf5::commitType<H5Tcommit1>;
+constexpr auto commit2 = hdf5::commitType<H5Tcommit2, hid_t, hid_t, hid_t>;
+
 /// Any named constant, or an identifier.
 struct CopiedType {
   static hid_t from(const zbArray* array) {
@@ -246,8 +249,8 @@ constexpr Row kDatatypeFunctions[] = {
     //  name                  gives                    takes
     CALL(H5Tclose, hdf5::closeObject<H5Tclose>, Nothing, PlainId),
     BY_COUNT(H5Tcommit,
-        Form<H5Tcommit1,      Nothing,                 LocationId, Name, LocationId>,
-        Form<H5Tcommit2,      Nothing,                 LocationId, Name, LocationId, LinkList,
+        Form<commit1,         Nothing,                 LocationId, Name, LocationId>,
+        Form<commit2,         Nothing,                 LocationId, Name, LocationId, LinkList,
                                                        CreationList, AccessListByName>),
     ROW(H5Tcommitted,         Number,                  Type),
     ROW(H5Tcopy,              Identifier,              CopiedType),
@@ -306,7 +309,7 @@ constexpr Row kDatatypeFunctions[] = {
     ROW(H5Tget_member_name,   AllocatedText,           Type, Unsigned),
     CALL(H5Tget_member_offset, memberOffset, Unchecked<Number>, Type, Unsigned),
     ROW(H5Tget_member_type,   Identifier,              Type, Unsigned),
-    ROW(H5Tinsert,            Nothing,                 Type, MemberName, Size, Type),
+    CALL(H5Tinsert, hdf5::insertMember, Nothing,       Type, MemberName, Size, Type),
     ROW(H5Tget_tag,           AllocatedText,           Type),
     ROW(H5Tset_tag,           Nothing,                 Type, Text<"tag">),
 

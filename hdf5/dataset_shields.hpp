@@ -1,0 +1,16 @@
+// Datasets where HDF5 looks beyond their data: functions of its own form that stand for
+// those of the same purpose.
+#pragma once
+
+#include "hdf5/compat.hpp"
+
+namespace hdf5 {
+
+/// H5Dvlen_get_buf_size. HDF5 reads the selected elements one by one, as points of the
+/// dataset's own space. It selects a point of a space without dimensions by following a
+/// null pointer (1.10 and later; 1.8 fails), takes coordinates of another rank as they
+/// come, and adds up what lies beyond the extent. Scalars are answered, the rest is
+/// refused.
+herr_t variableLengthSize(hid_t dataset, hid_t type, hid_t space, hsize_t* size);
+
+}  // namespace hdf5

@@ -1,0 +1,183 @@
+// What dataspaces can do to HDF5: what is answered in its place, what is refused, and
+// what near it works.
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <vector>
+
+#include "tests/unit/bare_hdf5.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/error_records.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/memory_file.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/transfers.hpp"
+
+namespace {
+
+using namespace h5test;
+
+// --- Hyperslabs of an extent without points ------------------------------------------
+
+TEST(HyperslabsOfNothing, KillHdf5) {
+  for (const H5S_seloper_t op : {H5S_SELECT_XOR, H5S_SELECT_NOTB}) {
+    const auto select = [op] {
+      const hsize_t none = 0;
+      const hsize_t unlimited = H5S_UNLIMITED;
+      const hsize_t one = 1;
+      H5Sselect_hyperslab(H5Screate_simple(1, &none, &unlimited), op, &none, nullptr, &one,
+                          nullptr);
+    };
+    EXPECT_TRUE(kills(select)) << op;
+  }
+}
+
+Owned growing(std::initializer_list<double> dims) {
+  return makeSpace(dims, row(Numbers(dims.size(), -1)));
+}
+
+void selectOne(const Owned& space, const char* op) {
+  const auto rank = static_cast<std::size_t>(callNumber("H5Sget_simple_extent_ndims", space));
+  call("H5Sselect_hyperslab", space, op, row(Numbers(rank, 0)), empty(), row(Numbers(rank, 1)),
+       empty());
+}
+
+double pointsOf(const Owned& space) { return callNumber("H5Sget_select_npoints", space); }
+
+TEST(HyperslabsOfNothing, AreCombinedWithAllOfIt) {
+  for (const auto& dims : std::vector<std::initializer_list<double>>{{0}, {0, 3}, {3, 0, 2}}) {
+    const Owned either = growing(dims);
+    selectOne(either, "H5S_SELECT_XOR");
+    EXPECT_EQ(pointsOf(either), 1);
+    EXPECT_EQ(callNumber("H5Sselect_valid", either), 0);  // it is not in the extent
+    const Owned without = growing(dims);
+    selectOne(without, "H5S_SELECT_NOTB");
+    EXPECT_EQ(pointsOf(without), 0);
+    EXPECT_EQ(callNumber("H5Sget_select_type", without), H5S_SEL_NONE);
+  }
+}
+
+TEST(HyperslabsOfNothing, AreCombinedWithOthers) {
+  for (const char* op : {"H5S_SELECT_XOR", "H5S_SELECT_NOTB", "H5S_SELECT_NOTA"}) {
+    const Owned space = growing({0, 3});
+    selectOne(space, "H5S_SELECT_SET");
+    selectOne(space, op);
+    EXPECT_EQ(pointsOf(space), 0) << op;
+  }
+}
+
+TEST(HyperslabsOfNothing, AreStillChecked) {
+  for (const char* op : {"H5S_SELECT_XOR", "H5S_SELECT_NOTB"}) {
+    const Owned space = growing({0});
+    expectLibraryError("H5Sselect_hyperslab", space, op, row({0}), row({0}), row({1}), empty());
+    EXPECT_EQ(callNumber("H5Sget_select_type", space), H5S_SEL_ALL);
+    for (const Owned& other : {scalarSpace(), nullSpace()}) {
+      const Failure error =
+          failureOf("H5Sselect_hyperslab", {other, op, row({0}), empty(), row({1}), empty()});
+      EXPECT_TRUE(error);
+    }
+  }
+}
+
+TEST(HyperslabsOfNothing, AreNoneOfAnExtentWithPoints) {
+  const Owned space = makeSpace({2, 2});
+  selectOne(space, "H5S_SELECT_XOR");
+  EXPECT_EQ(pointsOf(space), 3);
+  call("H5Sselect_all", space);
+  selectOne(space, "H5S_SELECT_NOTB");
+  EXPECT_EQ(pointsOf(space), 3);
+}
+
+// --- Sizes of variable-length data ---------------------------------------------------
+
+/// A scalar text and five texts, the latter in chunks or not.
+class VariableLengthSizes : public testing::TestWithParam<bool> {
+ protected:
+  VariableLengthSizes()
+      : type_(variableText()),
+        scalar_(makeDataset(file_, "scalar", type_)),
+        five_(makeDataset(file_, "five", type_, makeSpace({5}),
+                          GetParam() ? chunked({2}) : makeList("H5P_DATASET_CREATE"))) {
+    writeAll(scalar_, text("hello"));
+    writeAll(five_, cell({text("a"), text("b"), text("c"), text("d"), text("e")}));
+  }
+
+  double size(const Owned& dataset, const Owned& space) {
+    return callNumber("H5Dvlen_get_buf_size", dataset, type_, space);
+  }
+  void expectRefused(const Owned& dataset, const Owned& space) {
+    expectStack(failureOf("H5Dvlen_get_buf_size", {dataset, type_, space}));
+  }
+
+  MemoryFile file_;
+  Owned type_;
+  Owned scalar_;
+  Owned five_;
+};
+
+TEST_P(VariableLengthSizes, AreToldOfScalars) {
+  EXPECT_EQ(size(scalar_, scalarSpace()), 6);
+  EXPECT_EQ(size(scalar_, nullSpace()), 0);
+  const Owned none = scalarSpace();
+  call("H5Sselect_none", none);
+  EXPECT_EQ(size(scalar_, none), 0);
+  const Owned sequences = sequenceOf(H5T_NATIVE_INT);
+  const Owned dataset = makeDataset(file_, "numbers", sequences);
+  EXPECT_EQ(callNumber("H5Dvlen_get_buf_size", dataset, sequences, scalarSpace()), 0);
+  writeAll(dataset, cell({numeric(zbClass::Int32, {1, 2, 3})}));
+  EXPECT_EQ(callNumber("H5Dvlen_get_buf_size", dataset, sequences, scalarSpace()), 12);
+  const Owned number = make("H5Tcopy", "H5T_NATIVE_INT");
+  expectStack(failureOf("H5Dvlen_get_buf_size", {dataset, number, scalarSpace()}));
+}
+
+TEST_P(VariableLengthSizes, AreToldOfSelections) {
+  EXPECT_EQ(size(five_, makeSpace({5})), 10);
+  EXPECT_EQ(size(five_, makeSpace({3})), 6);
+  EXPECT_EQ(size(five_, nullSpace()), 0);
+  const Owned space = makeSpace({5});
+  call("H5Sselect_elements", space, "H5S_SELECT_SET", row({1, 4}));
+  EXPECT_EQ(size(five_, space), 4);
+  call("H5Sselect_none", space);
+  EXPECT_EQ(size(five_, space), 0);
+}
+
+TEST_P(VariableLengthSizes, AreRefusedOfWhatIsNoPart) {
+  expectRefused(scalar_, makeSpace({1}));
+  expectRefused(five_, scalarSpace());
+  expectRefused(five_, makeSpace({2, 2}));
+  expectRefused(five_, makeSpace({6}));
+  const Owned points = makeSpace({50});
+  call("H5Sselect_elements", points, "H5S_SELECT_SET", row({1, 5}));
+  expectRefused(five_, points);
+  call("H5Sselect_elements", points, "H5S_SELECT_SET", row({1, 40}));
+  expectRefused(five_, points);
+  call("H5Sset_extent_simple", points, 1, row({5}), empty());
+  expectRefused(five_, points);
+  const Owned moved = makeSpace({50});
+  call("H5Sselect_elements", moved, "H5S_SELECT_SET", row({20}));
+  const hssize_t back = -17;
+  H5Soffset_simple(moved.get(), &back);
+  expectRefused(five_, moved);
+  const Owned none = makeDataset(file_, "none", type_, nullSpace());
+  expectRefused(none, makeSpace({2}));
+  EXPECT_EQ(size(none, nullSpace()), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Layouts, VariableLengthSizes, testing::Bool(), [](const auto& layout) {
+  return std::string(layout.param ? "Chunked" : "Contiguous");
+});
+
+TEST(VariableLengthSizesOfBareHdf5, OfAScalarKill) {
+  const auto ask = [] {
+    const hid_t type = H5Tcopy(H5T_C_S1);
+    H5Tset_size(type, H5T_VARIABLE);
+    const hid_t space = H5Screate(H5S_SCALAR);
+    const hid_t dataset =
+        H5Dcreate2(MemoryFile().get(), "d", type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+    hsize_t size = 0;
+    H5Dvlen_get_buf_size(dataset, type, space, &size);
+  };
+  EXPECT_EQ(kills(ask), hdf5::kSince110);  // 1.8 fails
+}
+
+}  // namespace

@@ -1,0 +1,193 @@
+// What datatypes can do to HDF5: what is refused, and what near it works.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "hdf5/handle.hpp"
+#include "tests/unit/bare_hdf5.hpp"
+#include "tests/unit/datatypes.hpp"
+#include "tests/unit/error_records.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/stored.hpp"
+
+namespace {
+
+using namespace h5test;
+
+// --- Enumerations without members ----------------------------------------------------
+
+hid_t emptyEnumeration() { return H5Tenum_create(H5T_NATIVE_INT); }
+
+TEST(EmptyEnumerations, KillHdf5InACompound) {
+  const auto insert = [] {
+    const hid_t compound = H5Tcreate(H5T_COMPOUND, 8);
+    H5Tinsert(compound, "a", 0, emptyEnumeration());
+    H5Tclose(H5Tcopy(compound));
+  };
+  // 1.8 and 1.12 copy what has no members.
+  EXPECT_EQ(kills(insert), hdf5::kSince110 && !hdf5::kSince112);
+}
+
+TEST(EmptyEnumerations, AreMembersWhereHdf5CanCopyThem) {
+  const Owned compound = make("H5Tcreate", "H5T_COMPOUND", 8);
+  const Owned enumerated = make("H5Tenum_create", "H5T_NATIVE_INT");
+  const bool copied = hdf5::Type(H5Tcopy(enumerated.get())).valid();
+  if (copied) {
+    call("H5Tinsert", compound, "a", 0, enumerated);
+  } else {
+    expectStack(failureOf("H5Tinsert", {compound, "a", 0, enumerated}));
+  }
+  EXPECT_EQ(callNumber("H5Tget_nmembers", compound), copied ? 1 : 0);
+  const Owned copy = make("H5Tcopy", compound);
+  call("H5Tenum_insert", enumerated, "red", 1);
+  call("H5Tinsert", compound, "b", 4, enumerated);
+  EXPECT_EQ(callNumber("H5Tget_nmembers", compound), copied ? 2 : 1);
+}
+
+TEST(EmptyEnumerations, AreNoBasesWhereHdf5CannotCopyThem) {
+  const Owned enumerated = make("H5Tenum_create", "H5T_NATIVE_INT");
+  if (hdf5::Type(H5Tcopy(enumerated.get())).valid()) {
+    const Owned array = make("H5Tarray_create", enumerated, row({2}));
+    EXPECT_EQ(callNumber("H5Tget_size", array), 8);
+  } else {
+    expectLibraryError("H5Tarray_create", enumerated, row({2}));
+  }
+  expectRaises("badVlenSuperTypeCreate", {}, "H5Tvlen_create", enumerated);
+}
+
+// --- Byte orders that a file cannot say ----------------------------------------------
+
+Owned inVaxOrder(const char* name) {
+  Owned type = make("H5Tcopy", name);
+  call("H5Tset_order", type, "H5T_ORDER_VAX");
+  return type;
+}
+
+TEST(VaxOrder, KillsHdf5InAFileOfIntegers) {
+  const auto commit = [] {
+    const hid_t type = H5Tcopy(H5T_NATIVE_INT);
+    H5Tset_order(type, H5T_ORDER_VAX);
+    const hid_t file = H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+    H5Tcommit1(file, "type", type);
+    H5Fclose(file);
+  };
+  EXPECT_TRUE(kills(commit));
+}
+
+/// With the type in it.
+std::vector<Owned> typesOf(const Owned& base) {
+  std::vector<Owned> types;
+  types.push_back(copyOf(base));
+  types.push_back(arrayOf(base, {2, 3}));
+  types.push_back(sequenceOf(base));
+  types.push_back(compoundOf({{"a", H5T_NATIVE_INT}, {"b", arrayOf(sequenceOf(base), {2})}}));
+  return types;
+}
+
+TEST(VaxOrder, IsNotStoredOfWhatIsNoFloat) {
+  const std::string path = temporaryPath();
+  {
+    const Owned file = createFile(path);
+    std::vector<Owned> bases;
+    for (const char* base : {"H5T_NATIVE_INT", "H5T_NATIVE_B32", "H5T_UNIX_D32LE"}) {
+      bases.push_back(inVaxOrder(base));
+    }
+    bases.push_back(enumeration({"red"}, inVaxOrder("H5T_NATIVE_SHORT")));
+    for (const Owned& base : bases) {
+      for (const Owned& type : typesOf(base)) {
+        expectStack(failureOf("H5Tcommit", {file, "t", type}));
+        expectStack(failureOf("H5Tcommit", {file, "t", type, kDefault, kDefault, kDefault}));
+        const Owned space = scalarSpace();
+        expectStack(failureOf("H5Dcreate", {file, "d", type, space, kDefault}));
+        expectStack(failureOf("H5Dcreate", {file, "d", type, space, kDefault, kDefault, kDefault}));
+        expectStack(failureOf("H5Acreate", {file, "a", type, space, kDefault}));
+        expectStack(failureOf("H5Acreate", {file, "a", type, space, kDefault, kDefault}));
+      }
+    }
+    makeGroup(file, "g");
+  }
+  const Owned file = openFile(path);
+  EXPECT_EQ(callNumber("H5Gget_num_objs", file), 1);
+}
+
+TEST(VaxOrder, IsStoredOfFloats) {
+  const std::string path = temporaryPath();
+  const Owned type = inVaxOrder("H5T_NATIVE_DOUBLE");
+  {
+    const Owned file = createFile(path);
+    call("H5Tcommit", file, "t", type);
+    writeDoubles(file, "d", {1, -2.5, 1e10}, kDefault, type);
+  }
+  const Owned file = openFile(path);
+  EXPECT_EQ(readDoubles(file, "d"), (Numbers{1, -2.5, 1e10}));
+  const Owned stored = make("H5Topen", file, "t");
+  EXPECT_EQ(callNumber("H5Tget_order", stored), H5T_ORDER_VAX);
+}
+
+// --- Datatypes that are too large for a file -----------------------------------------
+
+Owned compoundOfDoubles(std::size_t members) {
+  Owned type(H5Tcreate(H5T_COMPOUND, members * sizeof(double)));
+  for (std::size_t i = 0; i < members; ++i) {
+    const std::string name = "member number " + std::to_string(i);
+    H5Tinsert(type.get(), name.c_str(), i * sizeof(double), H5T_NATIVE_DOUBLE);
+  }
+  return type;
+}
+
+/// Encoded it has 76 kB, and 36 kB in the newest format.
+constexpr std::size_t kTooMany = 1000;
+
+TEST(LargeTypes, KeepAFileOfHdf5Open) {
+  const auto commit = [] {
+    const std::string path = temporaryPath();
+    const hid_t file = H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+    H5Tcommit1(file, "t", compoundOfDoubles(kTooMany).get());
+    H5Fclose(file);
+    if (H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT) < 0) std::abort();
+  };
+  EXPECT_EQ(kills(commit), !hdf5::kSince112);
+}
+
+TEST(LargeTypes, AreRefusedAndTheFileCloses) {
+  const std::string path = temporaryPath();
+  {
+    const Owned file = createFile(path);
+    const Owned space = scalarSpace();
+    for (const std::size_t members : {kTooMany, std::size_t{5000}}) {
+      const Owned type = compoundOfDoubles(members);
+      expectStack(failureOf("H5Tcommit", {file, "t", type}));
+      expectStack(failureOf("H5Tcommit", {file, "t", type, kDefault, kDefault, kDefault}));
+      expectStack(failureOf("H5Dcreate", {file, "d", type, space, kDefault}));
+      expectStack(failureOf("H5Acreate", {file, "a", type, space, kDefault}));
+    }
+    call("H5Tcommit", file, "u", compoundOfDoubles(500));
+  }
+  {
+    const Owned file = openFile(path);
+    const Owned type = make("H5Topen", file, "u");
+    EXPECT_EQ(callNumber("H5Tget_nmembers", type), 500);
+  }
+  createFile(path);
+}
+
+TEST(LargeTypes, AreCommittedWhereTheFormatHasRoom) {
+  const std::string path = temporaryPath();
+  const Owned newest = makeList("H5P_FILE_ACCESS");
+  call("H5Pset_libver_bounds", newest, "H5F_LIBVER_LATEST", "H5F_LIBVER_LATEST");
+  {
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", newest);
+    call("H5Tcommit", file, "t", compoundOfDoubles(kTooMany));
+    expectStack(failureOf("H5Tcommit", {file, "u", compoundOfDoubles(5000)}));
+  }
+  const Owned file = openFile(path);
+  const Owned type = make("H5Topen", file, "t");
+  EXPECT_EQ(callNumber("H5Tget_nmembers", type), kTooMany);
+}
+
+}  // namespace
