@@ -34,8 +34,13 @@ herr_t packType(hid_t type) {
   return H5Tpack(type);
 }
 
+bool isUncopyable(hid_t type) {
+  constexpr bool kCannot = kSince110 && !kSince112;
+  return kCannot && H5Tget_class(type) == H5T_ENUM && H5Tget_nmembers(type) == 0;
+}
+
 herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t member) {
-  if (H5Tget_class(member) == H5T_ENUM && !Type(H5Tcopy(member)).valid()) {
+  if (isUncopyable(member)) {
     return refuse("H5Tinsert", "an enumeration without members cannot be a member");
   }
   return H5Tinsert(compound, name, offset, member);

@@ -11,9 +11,27 @@ herr_t setTypeSize(hid_t type, size_t size);
 
 /// H5Tpack. It looks at the last member of a compound, and of each within, that has none.
 herr_t packType(hid_t type);
-/// H5Tinsert. 1.10 cannot copy an enumeration without members and does not look whether it
-/// could: the compound has a member that is a null pointer.
+
+/// Whether the release cannot copy the datatype: 1.10 fails at an enumeration without
+/// members, and what it leaves behind can keep the library from closing.
+bool isUncopyable(hid_t type);
+
+/// H5Tinsert. 1.10 does not look whether it could copy the member: the compound has one
+/// that is a null pointer.
 herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t member);
+
+/// H5Tcopy and H5Tarray_create, whichever `Create` is.
+template <auto Create>
+struct OfCopiedType;
+template <class... Rest, hid_t (*Create)(hid_t, Rest...)>
+struct OfCopiedType<Create> {
+  static hid_t create(hid_t type, Rest... rest) {
+    if (isUncopyable(type)) {
+      return refuse("H5Tcopy", "an enumeration without members cannot be copied");
+    }
+    return Create(type, rest...);
+  }
+};
 
 /// Whether the file format has no word for some part of the datatype: numbers that are no
 /// floats in the byte order of a VAX.
@@ -29,6 +47,9 @@ struct OfStorableType<Create> {
   static Answer create(hid_t location, const char* name, hid_t type, Rest... rest) {
     if (isUnstorable(type)) {
       return refuse("H5Tencode", "a file has no VAX byte order for other numbers than floats");
+    }
+    if (isUncopyable(type)) {
+      return refuse("H5Tcopy", "an enumeration without members cannot be copied");
     }
     return Create(location, name, type, rest...);
   }

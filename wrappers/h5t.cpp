@@ -32,6 +32,9 @@ using AccessList = ObjectList<"datatype access property list">;
 
 // --- General ---------------------------------------------------------------------
 
+constexpr auto copy = hdf5::OfCopiedType<H5Tcopy>::create;
+constexpr auto createArray1 = hdf5::OfCopiedType<H5Tarray_create1>::create;
+constexpr auto createArray2 = hdf5::OfCopiedType<H5Tarray_create2>::create;
 constexpr auto commit1 = hdf5::commitType<H5Tcommit1>;
 constexpr auto commit2 = hdf5::commitType<H5Tcommit2, hid_t, hid_t, hid_t>;
 
@@ -253,7 +256,7 @@ constexpr Row kDatatypeFunctions[] = {
         Form<commit2,         Nothing,                 LocationId, Name, LocationId, LinkList,
                                                        CreationList, AccessListByName>),
     ROW(H5Tcommitted,         Number,                  Type),
-    ROW(H5Tcopy,              Identifier,              CopiedType),
+    CALL(H5Tcopy, copy,       Identifier,              CopiedType),
     ROW(H5Tcreate,            Identifier,              Enum<H5T_class_t>, Size),
     ROW(H5Tdetect_class,      Number,                  Type, Enum<H5T_class_t>),
     ROW(H5Tequal,             Number,                  Type, Type),
@@ -297,9 +300,9 @@ constexpr Row kDatatypeFunctions[] = {
 
     // Composite datatypes
     BY_COUNT(H5Tarray_create,
-        Form<H5Tarray_create2, Identifier,             BaseType, Counted<ArrayDims, unsigned>>,
-        Form<H5Tarray_create1, Identifier,             BaseType, Rank, ArrayDims, Permutation<0>>,
-        Form<H5Tarray_create1, Identifier,             BaseType, Rank, ArrayDims, Permutation<1>>),
+        Form<createArray2,     Identifier,             BaseType, Counted<ArrayDims, unsigned>>,
+        Form<createArray1,     Identifier,             BaseType, Rank, ArrayDims, Permutation<0>>,
+        Form<createArray1,     Identifier,             BaseType, Rank, ArrayDims, Permutation<1>>),
     OWN(H5Tget_array_dims,    getArrayDims),
     ROW(H5Tget_array_ndims,   Number,                  Type),
     CALL(H5Tvlen_create, createSequence, Identifier,   Type),

@@ -121,7 +121,7 @@ class Writer:
 
 def main(room_name, folder, kind, how):
     path = Path(folder) / "file.h5"
-    room = {"limit": Limit, "disk": Disk}[room_name](path)
+    room: Limit | Disk = Limit(path) if room_name == "limit" else Disk(path)
     writer = Writer(path, kind)
     try:
         if how == "H5Dwrite":

@@ -189,7 +189,7 @@ def test_a_wrong_nout_is_told_with_the_function(nout, kind):
     with pytest.raises(kind, match=f"^H5Sclose: nout must be an int from 0 to 8, not {nout!r}$"):
         h5.H5Sclose(1, nout=nout)
     with pytest.raises(TypeError, match="^H5Sclose takes no keyword argument 'out', only 'nout'"):
-        h5.H5Sclose(1, out=1)  # type: ignore[call-arg]
+        h5.H5Sclose(1, out=1)  # type: ignore[call-overload]
 
 
 class Awkward:
