@@ -121,9 +121,11 @@ TEST(FilesOfFiles, ThatAreTheirOwnMembersKillHdf5) {
   const auto create = [] {
     const hid_t list = H5Pcreate(H5P_FILE_ACCESS);
     H5Pset_fapl_split(list, "-m", list, "-r", list);
-    H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, list);
+    // What is left open would kill 1.8 as well, which keeps a copy.
+    H5Fclose(H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, list));
+    H5Pclose(list);
   };
-  EXPECT_EQ(kills(create), hdf5::kSince110);  // 1.8 keeps a copy
+  EXPECT_EQ(kills(create), hdf5::kSince110);
 }
 
 TEST(FilesOfFiles, HaveMembersAsTheirListsWere) {
