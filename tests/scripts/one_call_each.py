@@ -163,9 +163,6 @@ OF_SCENE = {
     ("H5Rget_region", "reference"): "region",
     ("H5Rget_region", "dataset"): "file",
     ("H5Dget_offset", "dataset"): "target",
-    ("H5Pget_class_name", "plist_class"): "list_class",
-    ("H5Pget_class_parent", "plist_class"): "list_class",
-    ("H5Pclose_class", "plist_class"): "list_class",
     ("H5Oget_comment", "object"): "group",
     ("H5Tcommit", "datatype"): "integer",
     ("H5Dvlen_get_buf_size", "datatype"): "integer",
@@ -331,6 +328,8 @@ def arguments_of(scene: Scene, form: Any) -> list[Any]:
         return [first, config]
     names = [value.name for value in form.required + form.optional]
     arguments = [scene.argument(name, function) for name in names]
+    if function == "H5Pclose_class":
+        arguments = [scene.list_class]  # those of the library stay open
     if function == "H5Funmount":
         h5.H5Fmount(scene.file, "g", scene.child, DEFAULT)
     if function == "H5Pset":
