@@ -26,8 +26,10 @@ cmake_path(RELATIVE_PATH to_libraries BASE_DIRECTORY "/${package_install_dir}")
 set_target_properties(_zembra PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
+  INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
   LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
   INSTALL_RPATH "$ORIGIN/${to_libraries}")
+target_compile_options(_zembra PRIVATE -ftls-model=initial-exec)  # as in libzembra
 target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
 add_dependencies(_zembra h5gate)  # loaded at run time
 install(TARGETS _zembra LIBRARY DESTINATION "${package_install_dir}" COMPONENT python)

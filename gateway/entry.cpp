@@ -18,7 +18,7 @@ extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, con
   // stack, because anybody in the process may have switched that on since. Neither call
   // changes the error stack that the last call left.
   [[maybe_unused]] static const herr_t keptFromExit = H5dont_atexit();
-  H5Eset_auto1(nullptr, nullptr);
+  H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
 
   // A name is looked up where it stands; other texts are converted by the host.
   const std::string_view name(static_cast<const char*>(zbGetData(ins[0])),

@@ -103,9 +103,10 @@ py::object toPython(std::span<zbArray* const> results, const Form* form) {
 
 /// Data go by the memory datatype before them.
 void fitData(Arguments& arguments, const Form& form) {
+  if (!form.arguments.ends_with(static_cast<char>(Kind::Data))) return;
+  const std::size_t data = form.arguments.size() - 1;
   const std::size_t type = form.arguments.find(static_cast<char>(Kind::MemoryType));
-  const std::size_t data = form.arguments.find(static_cast<char>(Kind::Data));
-  if (type == std::string_view::npos || data == std::string_view::npos) return;
+  if (type == std::string_view::npos) return;
   if (Value fitting = inClassOf(arguments.at(type), arguments.at(data))) {
     arguments.replace(data, std::move(fitting));
   }

@@ -17,12 +17,37 @@
 namespace zembra::python {
 namespace {
 
-/// h5py's lock: its methods, bound, and whether the owner of this lock has that one, too.
+/// A bound method without arguments that is kept for good. One that is written in C is called
+/// as what it is: every call takes the lock, and half of that would be the way there.
+class Method {
+ public:
+  Method() = default;
+  Method(const py::object& object, const char* name)
+      : bound_(steal(PyObject_GetAttrString(object.ptr(), name)).release().ptr()) {
+    if (PyCFunction_CheckExact(bound_) && PyCFunction_GET_FLAGS(bound_) == METH_NOARGS) {
+      function_ = PyCFunction_GET_FUNCTION(bound_);
+    }
+  }
+  [[nodiscard]] PyObject* bound() const { return bound_; }
+  /// A new reference, or null and a Python exception.
+  [[nodiscard]] PyObject* call() const {
+    return function_ != nullptr ? function_(PyCFunction_GET_SELF(bound_), nullptr)
+                                : PyObject_CallNoArgs(bound_);
+  }
+
+ private:
+  PyObject* bound_ = nullptr;
+  PyCFunction function_ = nullptr;
+};
+
+/// h5py's lock, and whether the owner of this lock has that one, too.
 struct PeerLock {
-  PyObject* enter = nullptr;  // waits, and is the cheapest way to do so
-  PyObject* acquire = nullptr;
-  PyObject* release = nullptr;
+  Method enter;    // waits
+  Method acquire;  // waits, or does not
+  Method release;
   bool taken = false;
+
+  [[nodiscard]] bool known() const { return enter.bound() != nullptr; }
 };
 
 /// Read and written with the interpreter's lock in hand, but for what is marked: an
@@ -43,10 +68,9 @@ struct State {
 };
 
 /// Never destroyed: threads may wait for it until the very end of the process.
-State& state() {
-  static State& instance = *std::make_unique<State>().release();
-  return instance;
-}
+State* const instance = std::make_unique<State>().release();
+
+State& state() { return *instance; }
 
 /// Calls within calls, of this thread.
 thread_local unsigned callsWithin = 0;
@@ -55,12 +79,12 @@ bool isOwn(const State& lock) {
   return lock.depth > 0 && lock.owner == PyThread_get_thread_ident();
 }
 
-void takePeer(PyObject* enter) { steal(PyObject_CallNoArgs(enter)); }
+void takePeer(const PeerLock& peer) { steal(peer.enter.call()); }
 
 /// Called where nothing can be raised any more; Python shows what goes wrong.
-void giveBackPeer(PyObject* release) {
-  PyObject* const answer = PyObject_CallNoArgs(release);
-  if (answer == nullptr) PyErr_WriteUnraisable(release);
+void giveBackPeer(const PeerLock& peer) {
+  PyObject* const answer = peer.release.call();
+  if (answer == nullptr) PyErr_WriteUnraisable(peer.release.bound());
   Py_XDECREF(answer);
 }
 
@@ -85,7 +109,7 @@ void wakeOne(State& lock) {
 void own(State& lock) {
   lock.depth = 1;
   lock.owner = PyThread_get_thread_ident();
-  lock.peer.taken = lock.peer.enter != nullptr;
+  lock.peer.taken = lock.peer.known();
 }
 
 // --- The end of the process --------------------------------------------------------------
@@ -101,18 +125,18 @@ constexpr std::chrono::milliseconds kPause{1};
   for (;;) pause();
 }
 
-bool tryPeer(PyObject* acquire) {
-  return acquire == nullptr ||
-         PyObject_IsTrue(steal(PyObject_CallOneArg(acquire, Py_False)).ptr()) == 1;
+bool tryPeer(const PeerLock& peer) {
+  return !peer.known() ||
+         PyObject_IsTrue(steal(PyObject_CallOneArg(peer.acquire.bound(), Py_False)).ptr()) == 1;
 }
 
 bool tryAcquire(State& lock) {
-  if (!tryPeer(lock.peer.acquire)) return false;
+  if (!tryPeer(lock.peer)) return false;
   if (lock.depth == 0) {
     own(lock);
     return true;
   }
-  if (lock.peer.acquire != nullptr) giveBackPeer(lock.peer.release);
+  if (lock.peer.known()) giveBackPeer(lock.peer);
   return false;
 }
 
@@ -146,19 +170,12 @@ void keepUntilTheEnd() {
 
 // --- h5py --------------------------------------------------------------------------------
 
-/// A bound method that is kept for good.
-PyObject* method(const py::object& peer, const char* name) {
-  return steal(PyObject_GetAttrString(peer.ptr(), name)).release().ptr();
-}
-
 /// Where h5py is loaded inside of a call, that call's thread has h5py's lock from now on.
 void adoptPeer(const py::object& peer) {
   State& lock = state();
-  lock.peer.enter = method(peer, "__enter__");
-  lock.peer.acquire = method(peer, "acquire");
-  lock.peer.release = method(peer, "release");
+  lock.peer = {{peer, "__enter__"}, {peer, "acquire"}, {peer, "release"}};
   if (isOwn(lock)) {
-    takePeer(lock.peer.enter);
+    takePeer(lock.peer);
     lock.peer.taken = true;
   }
 }
@@ -178,11 +195,11 @@ void LibraryLock::acquire() {
   }
   // Always h5py's first: two locks taken in two orders are a deadlock. h5py may come while
   // this thread is waiting for the other.
-  PyObject* peer = nullptr;
-  while (lock.depth > 0 || peer != lock.peer.enter) {
-    if (peer != lock.peer.enter) {
-      peer = lock.peer.enter;
-      takePeer(peer);
+  bool hasPeer = false;
+  while (lock.depth > 0 || hasPeer != lock.peer.known()) {
+    if (hasPeer != lock.peer.known()) {
+      takePeer(lock.peer);
+      hasPeer = true;
     } else {
       wait(lock);
     }
@@ -195,7 +212,7 @@ void LibraryLock::release() noexcept {
   if (--lock.depth > 0) return;
   const bool taken = std::exchange(lock.peer.taken, false);
   if (lock.waiting > 0) wakeOne(lock);
-  if (taken) giveBackPeer(lock.peer.release);
+  if (taken) giveBackPeer(lock.peer);
 }
 
 CallFromPython::CallFromPython() {
