@@ -57,6 +57,9 @@ converts. Numbers go into a memory datatype with a name if every one of them sur
 it converts arguments no further than to the host's class for them (int64 arrays stay
 such), and gives results as the host has them, numbers as float.
 
+`inspect` reads a file from a stranger in a process of its own, and tells whether it is
+whole, damaged, or deadly for those who read it.
+
 What a script forgets to close is closed, and on disk, when the process ends in the
 ordinary way.
 """
@@ -72,6 +75,7 @@ from ._errors import (
     LibraryPermissionError,
 )
 from ._id import Id
+from ._inspect import Finding, Inspection, inspect
 from ._records import records
 from ._version import __version__
 from ._zembra import call
@@ -82,8 +86,10 @@ _process.join()
 __all__ = [
     "Error",
     "ErrorRecord",
+    "Finding",
     "GatewayWarning",
     "Id",
+    "Inspection",
     "LibraryError",
     "LibraryFileExistsError",
     "LibraryFileNotFoundError",
@@ -91,6 +97,7 @@ __all__ = [
     "__version__",
     "call",
     "h5",
+    "inspect",
     "records",
 ]
 

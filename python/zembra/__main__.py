@@ -1,4 +1,8 @@
-"""`python3 -m zembra [script.py ...]`: a script or a prompt with everything imported."""
+"""The command line.
+
+    python3 -m zembra [script.py ...]     a script or a prompt with everything imported
+    python3 -m zembra check FILE ...      whether files are whole, by zembra.inspect
+"""
 
 import code
 import os
@@ -41,7 +45,11 @@ def _prompt() -> None:
     code.interact(banner=banner, local=names, exitmsg="")
 
 
-if len(sys.argv) > 1:
+if sys.argv[1:2] == ["check"]:
+    from zembra import _check
+
+    sys.exit(_check.main(sys.argv[2:]))
+elif len(sys.argv) > 1:
     _run(sys.argv[1:])
 else:
     _prompt()
