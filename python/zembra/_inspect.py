@@ -32,7 +32,7 @@ LONGEST_LINE = 32768  # of the walk's report: a path, a text, and all of them es
 LARGEST_COUNT = 1 << 63
 PATIENCE = 5.0  # seconds that a killed process may take to be gone
 SHORTEST_WALK = 0.5  # seconds: with less there is no point in another one
-LONGEST_INSPECTION = 366 * 86400.0  # seconds
+LONGEST_INSPECTION = 30 * 86400.0  # seconds; the system waits no longer for a pipe
 
 WALK = (sys.executable, "-P", "-m", "zembra._walk")
 
@@ -124,7 +124,8 @@ def inspect(
     opens the file: whatever is in it, it neither dies nor hangs nor grows.
 
     path: a file. Other files, named by external links or as places of data, are not opened.
-    seconds: how long it may take, on the clock and of the processor.
+    seconds: how long it may take, on the clock and of the processor. What takes more than half
+    of what is left is left out, for the sake of the rest of the file.
     memory: bytes that reading may take.
     """
     return Inspector(path, seconds, memory).inspect()
@@ -281,9 +282,10 @@ class _Walk:
                 _bury(process)
 
     def _patience(self) -> float:
-        """A single call may take half of the time there is: the rest is for the rest of the
-        file."""
-        return max(self._deadline - time.monotonic(), 0) / 2
+        """What the walk touches may keep it busy for half of the time there is: the rest is for
+        the rest of the file."""
+        left = max(self._deadline - time.monotonic(), 0)
+        return left if self.step is None else left / 2
 
     def _lines(self, process: subprocess.Popen[bytes]) -> Iterator[bytes]:
         assert process.stdout is not None

@@ -29,6 +29,8 @@ from contextlib import contextmanager
 from pathlib import Path
 from typing import Any, NamedTuple
 
+import numpy as np
+
 import zembra
 from zembra import h5
 from zembra._inspect import (
@@ -47,6 +49,8 @@ BY_NAME = "H5_INDEX_NAME", "H5_ITER_NATIVE"
 PIECE = 4 << 20  # bytes that are read at once
 VARIABLE_PIECE = 1024  # elements, where they have more bytes than they show
 BAD_PIECES = 8  # of one dataset; then the rest of it is left alone
+
+NO_MEMORY = "No space available for allocation"  # HDF5's minor error
 
 HARD, SOFT, EXTERNAL = 0, 1, 64
 VIRTUAL = 3  # a layout that HDF5 1.8 does not know
@@ -137,7 +141,7 @@ class Report:
 
 
 def _kind(error: zembra.Error) -> str:
-    if error.key == "outOfMemory" or any(r.major == "Resource unavailable" for r in error.stack):
+    if error.key == "outOfMemory" or any(r.minor == NO_MEMORY for r in error.stack):
         return MEMORY
     if any("is not registered" in record.description for record in error.stack):
         return NOTE  # a filter that is not installed here
@@ -257,7 +261,9 @@ class Walk:
                 report.count(attributes=1)
                 with report.failures():
                     with zembra.Id(h5.H5Aopen(identifier, name, DEFAULT)) as attribute:
-                        h5.H5Aread(attribute, "H5ZB_DEFAULT")
+                        values = h5.H5Aread(attribute, "H5ZB_DEFAULT")
+                        with zembra.Id(h5.H5Aget_type(attribute)) as datatype:
+                            self._references(attribute, _reference_kind(datatype), values)
                         report.count(read=h5.H5Aget_info(attribute)["data_size"])
 
     def _datatype(self, identifier: zembra.Id, path: str) -> None:
@@ -284,6 +290,7 @@ class Walk:
         report = self._report
         with zembra.Id(h5.H5Dget_type(dataset)) as datatype:
             variable = _is_variable(datatype)
+            references = _reference_kind(datatype)
         with zembra.Id(h5.H5ZBget_mem_datatype(dataset)) as datatype:
             size = h5.H5Tget_size(datatype)
         with zembra.Id(h5.H5Dget_space(dataset)) as space:
@@ -291,12 +298,14 @@ class Walk:
                 return
             sizes = [int(number) for number in h5.H5Sget_simple_extent_dims(space)[1]]
             if not sizes:
-                h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", DEFAULT)
+                values = h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", DEFAULT)
+                self._references(dataset, references, values)
                 report.count(read=size)
                 return
             most = VARIABLE_PIECE if variable else max(1, min(PIECE, self._memory // 32) // size)
-            if math.prod(chunk) * size > self._memory // 8:
-                chunk = []  # too large to be taken at once
+            fits = math.prod(chunk) * size <= self._memory // 8
+            if not (fits and len(chunk) == len(sizes)):
+                chunk = []
             found = pieces(sizes, chunk or [1] * len(sizes), most)
             if h5.H5Dget_storage_size(dataset) == 0:
                 found = itertools.islice(found, 1)  # nothing but fill values
@@ -304,11 +313,41 @@ class Walk:
             for start, count in found:
                 report.at(path, f"data from {start}")
                 with report.failures(bad):
-                    _read(dataset, space, start, count)
+                    values = _read(dataset, space, start, count)
+                    self._references(dataset, references, values)
                     report.count(read=math.prod(count) * size)
                 if MEMORY in bad or len(bad) == BAD_PIECES:
                     report.found(NOTE, "the rest of the data was left out")
                     return
+
+    def _references(self, source: zembra.Id, kind: str, values: Any) -> None:
+        """Whether there is something where they lead."""
+        if not kind:
+            return
+        references = {row.tobytes() for row in values.reshape(-1, values.shape[-1]) if row.any()}
+        lost = sum(not _leads_somewhere(source, kind, reference) for reference in references)
+        if lost:
+            self._report.found(NOTE, f"{lost} of {len(references)} references lead nowhere")
+
+
+def _reference_kind(datatype: zembra.Id) -> str:
+    """Empty where it is none."""
+    for kind, name in (("H5R_OBJECT", "OBJ"), ("H5R_DATASET_REGION", "DSETREG")):
+        if h5.H5Tequal(datatype, f"H5T_STD_REF_{name}"):
+            return kind
+    return ""
+
+
+def _leads_somewhere(source: zembra.Id, kind: str, reference: bytes) -> bool:
+    value = np.frombuffer(reference, np.uint8)
+    try:
+        if h5.H5Rget_obj_type(source, kind, value) < 0:
+            return False
+        if kind == "H5R_DATASET_REGION":
+            zembra.Id(h5.H5Rget_region(source, kind, value)).close()
+        return True
+    except zembra.LibraryError:
+        return False
 
 
 def _open(name: bytes) -> zembra.Id | None:
@@ -394,10 +433,10 @@ def _starts(sizes: Sequence[int], block: Sequence[int]) -> Iterator[list[int]]:
             yield [first, *others]
 
 
-def _read(dataset: zembra.Id, space: zembra.Id, start: list[int], count: list[int]) -> None:
+def _read(dataset: zembra.Id, space: zembra.Id, start: list[int], count: list[int]) -> Any:
     h5.H5Sselect_hyperslab(space, "H5S_SELECT_SET", start, [], count, [])
     with zembra.Id(h5.H5Screate_simple(len(count), count, [])) as memory:
-        h5.H5Dread(dataset, "H5ZB_DEFAULT", memory, space, DEFAULT)
+        return h5.H5Dread(dataset, "H5ZB_DEFAULT", memory, space, DEFAULT)
 
 
 def main(arguments: list[str]) -> None:
