@@ -1,6 +1,7 @@
 """`python3 -m zembra check FILE ...`: whether files are whole."""
 
 import argparse
+import io
 import shutil
 import sys
 import time
@@ -40,6 +41,8 @@ def main(arguments: list[str]) -> int:
     """The exit status: 0 if all are whole, 1 if any is damaged, 2 if any is fatal or cannot be
     looked at."""
     options = _parser().parse_args(arguments)
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        sys.stdout.reconfigure(errors="backslashreplace")  # names are in any language
     progress = _Progress(sys.stderr)
     worst = EXIT_WHOLE
     for file in options.files:

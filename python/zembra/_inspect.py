@@ -32,7 +32,7 @@ LONGEST_LINE = 32768  # of the walk's report: a path, a text, and all of them es
 LARGEST_COUNT = 1 << 63
 PATIENCE = 5.0  # seconds that a killed process may take to be gone
 SHORTEST_WALK = 0.5  # seconds: with less there is no point in another one
-LONGEST_INSPECTION = 30 * 86400.0  # seconds; the system waits no longer for a pipe
+LONGEST_INSPECTION = 20 * 86400.0  # seconds; the system waits no longer for a pipe
 
 WALK = (sys.executable, "-P", "-m", "zembra._walk")
 

@@ -45,7 +45,7 @@ from zembra._inspect import (
 )
 
 DEFAULT = "H5P_DEFAULT"
-BY_NAME = "H5_INDEX_NAME", "H5_ITER_NATIVE"
+BY_NAME = "H5_INDEX_NAME", "H5_ITER_INC"
 PIECE = 4 << 20  # bytes that are read at once
 VARIABLE_PIECE = 1024  # elements, where they have more bytes than they show
 BAD_PIECES = 8  # of one dataset; then the rest of it is left alone
