@@ -128,7 +128,7 @@ class Report:
         except MemoryError:
             kind, text = MEMORY, "there is not enough of it"
         except zembra.Error as error:
-            kind, text = _kind(error), str(error)
+            kind, text = _kind(error), _text(error)
         self.found(kind, text)
         if kinds is not None:
             kinds.append(kind)
@@ -145,7 +145,15 @@ def _kind(error: zembra.Error) -> str:
         return MEMORY
     if any("is not registered" in record.description for record in error.stack):
         return NOTE  # a filter that is not installed here
-    return DAMAGE if isinstance(error, zembra.LibraryError) else NOTE
+    return NOTE if error.key == "unsupportedDatatype" else DAMAGE
+
+
+def _text(error: zembra.Error) -> str:
+    """With HDF5's own words, where the error's text has none of them."""
+    if isinstance(error, zembra.LibraryError) or not error.stack:
+        return str(error)
+    first = error.stack[0]
+    return f"{first.function}: {first.description} ({first.minor})"
 
 
 class _Group(NamedTuple):
@@ -195,7 +203,8 @@ class Walk:
             if name is not None:
                 self._link(group, name)
             else:
-                self._close(self._groups.pop().identifier)
+                self._groups.pop()
+                self._close(group.identifier, group.path)
 
     def _link(self, group: _Group, name: str) -> None:
         report = self._report
@@ -237,11 +246,12 @@ class Walk:
             self._dataset(identifier, path)
         else:
             self._datatype(identifier, path)
-        self._close(identifier)
+        self._close(identifier, path)
 
-    def _close(self, identifier: zembra.Id) -> None:
-        with self._report.failures():
-            identifier.close()
+    def _close(self, identifier: zembra.Id, path: str) -> None:
+        if self._report.step(path, "closing", way=True):
+            with self._report.failures():
+                identifier.close()
 
     def _names(
         self, path: str, what: str, each: Callable[[Callable[[str], object]], object]
@@ -302,11 +312,11 @@ class Walk:
                 self._references(dataset, references, values)
                 report.count(read=size)
                 return
-            most = VARIABLE_PIECE if variable else max(1, min(PIECE, self._memory // 32) // size)
-            fits = math.prod(chunk) * size <= self._memory // 8
+            most = VARIABLE_PIECE if variable else min(PIECE, self._memory // 32) // max(1, size)
+            fits = 0 < math.prod(chunk) * size <= self._memory // 8
             if not (fits and len(chunk) == len(sizes)):
-                chunk = []
-            found = pieces(sizes, chunk or [1] * len(sizes), most)
+                chunk = [1] * len(sizes)
+            found = pieces(sizes, chunk, most)
             if h5.H5Dget_storage_size(dataset) == 0:
                 found = itertools.islice(found, 1)  # nothing but fill values
             bad: list[str] = []

@@ -2,6 +2,7 @@
 
 import os
 import random
+import re
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
@@ -13,7 +14,7 @@ import zembra
 from zembra._inspect import MOST_FINDINGS
 from zembra._walk import pieces
 
-MUTATIONS = 90
+MUTATIONS = 70
 
 
 def write_everything(path):
@@ -213,6 +214,21 @@ def test_damage_is_found_and_the_rest_looked_at(path):
     assert "data from [0]: H5Dread: " in inspection.findings[0].text
     assert "Fletcher32" in inspection.findings[0].text
     assert inspection.objects == 3 and inspection.bytes == 80
+
+
+def test_links_that_cannot_be_listed(path):
+    with h5py.File(path, "w") as file:
+        file.create_group("bad")["lost"] = 1
+        file.create_group("good")["found"] = 1
+    content = Path(path).read_bytes()
+    _of_root, of_bad, _of_good = (found.start() for found in re.finditer(b"SNOD", content))
+    with open(path, "r+b") as raw:
+        raw.seek(of_bad)
+        raw.write(b"XXXX")
+    inspection = zembra.inspect(path)
+    assert inspection.verdict == "damaged" and {where for where, _ in kinds(inspection)} == {"/bad"}
+    assert any(finding.text.startswith("links: ") for finding in inspection.findings)
+    assert "signature" in str(inspection) and inspection.objects == 4
 
 
 @pytest.mark.parametrize("content", [b"", b"no HDF5", b"\x89HDF\r\n\x1a\n" * 100])

@@ -162,6 +162,13 @@ def test_elements_larger_than_memory(path):
 # --- What is asked, and what is told ------------------------------------------------
 
 
+def test_what_has_no_form_here_is_noted(path):
+    write_datasets(path, 1, "H5T_UNIX_D32LE")
+    inspection = zembra.inspect(path)
+    assert inspection and kinds(inspection) == [("/d0", "note"), ("/z", "note")]
+    assert "have no form in the host" in inspection.findings[0].text
+
+
 def test_what_is_no_file(tmp_path, monkeypatch):
     with pytest.raises(FileNotFoundError, match="nowhere.h5"):
         zembra.inspect(tmp_path / "nowhere.h5")
