@@ -94,9 +94,12 @@ def _parser() -> argparse.ArgumentParser:
 
 
 def _positive_number(text: str) -> float:
-    number = float(text)
+    try:
+        number = float(text)
+    except ValueError:
+        number = 0.0
     if not number > 0:
-        raise argparse.ArgumentTypeError(f"{text} is not positive")
+        raise argparse.ArgumentTypeError(f"{text} is no positive number")
     return number
 
 

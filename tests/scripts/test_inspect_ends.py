@@ -276,7 +276,8 @@ def test_deadly_files_have_a_status_of_their_own(path):
     "arguments, text",
     [
         ([], "required: FILE"),
-        (["--seconds", "0", "x.h5"], "--seconds: 0 is not positive"),
+        (["--seconds", "0", "x.h5"], "--seconds: 0 is no positive number"),
+        (["--seconds", "long", "x.h5"], "--seconds: long is no positive number"),
         (["--memory", "0", "x.h5"], "--memory: 0 is no positive number of bytes"),
         (["--memory", "much", "x.h5"], "--memory: much is no positive number of bytes"),
     ],
