@@ -24,6 +24,7 @@ FATAL = SIGNAL, TIME, MEMORY, EXIT
 WHOLE, DAMAGED, DEADLY = "whole", "damaged", "fatal"
 
 MEMORY_STATUS = 77  # the walk's exit status when it had no memory left to say so
+FAILURE_STATUS = 70  # when it failed itself, for no fault of HDF5's
 MOST_WALKS = 20  # through one file
 MOST_FINDINGS = 100  # and as many notes
 LONGEST_PATH = 1000

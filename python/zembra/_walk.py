@@ -35,6 +35,7 @@ import zembra
 from zembra import h5
 from zembra._inspect import (
     DAMAGE,
+    FAILURE_STATUS,
     LARGEST_COUNT,
     LONGEST_PATH,
     LONGEST_TEXT,
@@ -143,7 +144,7 @@ class Report:
 def _kind(error: zembra.Error) -> str:
     if error.key == "outOfMemory" or any(r.minor == NO_MEMORY for r in error.stack):
         return MEMORY
-    if any("is not registered" in record.description for record in error.stack):
+    if any(record.description.startswith("required filter ") for record in error.stack):
         return NOTE  # a filter that is not installed here
     return NOTE if error.key == "unsupportedDatatype" else DAMAGE
 
@@ -470,8 +471,8 @@ def _run(what: Callable[[list[str]], Any]) -> int:
         what(sys.argv[1:])
     except MemoryError:
         return MEMORY_STATUS
-    except BrokenPipeError:
-        return 1  # nobody is there any more to tell
+    except Exception:  # stderr is nobody's
+        return FAILURE_STATUS
     return 0
 
 

@@ -11,10 +11,10 @@ import numpy as np
 import pytest
 
 import zembra
-from zembra._inspect import MOST_FINDINGS
+from zembra._inspect import FAILURE_STATUS, MOST_FINDINGS
 from zembra._walk import pieces
 
-MUTATIONS = 70
+MUTATIONS = 40
 
 
 def write_everything(path):
@@ -249,12 +249,12 @@ def mutated(sample, seed):
     return bytes(content)
 
 
-def test_mutated_files_do_nothing_to_this_process(shared_data, tmp_path):
-    samples = [sample for sample in sorted(shared_data.glob("t*.h5")) if h5py.is_hdf5(sample)]
+def inspect_mutated(samples, folder):
+    """The parent outlives whatever HDF5 does: some of these crash it."""
     seconds = 10.0
 
     def one(seed):
-        path = tmp_path / f"{seed}.h5"
+        path = folder / f"{seed}.h5"
         path.write_bytes(mutated(samples[seed % len(samples)], seed))
         return zembra.inspect(path, seconds=seconds, memory=256 << 20)
 
@@ -267,5 +267,15 @@ def test_mutated_files_do_nothing_to_this_process(shared_data, tmp_path):
             assert bool(inspection) == all(
                 finding.kind == "note" for finding in inspection.findings
             )
-            assert not any(finding.kind == "exit" for finding in inspection.findings), seed
-    assert {"whole", "damaged"} <= verdicts
+            assert f"status {FAILURE_STATUS}" not in str(inspection), seed
+    assert "damaged" in verdicts
+
+
+def test_mutated_samples(shared_data, tmp_path):
+    samples = [sample for sample in sorted(shared_data.glob("t*.h5")) if h5py.is_hdf5(sample)]
+    inspect_mutated(samples, tmp_path)
+
+
+def test_mutated_files_with_everything(path, tmp_path):
+    write_everything(path)
+    inspect_mutated([Path(path)], tmp_path)

@@ -79,7 +79,7 @@ DEEDS = {
     "kept = [bytearray(1 << 20) for _ in range(1000)]": ("memory", "not enough"),
     "os._exit(_walk.MEMORY_STATUS)": ("memory", "not enough"),
     "os._exit(3)": ("exit", "status 3"),
-    "raise KeyError": ("exit", "status 1"),
+    "raise KeyError": ("exit", "status 70"),
     "os.write(channel, b'nonsense\\n')": ("exit", "no longer itself"),
     "os.write(channel, b'[' * 20000 + b'\\n')": ("exit", "no longer itself"),
     "os.write(channel, b'[\"end\", 1, 2, 3, -4]\\n')": ("exit", "no longer itself"),
