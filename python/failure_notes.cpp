@@ -36,13 +36,14 @@ void addNotes(std::string_view function, std::span<PyObject* const> arguments,
     addTo(borrow(value), function, arguments, refused);
   } catch (py::error_already_set& error) {
     // An interrupt comes first; what else keeps notes from being made must not hide the error.
-    if (!error.matches(PyExc_Exception)) {
-      error.restore();
+    error.restore();
+    if (PyErr_ExceptionMatches(PyExc_Exception) == 0) {
       Py_XDECREF(type);
       Py_XDECREF(value);
       Py_XDECREF(traceback);
       return;
     }
+    PyErr_Clear();
   } catch (...) {
     PyErr_Clear();
   }
