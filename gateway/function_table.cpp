@@ -34,7 +34,7 @@ std::size_t hashOf(std::string_view name) {
     std::memcpy(&head, name.data(), sizeof head);
     std::memcpy(&tail, name.data() + name.size() - sizeof tail, sizeof tail);
   } else {
-    std::memcpy(&head, name.data(), size);
+    name.copy(reinterpret_cast<char*>(&head), size);
   }
   return (head ^ std::rotl(tail, 21)) * 0x9E3779B97F4A7C15U;
 }

@@ -49,13 +49,25 @@ bool namesMembers(hid_t list) {
   return driver == H5FD_MULTI || driver == H5FD_FAMILY;
 }
 
+/// A list of a virtual dataset has spaces of its own, which HDF5 looks for after it has closed
+/// all spaces.
+bool isVirtual([[maybe_unused]] hid_t list) {
+#if H5_VERSION_GE(1, 10, 0)
+  return H5Pisa_class(list, H5P_DATASET_CREATE) > 0 && H5Pget_layout(list) == H5D_VIRTUAL;
+#else
+  return false;
+#endif
+}
+
 /// HDF5 does not tell which lists are open. A fresh one has the highest serial number.
-void forgetMembers() {
+void closeLists() {
   constexpr int kSerialBits = kWideIdentifiers ? 56 : 24;
   const PropertyList newest(H5Pcreate(H5P_FILE_ACCESS));
   if (!newest.valid()) return;  // somebody has closed the class
   for (hid_t id = newest.get() >> kSerialBits << kSerialBits; id < newest.get(); ++id) {
-    if (H5Iis_valid(id) > 0 && namesMembers(id)) H5Pset_fapl_sec2(id);
+    if (H5Iis_valid(id) <= 0) continue;
+    if (namesMembers(id)) H5Pset_fapl_sec2(id);
+    if (isVirtual(id)) giveUp(id);
   }
 }
 
@@ -122,7 +134,7 @@ herr_t closeEverything() {
   if (!flushAll()) return -1;
   std::ranges::for_each(openIdentifiers(H5F_OBJ_ALL, kObjects), giveUp);
   std::ranges::for_each(openIdentifiers(H5F_OBJ_ALL, H5F_OBJ_FILE), giveUp);
-  forgetMembers();
+  closeLists();
   return H5close();
 }
 
@@ -146,7 +158,7 @@ bool closeWhatCanBe(const Complaint& complain) {
       all = false;
     }
   }
-  forgetMembers();
+  closeLists();
   if (all) H5close();
   return all;
 }

@@ -26,9 +26,9 @@ template <herr_t (*Close)(hid_t)>
 herr_t closeObject(hid_t object);
 
 /// H5close. HDF5 does not survive it where a file that consists of files is open (the multi,
-/// split and family drivers), or a list that names members of such: it closes the members,
-/// and the lists that they were opened with, by functions that find the library closed
-/// already. So these are closed while it is still open.
+/// split and family drivers), or a list that names members of such, or one of a virtual dataset:
+/// it closes what these consist of by functions that find the library closed already. So these
+/// are closed while it is still open.
 herr_t closeEverything();
 
 /// What could not be written, and HDF5's reason.

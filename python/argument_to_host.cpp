@@ -150,11 +150,13 @@ std::optional<Value> identifiersIn(PyObject* sequence) {
 }
 
 Value identifiersToHost(PyObject* object) {
-  if (isPlain(object)) return numbersToHost(object);
+  if (isPlain(object) || PyArray_Check(object)) return numbersToHost(object);
   if (isSequence(object)) {
     if (std::optional<Value> row = identifiersIn(object)) return *std::move(row);
-  } else if (const std::optional<double> number = identifierFromH5py(object)) {
-    return makeDouble(*number);
+  } else {
+    std::optional<double> number = numberIn(object);
+    if (!number) number = identifierFromH5py(object);
+    if (number) return makeDouble(*number);
   }
   return numbersToHost(object);
 }

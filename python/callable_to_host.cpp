@@ -61,9 +61,7 @@ class PythonCallable : public Callable {
     } catch (...) {
       raiseInPython();
     }
-    const PythonException exception = PythonException::pending();
-    InterruptScope::note(exception);
-    throw exception;
+    throw InterruptScope::takePending();
   }
 
  private:

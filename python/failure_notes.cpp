@@ -23,6 +23,21 @@ void addTo(const py::object& exception, std::string_view function,
   py::module_::import("zembra._notes").attr("add")(exception, toStr(function), values, refused);
 }
 
+/// False, and a pending exception of its own, where an interrupt comes first; what else keeps
+/// notes from being made must not hide the failure.
+bool add(const py::object& exception, std::string_view function,
+         std::span<PyObject* const> arguments, std::size_t refused) {
+  try {
+    addTo(exception, function, arguments, refused);
+    return true;
+  } catch (py::error_already_set& error) {
+    error.restore();
+  }
+  if (PyErr_ExceptionMatches(PyExc_Exception) == 0) return false;
+  PyErr_Clear();
+  return true;
+}
+
 }  // namespace
 
 void addNotes(std::string_view function, std::span<PyObject* const> arguments,
@@ -32,21 +47,19 @@ void addNotes(std::string_view function, std::span<PyObject* const> arguments,
   PyObject* traceback = nullptr;
   PyErr_Fetch(&type, &value, &traceback);
   PyErr_NormalizeException(&type, &value, &traceback);
+  bool goesOn = true;
   try {
-    addTo(borrow(value), function, arguments, refused);
-  } catch (py::error_already_set& error) {
-    // An interrupt comes first; what else keeps notes from being made must not hide the error.
-    if (!error.matches(PyExc_Exception)) {
-      error.restore();
-      Py_XDECREF(type);
-      Py_XDECREF(value);
-      Py_XDECREF(traceback);
-      return;
-    }
+    goesOn = add(borrow(value), function, arguments, refused);
   } catch (...) {
     PyErr_Clear();
   }
-  PyErr_Restore(type, value, traceback);
+  if (goesOn) {
+    PyErr_Restore(type, value, traceback);
+    return;
+  }
+  Py_XDECREF(type);
+  Py_XDECREF(value);
+  Py_XDECREF(traceback);
 }
 
 }  // namespace zembra::python

@@ -12,10 +12,11 @@ thread_local InterruptScope* innermost = nullptr;
 InterruptScope::InterruptScope() : outer_(std::exchange(innermost, this)) {}
 InterruptScope::~InterruptScope() { innermost = outer_; }
 
-void InterruptScope::note(const PythonException& exception) {
-  if (innermost == nullptr) return;
-  if (PyErr_GivenExceptionMatches(exception.object(), PyExc_Exception) != 0) return;
-  innermost->noted_ = exception;
+PythonException InterruptScope::takePending() {
+  PythonException exception = PythonException::pending();
+  const bool ordinary = PyErr_GivenExceptionMatches(exception.object(), PyExc_Exception) != 0;
+  if (innermost != nullptr && !ordinary) innermost->noted_ = exception;
+  return exception;
 }
 
 void InterruptScope::throwIfNoted() {

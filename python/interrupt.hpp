@@ -16,8 +16,9 @@ class InterruptScope {
   InterruptScope(const InterruptScope&) = delete;
   InterruptScope& operator=(const InterruptScope&) = delete;
 
-  /// Keeps what a callback raised for the call around it, unless it is an ordinary error.
-  static void note(const PythonException& exception);
+  /// The exception that is pending, out of a callback; unless it is an ordinary error, it is
+  /// kept for the call around as well.
+  static PythonException takePending();
   /// The call around is about to end: its callbacks need not run any more.
   static void throwIfNoted();
 

@@ -21,9 +21,7 @@ void warn(const Warning& warning) {
     py::module_::import("warnings").attr("warn")(issued, py::arg("stacklevel") = 1);
   } catch (py::error_already_set& error) {
     error.restore();
-    const PythonException exception = PythonException::pending();
-    InterruptScope::note(exception);
-    throw exception;
+    throw InterruptScope::takePending();
   }
 }
 

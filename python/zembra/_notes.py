@@ -50,6 +50,13 @@ def unknown_attribute(name: str) -> AttributeError:
 
 _short = reprlib.Repr()
 _short.maxstring = _short.maxother = 60
+
+
+def _in_short(value: Any) -> str:
+    """Scalars of NumPy as the numbers that they are, which NumPy 2 does not show them as."""
+    return _short.repr(value.item() if isinstance(value, np.generic) else value)
+
+
 _PLAIN = (str, bytes, bool, int, float, complex)
 _FEW = 6
 
@@ -61,7 +68,7 @@ def described(value: Any) -> str:
     if isinstance(value, Id):
         return f"the Id {value.identifier:.15g}"
     if _is_short(value):
-        return f"the {_type_name(value)} {_short.repr(value)}"
+        return f"the {_type_name(value)} {_in_short(value)}"
     return _with_article(_container(value))
 
 
@@ -248,7 +255,7 @@ class Call:
         if self._is_identifier(index):
             text = f"{float(value):.15g} ({kind_of(value) or 'not open'})"
         elif value is None or _is_short(value):
-            text = _short.repr(value)
+            text = _in_short(value)
         elif isinstance(value, Id):
             text = f"Id({value.identifier:.15g})"
         else:

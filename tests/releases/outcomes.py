@@ -56,6 +56,8 @@ class Wording:
             )
         if isinstance(value, (list, tuple)):
             return "[" + ", ".join(map(self._of, value)) + "]"
+        if isinstance(value, np.generic):
+            value = value.item()  # NumPy 2 shows its scalars with their types
         return value.__name__ if callable(value) else repr(value)
 
     def _of_field(self, key, value):

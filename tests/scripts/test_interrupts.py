@@ -13,6 +13,14 @@ from iterations import ITERATIONS
 from zembra import h5
 
 
+@pytest.fixture(autouse=True)
+def interruptible():
+    """As at a prompt: a shell's background jobs are started with the signal ignored."""
+    before = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, before)
+
+
 @pytest.fixture(params=ITERATIONS)
 def run(request):
     return ITERATIONS[request.param][0]

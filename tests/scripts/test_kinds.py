@@ -67,7 +67,8 @@ def test_every_function_gives_what_the_reference_says(calls):
     assert [call[0] for call in calls] == [form.name for form in forms]
     since_110 = tuple(h5.H5get_libversion()) >= (1, 10, 0)
     failed = {name for name, _, outcome in calls if "error" in outcome}
-    assert failed == (GONE if since_110 else set())
+    # A transfer list says nothing of the multi driver's members before somebody sets them.
+    assert failed == (GONE if since_110 else {"H5Pget_dxpl_multi"})
     for (name, count, outcome), form in zip(calls, forms):
         assert count == len(form.required) + len(form.optional), name
         if "error" in outcome:

@@ -95,7 +95,7 @@ def test_what_classes_make(name):
         refused(h5.H5Tcreate, f"H5T_{name}", 4)
         return
     with zembra.Id(h5.H5Tcreate(f"H5T_{name}", 4)) as made:
-        kind = "STRING" if name in ("INTEGER", "FLOAT") else name
+        kind = "STRING" if name in ("INTEGER", "FLOAT") and RELEASE < (1, 12, 0) else name
         assert h5.H5Tget_class(made) == h5.H5ZBget_constant_value(f"H5T_{kind}")
 
 

@@ -41,6 +41,7 @@ void runOnStackOf(std::size_t size, std::function<void()> work) {
   pthread_attr_setstacksize(&attributes, size);
   const auto run = [](void* body) -> void* {
     (*static_cast<std::function<void()>*>(body))();
+    H5Eclear2(H5E_DEFAULT);  // HDF5 does not free the records of a thread that ends
     return nullptr;
   };
   pthread_t thread{};

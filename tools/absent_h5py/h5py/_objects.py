@@ -3,3 +3,7 @@
 import threading
 
 phil = threading.RLock()
+
+
+class ObjectID:
+    """The base of h5py's identifiers."""
