@@ -114,6 +114,9 @@ def test_sample_files(shared_data):
             except OSError as error:  # a part of something
                 assert inspection.verdict == "damaged", f"{inspection} {error}"
                 continue
+            except KeyError:  # 1.14 takes unusual numbers for damage, unless it is told not to
+                assert h5py.version.hdf5_version_tuple >= (1, 14, 4)
+                continue
             assert (inspection.objects, inspection.links, inspection.attributes) == expected
             damaged = {finding.path for finding in inspection.findings if finding.kind == "damage"}
             left_out = {finding.path for finding in inspection.findings} - damaged
@@ -212,7 +215,7 @@ def test_damage_is_found_and_the_rest_looked_at(path):
     ((where, kind),) = kinds(inspection)
     assert (where, kind) == ("/bad", "damage")
     assert "data from [0]: H5Dread: " in inspection.findings[0].text
-    assert "Fletcher32" in inspection.findings[0].text
+    assert re.search("Fletcher32|filter returned failure", inspection.findings[0].text)
     assert inspection.objects == 3 and inspection.bytes == 80
 
 
