@@ -403,7 +403,7 @@ def _elsewhere(properties: zembra.Id) -> str:
     count = h5.H5Pget_external_count(properties)
     if count == 0:
         return ""
-    name = h5.H5Pget_external(properties, 0)[0]
+    name: str = h5.H5Pget_external(properties, 0)[0]
     return name if count == 1 else f"{name} and {count - 1} more"
 
 
