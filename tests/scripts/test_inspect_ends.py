@@ -317,8 +317,9 @@ def test_an_interrupt_ends_the_walk_too(path):
     write_datasets(path, 2)
     code = HOSTILE.format(names={"/d1"}, deed="time.sleep(1000)")
     script = f"""
-import sys
+import signal, sys
 from zembra._inspect import Inspector
+signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in background jobs
 print("at it", flush=True)
 Inspector({path!r}, 600, 1 << 28, command=(sys.executable, "-c", {code!r}),
           progress=lambda path: print(path, flush=True)).inspect()
