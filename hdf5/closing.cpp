@@ -142,7 +142,8 @@ bool closeWhatCanBe(const Complaint& complain) {
   bool all = true;
   for (const hid_t file : openIdentifiers(H5F_OBJ_ALL, H5F_OBJ_FILE)) {
     if (flush(file, H5F_SCOPE_GLOBAL) < 0) {
-      complain(nameOf(file), innermostReason());
+      const std::string reason = innermostReason();  // before it is cleared
+      complain(nameOf(file), reason);
       all = false;
       continue;
     }
@@ -154,7 +155,8 @@ bool closeWhatCanBe(const Complaint& complain) {
     if (!isInFile(object) || flush(object, H5F_SCOPE_GLOBAL) >= 0) {
       giveUp(object);
     } else if (all) {
-      complain(nameOf(object), innermostReason());
+      const std::string reason = innermostReason();
+      complain(nameOf(object), reason);
       all = false;
     }
   }
