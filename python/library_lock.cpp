@@ -6,13 +6,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
 
 #include "python/interpreter_lock.hpp"
+#include "runtime/gateway_loader.hpp"
 
 namespace zembra::python {
 namespace {
@@ -140,12 +140,6 @@ bool tryAcquire(State& lock) {
   return false;
 }
 
-/// HDF5's exit handlers would wait for ever for the thread that is still inside.
-void leaveAtOnce(int status, void* /*unused*/) {
-  std::fflush(nullptr);
-  _exit(status);
-}
-
 /// What is running may come to its end, what has not begun never will: from here on the
 /// library belongs to the thread that ends the process.
 void keepUntilTheEnd() {
@@ -159,7 +153,7 @@ void keepUntilTheEnd() {
     if (interrupted || Clock::now() > deadline) {
       std::fputs("zembra: a thread is still inside HDF5: files that are open may be incomplete\n",
                  stderr);
-      on_exit(leaveAtOnce, nullptr);
+      endWithoutLibrary();  // whose exit handler would wait for that thread for ever
       if (interrupted) throw py::error_already_set();
       return;
     }

@@ -40,8 +40,6 @@ void* openGateway(const std::string& folder) {
   throw std::runtime_error(complaint + "; " + dlerror());
 }
 
-/// Ends the process without HDF5's own exit handler, which would try again to write what
-/// cannot be written, and not survive it.
 void leaveAtOnce(int status, void* /*unused*/) {
   std::fflush(nullptr);
   _exit(status);
@@ -54,7 +52,8 @@ void closeLibrary() {
   const bool all = hdf5::closeWhatCanBe([](const std::string& file, const std::string& reason) {
     std::fprintf(stderr, "zembra: %s could not be written: %s\n", file.c_str(), reason.c_str());
   });
-  if (!all) on_exit(leaveAtOnce, nullptr);
+  // HDF5's own handler would try again to write what cannot be written, and not survive it.
+  if (!all) endWithoutLibrary();
 }
 
 zbExtensionFunction* openEntryPoint() {
@@ -70,6 +69,8 @@ zbExtensionFunction* openEntryPoint() {
 }
 
 }  // namespace
+
+void endWithoutLibrary() { on_exit(leaveAtOnce, nullptr); }
 
 zbExtensionFunction* loadGateway() {
   static zbExtensionFunction* const function = openEntryPoint();

@@ -10,4 +10,8 @@ namespace zembra {
 /// is written when the process ends in the ordinary way.
 zbExtensionFunction* loadGateway();
 
+/// From here on the process ends, with the status that it has, without the exit handlers that
+/// were installed so far, HDF5's among them: for when HDF5 must not be called any more.
+void endWithoutLibrary();
+
 }  // namespace zembra
