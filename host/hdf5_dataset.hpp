@@ -22,6 +22,10 @@ class HDF5Dataset {
   /// Elements that a selection leaves out are zero.
   void* getBuffer();
 
+  /// Has HDF5 ask this object for the memory of variable-length data in a transfer with that
+  /// list. Otherwise it is C's, and this object frees what is left in its own buffer.
+  void provideMemory(hid_t transferList);
+
   /// A new array made of a filled buffer. The own buffer's memory becomes the
   /// array where the two layouts are the same.
   zbArray* read(const void* buffer);

@@ -10,6 +10,7 @@
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
 #include "runtime/packed_leaf.hpp"
+#include "runtime/packed_texts.hpp"
 #include "runtime/sequences.hpp"
 
 namespace zembra {
@@ -19,6 +20,12 @@ using Kind = DatatypePlan::Kind;
 
 /// What stands for "no elements": HDF5 takes no null pointer.
 constexpr std::byte kNothing[1] = {};
+
+/// Texts that lie as HDF5 takes them already; null otherwise.
+const std::byte* textsOf(const DatatypePlan& plan, const zbArray* data) {
+  if (plan.kind != Kind::VariableText) return nullptr;
+  return reinterpret_cast<const std::byte*>(packedTexts(data));
+}
 
 }  // namespace
 
@@ -36,11 +43,12 @@ const std::byte* Buffers::layOutFitting(const DatatypePlan& plan, std::size_t co
   }
   if (plan.leaf()) {
     PackedLeaf packed = packLeaf(plan, count, data, path);
-    if (packed.owner) owned_.push_back(std::move(packed.owner));
+    if (packed.owner) arena_.keep(std::move(packed.owner));
     return packed.first;
   }
+  if (const std::byte* texts = textsOf(plan, data)) return texts;
   const std::size_t bytes = checkedProduct(count, plan.size);
-  std::byte* buffer = take(bytes);
+  std::byte* buffer = arena_.take(bytes);
   std::memset(buffer, 0, bytes);  // what lies between members reaches the file
   scatter(plan, Strided<std::byte>(buffer, count, plan.size), data, path);
   return buffer;
@@ -65,6 +73,7 @@ void Buffers::scatter(const DatatypePlan& plan, const Strided<std::byte>& to, co
 
 void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to,
                            const zbArray* data, const ValuePath& path) {
+  if (const std::byte* packed = textsOf(plan, data)) return unpack(packed, plan.size, to);
   std::vector<const char*> texts;
   texts.reserve(to.count());
   forEachText(data, to.count(), path, [&](std::string_view text, const ValuePath& where) {
@@ -75,7 +84,7 @@ void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& t
                                          "datatype " +
                                          plan.describe() + ".");
     }
-    std::byte* copy = take(text.size() + 1);
+    std::byte* copy = arena_.take(text.size() + 1);
     std::copy(text.begin(), text.end(), reinterpret_cast<char*>(copy));
     copy[text.size()] = std::byte{0};
     texts.push_back(reinterpret_cast<const char*>(copy));
@@ -94,24 +103,6 @@ void Buffers::scatterSequences(const DatatypePlan& plan, const Strided<std::byte
     if (sequence.len > 0) sequence.p = const_cast<std::byte*>(elements);  // HDF5 only reads it
     std::memcpy(at, &sequence, sizeof sequence);
   });
-}
-
-std::byte* Buffers::take(std::size_t bytes) {
-  constexpr std::size_t kChunk = std::size_t{64} << 10;
-  constexpr std::size_t kAlignment = alignof(std::max_align_t);
-  bytes = std::max<std::size_t>(bytes, 1);
-  if (bytes > freeBytes_) {
-    const std::size_t size = std::max(bytes, kChunk);
-    owned_.push_back(allocateBlock(size));
-    auto* memory = static_cast<std::byte*>(owned_.back().get());
-    // What is bigger than a chunk has a block to itself; the chunk in use stays in use.
-    if (size > kChunk) return memory;
-    free_ = memory;
-    freeBytes_ = size;
-  }
-  const std::size_t taken = std::min(freeBytes_, (bytes + kAlignment - 1) & ~(kAlignment - 1));
-  freeBytes_ -= taken;
-  return std::exchange(free_, free_ + taken);
 }
 
 }  // namespace zembra
