@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include "host/library_error.hpp"
+#include "runtime/columns.hpp"
 #include "runtime/memory_block.hpp"
 #include "runtime/packed_texts.hpp"
+#include "runtime/shaped.hpp"
 
 namespace zembra {
 namespace {
@@ -14,35 +15,14 @@ namespace {
 using Kind = DatatypePlan::Kind;
 using Source = Strided<const std::byte>;
 
-/// The extent of the base elements of arrays: each array's own dimensions vary fastest.
-Shape within(const Shape& dimensions, Shape extent) {
-  extent.insert(extent.begin(), dimensions.begin(), dimensions.end());
-  return extent;
-}
-
-/// The array, which from now on remembers the rank of the extent that it came from.
-Value withNaturalRank(Value array, const Shape& extent) {
-  constexpr auto kLimit = std::numeric_limits<decltype(zbArray::naturalRank)>::max();
-  if (extent.size() <= static_cast<std::size_t>(kLimit)) {
-    array.get()->naturalRank = static_cast<decltype(zbArray::naturalRank)>(extent.size());
-  }
-  return array;
-}
-
 std::size_t elementsOf(const Shape& extent) {
   std::size_t count = 1;
   for (const std::size_t dimension : extent) count = checkedProduct(count, dimension);
   return count;
 }
 
-/// Null-terminated texts end at their NUL: what a writer left behind it is nobody's data.
 Value withEndedTexts(const DatatypePlan& plan, Value array) {
-  if (!plan.terminated) return array;
-  auto* text = static_cast<char*>(array.get()->data);
-  for (std::size_t i = 0; i < array.get()->elements; i += plan.size, text += plan.size) {
-    char* const end = std::find(text, text + plan.size, '\0');
-    std::fill(end, text + plan.size, '\0');
-  }
+  endTexts(plan, array.get());
   return array;
 }
 
@@ -118,8 +98,18 @@ Value gatherTexts(const Source& from, const Shape& extent, std::shared_ptr<Arena
   return cellOn(std::move(block), count, std::move(texts), extent);
 }
 
+/// Part by part, so that each is in the cache when its next member is copied.
+Value gatherColumns(const DatatypePlan& plan, const Source& from, const Shape& extent) {
+  constexpr std::size_t kPart = std::size_t{128} << 10;
+  Columns columns(plan, extent);
+  from.forEachPart(std::max<std::size_t>(kPart / plan.size, 1),
+                   [&](const Source& part, std::size_t first) { columns.put(part, first); });
+  return columns.take();
+}
+
 Value gatherCompound(const DatatypePlan& plan, const Source& from, const Shape& extent,
                      const std::shared_ptr<Arena>& memory) {
+  if (Columns::suit(plan)) return gatherColumns(plan, from, extent);
   std::vector<std::pair<std::string, Value>> fields;
   fields.reserve(plan.members.size());
   for (const DatatypePlan::Member& member : plan.members) {

@@ -2,6 +2,7 @@
 // and gives back the memory that HDF5 allocated for variable-length data in it.
 #include "host/hdf5_dataset.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <new>
@@ -13,6 +14,7 @@
 #include "runtime/array_to_buffer.hpp"
 #include "runtime/buffer_to_array.hpp"
 #include "runtime/call_scope.hpp"
+#include "runtime/columns.hpp"
 #include "runtime/datatype.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
@@ -146,6 +148,26 @@ zbArray* HDF5Dataset::read(const void* buffer) {
                                                     transfer.points, transfer.plan.size);
     array = zembra::gather(transfer.plan, elements, transfer.extent, transfer.memory);
   }
+  zembra::enroll(array.get());
+  return array.release();
+}
+
+bool HDF5Dataset::readsInParts() const {
+  const zembra::DatatypePlan& plan = transfer_->plan;
+  return plan.kind == zembra::DatatypePlan::Kind::Compound && zembra::Columns::suit(plan);
+}
+
+zbArray* HDF5Dataset::readInParts(std::size_t length, FillPart fill, void* context) {
+  const Transfer& transfer = *transfer_;
+  const std::size_t size = transfer.plan.size;
+  const std::shared_ptr<void> part = zembra::allocateBlock(zembra::checkedProduct(length, size));
+  zembra::Columns columns(transfer.plan, transfer.extent);
+  for (std::size_t first = 0; first < transfer.points; first += length) {
+    const std::size_t count = std::min(length, transfer.points - first);
+    if (fill(part.get(), first, count, context) < 0) return nullptr;
+    columns.put({static_cast<const std::byte*>(part.get()), count, size}, first);
+  }
+  zembra::Value array = columns.take();
   zembra::enroll(array.get());
   return array.release();
 }

@@ -10,6 +10,7 @@
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
+#include "wrappers/dataset_parts.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 #include "wrappers/transfer_datatype.hpp"
@@ -220,6 +221,13 @@ void read(Inputs ins, Results& outs) {
     if (status < 0) list.close();
     return status;
   };
+  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
+    DatasetParts parts(from.dataset, spaces.file.get(), type, givenList);
+    if (parts.possible()) {
+      HDF5Dataset host(type, spaces.memory.get());
+      if (host.readsInParts()) return outs.give(parts.readInto(host));
+    }
+  }
   outs.give(readData(type, spaces.memory.get(), points, transfer));
 }
 

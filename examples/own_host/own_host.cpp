@@ -187,6 +187,9 @@ zbArray* HDF5Dataset::read(const void* buffer) {
   return make(zbClass::Double, transfer_->shape, buffer);
 }
 
+bool HDF5Dataset::readsInParts() const { return false; }
+zbArray* HDF5Dataset::readInParts(std::size_t, FillPart, void*) { return nullptr; }
+
 const void* HDF5Dataset::write(const zbArray* data) {
   if (data->type != zbClass::Double || product(data->shape) != product(transfer_->shape))
     throw Error("as many doubles are needed as the memory space has elements");
