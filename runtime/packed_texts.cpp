@@ -16,7 +16,7 @@ zbArray* itemOf(const zbArray* cell, std::size_t index) {
   content.values.resize(cell->elements);
   zbArray*& item = content.values[index];
   if (item == nullptr) {
-    item = makeText(content.texts[index]).release();
+    item = makeText(content.texts.get()[index]).release();
     item->naturalRank = 1;  // one text, never one for each character
   }
   return item;

@@ -138,6 +138,6 @@ def test_tables_are_written_as_they_are_read(path, layout):
     data = table()
     with h5py.File(path, "w") as file:
         dataset = file.create_dataset("d", (ROWS,), RECORD, **layout)
-        columns = {name: data[name] for name in RECORD.names}
+        columns = {name: data[name] for name in RECORD.names or ()}
         h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", columns)
         assert_columns(dataset[()], data)
