@@ -4,6 +4,7 @@
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make test-releases  the tests with every HDF5 release and compiler
+#   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
@@ -23,8 +24,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall deb \
-  clean
+.PHONY: setup build demo test nested test-releases bench sanitize fuzz lint format install \
+  uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -47,6 +48,9 @@ test:
 	cmake --build --preset release
 	ctest --preset release
 	PYTHONPATH=build/python $(PYTEST)
+
+nested: build
+	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
 
 bench:
 	@tools/setup.sh bench
