@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "chunks/chunked_transfer.hpp"
 #include "hdf5/closing.hpp"
 #include "hdf5/dataset_shields.hpp"
 #include "hdf5/disk_room.hpp"
@@ -202,10 +203,10 @@ void read(Inputs ins, Results& outs) {
   const TransferSpaces spaces("H5Dread", from.dataset, memorySpace, fileSpace);
   const OwnTransferList list = readingList(givenList);
   const hid_t type = from.type.get();
-  const auto transfer = [&, dataset = from.dataset](void* buffer) {
-    return H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
-  };
-  outs.give(readData(type, spaces.memory.get(), points, transfer));
+  const chunks::Transfer transfer{from.dataset,      type,       spaces.transferred(),
+                                  spaces.file.get(), list.get(), givenList};
+  const auto fillBuffer = [&transfer](void* buffer) { return chunks::read(transfer, buffer); };
+  outs.give(readData(type, spaces.memory.get(), points, fillBuffer));
 }
 
 void write(Inputs ins, Results& /*outs*/) {
@@ -213,10 +214,13 @@ void write(Inputs ins, Results& /*outs*/) {
       take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
-  const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return hdf5::writeDataset(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+  const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
+                                  spaces.file.get(), list,       list};
+  const auto writeBuffer = [&transfer](const void* buffer) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return chunks::write(transfer, buffer); });
   };
-  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
+  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, writeBuffer);
 }
 
 constexpr Row kDatasetFunctions[] = {
