@@ -86,9 +86,13 @@ void ChunkParts::eachRun(const ChunkPart& part, Copy copy) const {
   const Dimension& line = dimensions_[inner];
   const bool joined = line.memoryStep == line.chunkStep;
   Corner now = part.from;
+  std::size_t base = memoryBase_;
+  for (std::size_t d = inner + 1; d < rank(); ++d) {
+    base += dimensions_[d].memory.at(part.from[d]) * dimensions_[d].memoryStep;
+  }
   for (;;) {
     std::size_t inChunk = 0;
-    std::size_t inArray = memoryBase_;
+    std::size_t inArray = base;
     for (std::size_t d = 0; d < inner; ++d) {
       const Dimension& dimension = dimensions_[d];
       inChunk += (dimension.file.at(now[d]) - part.corner[d]) * dimension.chunkStep;

@@ -11,9 +11,6 @@ from zembra import h5
 
 DEFAULT, ALL = "H5P_DEFAULT", "H5S_ALL"
 
-# Less than this is HDF5's in any case: see docs/chunks.md.
-SELECTED_BYTES = 256 << 10
-
 
 @contextmanager
 def threads(count):
@@ -88,7 +85,7 @@ def filters(creation, names):
             getattr(creation, f"set_{kind}")()
 
 
-def make(path, data, chunks, names, maxshape=None, fill=None, libver=None, dtype=None):
+def make(path, data, chunks, names, growing=False, fill=None, libver=None, dtype=None):
     """A file with the dataset `data`, through h5py; without data, nothing is written."""
     with h5py.File(path, "w", libver=libver) as file:
         creation = h5py.h5p.create(h5py.h5p.DATASET_CREATE)
@@ -98,7 +95,8 @@ def make(path, data, chunks, names, maxshape=None, fill=None, libver=None, dtype
         filters(creation, names)
         extent = data.shape if isinstance(data, np.ndarray) else data
         kind = h5py.h5t.py_create(np.dtype(dtype or data.dtype), logical=True)
-        space = h5py.h5s.create_simple(extent, maxshape or extent)
+        most = (h5py.h5s.UNLIMITED,) * len(extent) if growing else extent
+        space = h5py.h5s.create_simple(extent, most)
         dataset = h5py.h5d.create(file.id, b"data", kind, space, creation)
         if isinstance(data, np.ndarray):
             dataset.write(h5py.h5s.ALL, h5py.h5s.ALL, np.ascontiguousarray(data))

