@@ -1,7 +1,10 @@
 #include "chunks/byte_shuffle.hpp"
 
 #include <array>
+#include <bit>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 namespace chunks {
 namespace {
@@ -35,31 +38,43 @@ constexpr std::size_t kWidth = sizeof(Bytes16);
 template <std::size_t Size>
 using Block = std::array<Bytes16, Size>;  // of kWidth elements
 
+/// `step(0)` to `step(Count - 1)` as constants, without a loop: blocks stay in registers.
+template <std::size_t Count, class Step>
+void unrolled(Step step) {
+  [&]<std::size_t... I>(std::index_sequence<I...>) {
+    (step(std::integral_constant<std::size_t, I>()), ...);
+  }
+  (std::make_index_sequence<Count>());
+}
+
+template <std::size_t Size>
+constexpr std::size_t kRounds = std::bit_width(Size) - 1;
+
 /// Planes to elements: each round doubles how many bytes of an element stand together.
 template <std::size_t Size>
 Block<Size> interleaved(Block<Size> planes) {
-  for (std::size_t together = 1; together < Size; together *= 2) {
+  unrolled<kRounds<Size>>([&planes](auto) {
     Block<Size> next;
-    for (std::size_t i = 0; i < Size / 2; ++i) {
+    unrolled<Size / 2>([&](auto i) {
       next[2 * i] = interleaveLow(planes[i], planes[i + Size / 2]);
       next[2 * i + 1] = interleaveHigh(planes[i], planes[i + Size / 2]);
-    }
+    });
     planes = next;
-  }
+  });
   return planes;
 }
 
 /// Elements to planes: the same rounds backwards.
 template <std::size_t Size>
 Block<Size> separated(Block<Size> elements) {
-  for (std::size_t together = Size; together > 1; together /= 2) {
+  unrolled<kRounds<Size>>([&elements](auto) {
     Block<Size> next;
-    for (std::size_t i = 0; i < Size / 2; ++i) {
+    unrolled<Size / 2>([&](auto i) {
       next[i] = everySecond(elements[2 * i], elements[2 * i + 1]);
       next[i + Size / 2] = everyOther(elements[2 * i], elements[2 * i + 1]);
-    }
+    });
     elements = next;
-  }
+  });
   return elements;
 }
 
@@ -69,9 +84,9 @@ std::size_t unshuffleBlocks(const std::byte* from, std::size_t elements, std::by
   std::size_t done = 0;
   for (; elements - done >= kWidth; done += kWidth) {
     Block<Size> block;
-    for (std::size_t i = 0; i < Size; ++i) block[i] = load(from + i * elements + done);
+    unrolled<Size>([&](auto i) { block[i] = load(from + i * elements + done); });
     block = interleaved<Size>(block);
-    for (std::size_t i = 0; i < Size; ++i) store(to + done * Size + i * kWidth, block[i]);
+    unrolled<Size>([&](auto i) { store(to + done * Size + i * kWidth, block[i]); });
   }
   return done;
 }
@@ -80,9 +95,9 @@ std::size_t shuffleBlocks(const std::byte* from, std::size_t elements, std::byte
   std::size_t done = 0;
   for (; elements - done >= kWidth; done += kWidth) {
     Block<Size> block;
-    for (std::size_t i = 0; i < Size; ++i) block[i] = load(from + done * Size + i * kWidth);
+    unrolled<Size>([&](auto i) { block[i] = load(from + done * Size + i * kWidth); });
     block = separated<Size>(block);
-    for (std::size_t i = 0; i < Size; ++i) store(to + i * elements + done, block[i]);
+    unrolled<Size>([&](auto i) { store(to + i * elements + done, block[i]); });
   }
   return done;
 }
