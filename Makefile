@@ -53,6 +53,7 @@ bench:
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
 
 test-releases:
 	@tools/test_releases.sh

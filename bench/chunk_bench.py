@@ -152,6 +152,37 @@ def read_points(path, name, reads=10_000, size=(4, 16)):
     return with_zembra, with_h5py, close
 
 
+def read_windows(path, name, height=192, step=32):
+    """One window after the other, of which most was in the one before."""
+    pair = Pair(path, name)
+    width = pair.theirs.shape[1]
+    starts = range(0, 512 - height, step)
+    file = h5.H5Screate_simple(2, list(pair.theirs.shape), [])
+    memory = h5.H5Screate_simple(2, [height, width], [])
+    their_file = h5py.h5s.create_simple(pair.theirs.shape)
+    their_memory = h5py.h5s.create_simple((height, width))
+
+    def with_zembra():
+        for start in starts:
+            h5.H5Sselect_hyperslab(file, "H5S_SELECT_SET", [start, 0], [], [height, width], [])
+            values = h5.H5Dread(pair.ours, "H5ZB_DEFAULT", memory, file, DEFAULT)
+        return values
+
+    def with_h5py():
+        for start in starts:
+            their_file.select_hyperslab((start, 0), (height, width))
+            values = np.empty((height, width))
+            pair.theirs.read(their_memory, their_file, values)
+        return values
+
+    def close():
+        h5.H5Sclose(file)
+        h5.H5Sclose(memory)
+        pair.close()
+
+    return with_zembra, with_h5py, close
+
+
 def rows(path):
     """Names and what makes the two functions of each."""
     for name in PIPELINES:
@@ -164,6 +195,8 @@ def rows(path):
         yield f"read {share}, gzip 6, shuffle", lambda start=start, count=count: read_slab(
             path, "gzip 6, shuffle", start, count
         )
+    yield "windows of 12 MB, gzip 6, shuffle", lambda: read_windows(path, "gzip 6, shuffle")
+    yield "windows of 3 MB, small chunks", lambda: read_windows(path, "small chunks")
     yield "10,000 small reads, gzip 6, shuffle", lambda: read_points(path, "small chunks")
 
 

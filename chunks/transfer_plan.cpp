@@ -10,14 +10,18 @@
 namespace chunks {
 namespace {
 
-/// To look at a dataset takes as long as HDF5 takes to copy a part of this.
-constexpr std::size_t kLeastBytes = std::size_t{256} << 10;
+/// To look at a dataset takes a tenth of the time in which HDF5 copies this much.
+constexpr std::size_t kLeastBytes = std::size_t{1} << 20;
 /// Chunks larger than this would be in memory too often at once.
 constexpr std::size_t kLargestChunk = std::size_t{64} << 20;
 /// A thread is worth its start for this much of chunks.
 constexpr std::size_t kBytesPerThread = std::size_t{512} << 10;
-/// All that is in memory besides the array: each thread has about four chunks in hand.
+/// All that is in memory besides the array, and how many chunks each thread has in hand.
 constexpr std::size_t kMemoryForChunks = std::size_t{1} << 30;
+constexpr std::size_t kChunksPerThread = 6;
+/// A call that has so many times as much of chunks as fits into the chunk cache leaves at
+/// most one part of these in it that the next call could use.
+constexpr std::size_t kCaches = 3;
 
 bool asksForNothingSpecial(hid_t list) {
   return list == H5P_DEFAULT || H5Pequal(list, H5P_DATASET_XFER_DEFAULT) > 0;
@@ -73,25 +77,28 @@ std::size_t chunkCacheBytes(hid_t dataset) {
   return slots == 0 ? 0 : bytes;
 }
 
-/// A chunk that stays in HDF5's cache need not be decoded again. What passes through in one
-/// call and is more than twice the cache leaves next to nothing behind that a following
-/// call could use: half of it at most, and libdeflate is more than twice as fast.
+/// A chunk that stays in HDF5's cache need not be decoded again. The others HDF5 would have
+/// to inflate anew, and it takes about twice as long as libdeflate.
 bool outgrowsCache(hid_t dataset, std::size_t chunks, std::size_t chunkBytes) {
   const std::size_t cache = chunkCacheBytes(dataset);
-  return chunks > 2 * (cache / chunkBytes);
+  return chunks > kCaches * (cache / chunkBytes);
 }
 
 unsigned threadsFor(unsigned most, std::size_t chunks, std::size_t chunkBytes) {
   const std::size_t busy = std::min(chunks, chunks * chunkBytes / kBytesPerThread);
-  const std::size_t room = kMemoryForChunks / (4 * chunkBytes);
+  const std::size_t room = kMemoryForChunks / (kChunksPerThread * chunkBytes);
   return static_cast<unsigned>(std::clamp<std::size_t>(std::min(busy, room), 1, most));
 }
 
-std::optional<Plan> planFor(const Transfer& transfer, unsigned intent) {
+enum class Direction { kReading, kWriting };
+
+std::optional<Plan> planFor(const Transfer& transfer, Direction direction) {
+  const bool writes = direction == Direction::kWriting;
   const hssize_t points = H5Sget_select_npoints(transfer.fileSpace);
   const std::size_t memorySize = H5Tget_size(transfer.memoryType);
   if (!hdf5::kRawChunks || points <= 0 || memorySize == 0 ||
-      static_cast<std::size_t>(points) < kLeastBytes / memorySize) {
+      static_cast<std::size_t>(points) < kLeastBytes / memorySize ||
+      H5Dget_offset(transfer.dataset) != HADDR_UNDEF) {  // which chunks have each
     return std::nullopt;
   }
   const ThreadCount threads = threadCount();
@@ -106,10 +113,8 @@ std::optional<Plan> planFor(const Transfer& transfer, unsigned intent) {
   }
   const int rank = H5Pget_chunk(creation.get(), H5S_MAX_RANK, chunk.data());
   std::optional<FilterPipeline> filters = FilterPipeline::of(creation.get());
-  if (!filters || !allows(transfer.dataset, intent)) return std::nullopt;
+  if (!filters || (writes && !filters->canEncode())) return std::nullopt;
 
-  const hdf5::Space extent(H5Dget_space(transfer.dataset));
-  if (H5Sextent_equal(extent.get(), transfer.fileSpace) <= 0) return std::nullopt;
   const auto file = RegularSelection::of(transfer.fileSpace);
   const auto memory = RegularSelection::of(transfer.memorySpace);
   if (!file || !memory || static_cast<int>(file->rank()) != rank) return std::nullopt;
@@ -117,10 +122,20 @@ std::optional<Plan> planFor(const Transfer& transfer, unsigned intent) {
   if (!parts) return std::nullopt;
 
   hdf5::Type fileType(H5Dget_type(transfer.dataset));
-  const Change change = changeBetween(fileType.get(), transfer.memoryType);
   const std::size_t fileSize = H5Tget_size(fileType.get());
-  if (change == Change::kOther || fileSize == 0 ||
-      parts->pointsPerChunk() > kLargestChunk / std::max(fileSize, memorySize)) {
+  if (fileSize == 0 || parts->pointsPerChunk() > kLargestChunk / std::max(fileSize, memorySize)) {
+    return std::nullopt;
+  }
+  // HDF5 writes those of which only a part is written, one by one.
+  const std::size_t ours = writes ? parts->wholes() : parts->count();
+  const std::size_t chunkBytes = parts->pointsPerChunk() * fileSize;
+  if (ours < parts->count() - ours || !outgrowsCache(transfer.dataset, ours, chunkBytes)) {
+    return std::nullopt;
+  }
+  const hdf5::Space extent(H5Dget_space(transfer.dataset));
+  const Change change = changeBetween(fileType.get(), transfer.memoryType);
+  if (change == Change::kOther || H5Sextent_equal(extent.get(), transfer.fileSpace) <= 0 ||
+      !allows(transfer.dataset, writes ? H5F_ACC_RDWR : H5F_ACC_RDONLY)) {
     return std::nullopt;
   }
   Plan plan{.filters = std::move(*filters),
@@ -132,30 +147,18 @@ std::optional<Plan> planFor(const Transfer& transfer, unsigned intent) {
             .fill = {},
             .threads = 1};
   plan.fill = fillOf(creation.get(), plan.fileType.get(), fileSize);
-  plan.threads = threadsFor(threads.threads, plan.parts.count(), plan.chunkBytes());
+  plan.threads = threadsFor(threads.threads, plan.parts.count(), chunkBytes);
   return plan;
 }
 
 }  // namespace
 
 std::optional<Plan> planReading(const Transfer& transfer) {
-  std::optional<Plan> plan = planFor(transfer, H5F_ACC_RDONLY);
-  if (plan && !outgrowsCache(transfer.dataset, plan->parts.count(), plan->chunkBytes())) {
-    return std::nullopt;
-  }
-  return plan;
+  return planFor(transfer, Direction::kReading);
 }
 
 std::optional<Plan> planWriting(const Transfer& transfer) {
-  std::optional<Plan> plan = planFor(transfer, H5F_ACC_RDWR);
-  if (!plan || !plan->filters.canEncode()) return std::nullopt;
-  // HDF5 does those of which only a part is written, one by one.
-  const std::size_t wholes = plan->parts.wholes();
-  if (wholes < plan->parts.count() - wholes ||
-      !outgrowsCache(transfer.dataset, wholes, plan->chunkBytes())) {
-    return std::nullopt;
-  }
-  return plan;
+  return planFor(transfer, Direction::kWriting);
 }
 
 }  // namespace chunks

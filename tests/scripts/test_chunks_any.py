@@ -9,7 +9,7 @@ from hypothesis import strategies as st
 from chunked import h5py_values, make, opened, read_both_ways, space_of, threads, values
 from zembra import h5
 
-ELEMENTS = 70_000  # at least, of four bytes and more: less is left to HDF5
+ELEMENTS = 300_000  # at least, of four bytes and more: less is left to HDF5
 
 PIPELINES = st.lists(
     st.sampled_from(["shuffle", "fletcher32", "deflate 1", "deflate 6"]), min_size=1, max_size=4

@@ -119,7 +119,7 @@ int main() {
       {"checksums only", "f", {64, 100}, same, {64, 100}, {600, 700}},
       {"parts of chunks", "dsf", {64, 100}, same, {3, 5}, {690, 880}},
       {"to double", "sd", {64, 100}, H5T_NATIVE_DOUBLE, {0, 0}, {kRows, kColumns}},
-      {"to short", "fd", {50, 90}, H5T_NATIVE_SHORT, {50, 90}, {600, 720}},
+      {"to long", "fd", {50, 90}, H5T_NATIVE_INT64, {50, 90}, {600, 720}},
   };
   for (const Case& tried : cases) tryOut(tried, path);
   std::remove(path.c_str());

@@ -16,13 +16,13 @@ namespace {
 
 using namespace h5test;
 
-constexpr hsize_t kRows = 200;
+constexpr hsize_t kRows = 800;
 constexpr hsize_t kColumns = 300;
-constexpr hsize_t kChunkRows = 20;
+constexpr hsize_t kChunkRows = 80;
 constexpr int kChunks = 10;
 constexpr std::size_t kChunkBytes = kChunkRows * kColumns * sizeof(double);
 
-/// A dataset of 200 by 300 doubles in ten chunks, and a chunk cache that none fits into.
+/// A dataset of 800 by 300 doubles in ten chunks, and a chunk cache that none fits into.
 class ChunkPaths : public testing::Test {
  protected:
   void SetUp() override {
@@ -111,7 +111,7 @@ TEST_F(ChunkPaths, ConvertsNumbers) {
 TEST_F(ChunkPaths, SelectsOnlyTheChunksThatAreTouched) {
   H5Pset_deflate(creation.get(), 6);
   const Owned dataset = written();
-  select(space, "H5S_SELECT_SET", row({25, 0}), empty(), row({130, 300}), empty());
+  select(space, "H5S_SELECT_SET", row({100, 0}), empty(), row({520, 300}), empty());
   storedChunkCalls();
   readFrom(dataset, space, space);
   EXPECT_EQ(storedChunkCalls().reads, 7);
@@ -120,16 +120,16 @@ TEST_F(ChunkPaths, SelectsOnlyTheChunksThatAreTouched) {
 TEST_F(ChunkPaths, LeavesPartsOfChunksToHdf5WhenWriting) {
   H5Pset_deflate(creation.get(), 6);
   const Owned dataset = written();
-  select(space, "H5S_SELECT_SET", row({25, 0}), empty(), row({130, 300}), empty());
+  select(space, "H5S_SELECT_SET", row({100, 0}), empty(), row({520, 300}), empty());
   storedChunkCalls();
   writeTo(dataset, space, space, row(values));
-  EXPECT_EQ(storedChunkCalls().writes, 5);  // of rows 40 to 139
+  EXPECT_EQ(storedChunkCalls().writes, 5);  // of rows 160 to 559
   EXPECT_EQ(numbersOf(readAll(dataset)), values);
 }
 
-TEST_F(ChunkPaths, ServesWhatIsLargerThanTwiceTheCache) {
+TEST_F(ChunkPaths, ServesWhatIsLargerThanThreeCaches) {
   H5Pset_deflate(creation.get(), 6);
-  H5Pset_chunk_cache(access.get(), 521, 4 * kChunkBytes, 0.75);
+  H5Pset_chunk_cache(access.get(), 521, 3 * kChunkBytes, 0.75);
   expectRead(written(), true);
 }
 
@@ -148,7 +148,7 @@ TEST_F(ChunkPaths, LeavesEverythingToHdf5WithOneThread) {
 
 TEST_F(ChunkPaths, LeavesWhatFitsIntoTheChunkCache) {
   H5Pset_deflate(creation.get(), 6);
-  H5Pset_chunk_cache(access.get(), 521, 5 * kChunkBytes, 0.75);
+  H5Pset_chunk_cache(access.get(), 521, 4 * kChunkBytes, 0.75);
   const Owned dataset = written();
   expectRead(dataset, false);
   expectWritten(dataset, false);
@@ -157,7 +157,7 @@ TEST_F(ChunkPaths, LeavesWhatFitsIntoTheChunkCache) {
 TEST_F(ChunkPaths, LeavesSmallReads) {
   H5Pset_deflate(creation.get(), 6);
   const Owned dataset = written();
-  select(space, "H5S_SELECT_SET", row({0, 0}), empty(), row({100, 300}), empty());
+  select(space, "H5S_SELECT_SET", row({0, 0}), empty(), row({400, 300}), empty());
   storedChunkCalls();
   readFrom(dataset, space, space);
   EXPECT_EQ(storedChunkCalls().reads, 0);
@@ -195,8 +195,8 @@ TEST_F(ChunkPaths, LeavesListsThatAskForSomething) {
 TEST_F(ChunkPaths, LeavesPointsAndIrregularBlocks) {
   H5Pset_deflate(creation.get(), 6);
   const Owned dataset = written();
-  select(space, "H5S_SELECT_SET", row({0, 0}), empty(), row({150, 300}), empty());
-  select(space, "H5S_SELECT_OR", row({170, 0}), empty(), row({10, 20}), empty());
+  select(space, "H5S_SELECT_SET", row({0, 0}), empty(), row({600, 300}), empty());
+  select(space, "H5S_SELECT_OR", row({700, 0}), empty(), row({10, 20}), empty());
   storedChunkCalls();
   readFrom(dataset, space, space);
   EXPECT_EQ(storedChunkCalls().reads, 0);
