@@ -17,7 +17,7 @@ constexpr unsigned kMost = 64;
 /// 0 where nothing that counts is asked for.
 unsigned askedFor() {
   // Who changes the environment waits for the library's lock, as callers do.
-  const char* text = std::getenv("H5GATE_THREADS");  // NOLINT(concurrency-mt-unsafe)
+  const char* text = std::getenv("H5GATE_THREADS");
   if (text == nullptr) return 0;
   const char* end = text + std::strlen(text);
   unsigned count = 0;
