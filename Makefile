@@ -3,6 +3,7 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make sanitize-threads  compressed chunks under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
 #   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        any function with anything, under the same sanitizers
@@ -24,8 +25,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test nested test-releases bench sanitize fuzz lint format install \
-  uninstall deb clean
+.PHONY: setup build demo test nested test-releases bench sanitize sanitize-threads fuzz lint format \
+  install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -58,6 +59,7 @@ bench:
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
 
 test-releases:
 	@tools/test_releases.sh
@@ -81,6 +83,13 @@ sanitize:
 	  LD_PRELOAD="$$(for library in asan ubsan stdc++; do \
 	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
 	  $(PYTEST) --capture=sys --ignore-glob='*/test_inspect*.py'
+
+# Threads have a sanitizer of their own, which nothing else can be built with.
+sanitize-threads:
+	@tools/setup.sh test
+	cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) $(CMAKE_ARGS)
+	cmake --build --preset release --target chunks_at_work
+	TSAN_OPTIONS=halt_on_error=1 build/bin/chunks_at_work
 
 # Other seeds than these two: build-sanitize/bin/random_calls SEED CALLS
 fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0

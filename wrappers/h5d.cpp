@@ -4,8 +4,10 @@
 #include <tuple>
 #include <utility>
 
+#include "chunks/chunked_transfer.hpp"
 #include "hdf5/closing.hpp"
 #include "hdf5/dataset_shields.hpp"
+#include "hdf5/disk_room.hpp"
 #include "hdf5/nested_data.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
@@ -216,8 +218,8 @@ void read(Inputs ins, Results& outs) {
   const auto transfer = [&, dataset = from.dataset, given = givenList](void* buffer,
                                                                        HDF5Dataset& host) {
     ReadingList list(given, type, host);
-    const herr_t status =
-        H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+    const herr_t status = chunks::read(
+        {dataset, type, spaces.transferred(), spaces.file.get(), list.get(), given}, buffer);
     if (status < 0) list.close();
     return status;
   };
@@ -236,10 +238,17 @@ void write(Inputs ins, Results& /*outs*/) {
       take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
-  const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return hdf5::writeNested(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+  const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
+                                  spaces.file.get(), list,       list};
+  const auto writeBytes = [&transfer](const void* bytes) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return chunks::write(transfer, bytes); });
   };
-  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
+  const auto writeBuffer = [&](const void* buffer) {
+    return hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, buffer,
+                             writeBytes);
+  };
+  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, writeBuffer);
 }
 
 constexpr Row kDatasetFunctions[] = {
