@@ -34,10 +34,10 @@ build: setup
 demo: build
 	@mkdir -p build/demo
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /stations
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /readings
 	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) -m zembra tree build/demo/weather.h5
 
 test:
 	@tools/setup.sh test

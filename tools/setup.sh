@@ -13,7 +13,8 @@ packages=(
   python3 python3-dev python3-numpy pybind11-dev
 )
 # What is checked and measured against, and what the static checks have to read.
-tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest python3-scipy)
+tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest python3-scipy
+  python3-matplotlib python3-tqdm)
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
   bench) packages+=(libbenchmark-dev python3-h5py) ;;

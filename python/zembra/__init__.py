@@ -57,7 +57,8 @@ converts. Numbers go into a memory datatype with a name if every one of them sur
 it converts arguments no further than to the host's class for them (int64 arrays stay
 such), and gives results as the host has them, numbers as float.
 
-`inspect` reads a file from a stranger in a process of its own, and tells whether it is
+`tree` shows what is in a file, `table` the records of a compound. `inspect` reads a file from a
+stranger in a process of its own, and tells whether it is
 whole, damaged, or deadly for those who read it.
 
 What a script forgets to close is closed, and on disk, when the process ends in the
@@ -77,6 +78,8 @@ from ._errors import (
 from ._id import Id
 from ._inspect import Finding, Inspection, inspect
 from ._records import records
+from ._table import Table, table
+from ._tree import Tree, tree
 from ._version import __version__
 from ._zembra import call
 from . import h5
@@ -94,11 +97,15 @@ __all__ = [
     "LibraryFileExistsError",
     "LibraryFileNotFoundError",
     "LibraryPermissionError",
+    "Table",
+    "Tree",
     "__version__",
     "call",
     "h5",
     "inspect",
     "records",
+    "table",
+    "tree",
 ]
 
 # Tracebacks and help() name things as scripts do.
