@@ -52,6 +52,7 @@ bench:
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/dask_bench.py
 
 test-releases:
 	@tools/test_releases.sh

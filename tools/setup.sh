@@ -14,10 +14,11 @@ packages=(
 )
 # What is checked and measured against, and what the static checks have to read.
 tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest python3-scipy
-  python3-matplotlib python3-tqdm)
+  python3-matplotlib python3-tqdm python3-nbconvert python3-ipykernel python3-dask
+  python3-distributed)
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
-  bench) packages+=(libbenchmark-dev python3-h5py) ;;
+  bench) packages+=(libbenchmark-dev python3-h5py python3-dask) ;;
   deb) packages+=(debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
   lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck

@@ -75,6 +75,7 @@ def test_a_pipe_that_is_closed_ends_a_command(sample):
     with subprocess.Popen(
         command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=environment
     ) as running:
+        assert running.stdout is not None and running.stderr is not None
         running.stdout.close()
         assert running.stderr.read() == b""
     assert running.returncode in (0, 141)

@@ -171,8 +171,10 @@ def test_a_copy_that_fails_leaves_nothing(files, capsys, tmp_path):
 
 
 def test_progress_counts_every_byte(files):
-    totals, steps = [], []
-    copy(*map(str, files), Storage(gzip=1), begin=totals.append, progress=steps.append)
+    totals: list[int] = []
+    steps: list[int] = []
+    source, target = map(str, files)
+    copy(source, target, Storage(gzip=1), begin=totals.append, progress=steps.append)
     assert len(totals) == 1 and sum(steps) == totals[0] > 300_000
 
 
