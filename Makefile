@@ -4,8 +4,10 @@
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make test-releases  the tests with every HDF5 release and compiler
+#   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
+#   make docs        build, then make the site of the documents, in build/docs/html
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
 #   make deb         Debian packages, in build/deb
@@ -15,14 +17,16 @@
 PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
-PYTEST := $(PYTHON) -m pytest tests/scripts tests/releases tests/tools
+# A process for each core; what takes longest begins first.
+PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
+  tests/releases tests/scripts tests/tools
 
 # For those who only build it: no tests, and what another compiler warns of is no error.
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall deb \
-  clean
+.PHONY: setup build demo test nested test-releases bench sanitize fuzz lint format install \
+  uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -46,6 +50,9 @@ test:
 	ctest --preset release
 	PYTHONPATH=build/python $(PYTEST)
 
+nested: build
+	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
+
 bench:
 	@tools/setup.sh bench
 	$(CONFIGURE) -DH5GATE_BENCH=ON $(CMAKE_ARGS)
@@ -53,6 +60,12 @@ bench:
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
 	PYTHONPATH=build/python $(PYTHON) bench/dask_bench.py
+
+docs:
+	@tools/setup.sh docs
+	$(CONFIGURE) $(CMAKE_ARGS)
+	cmake --build --preset release
+	tools/make_docs.sh
 
 test-releases:
 	@tools/test_releases.sh

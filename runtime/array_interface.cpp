@@ -203,7 +203,8 @@ void zbSetField(zbArray* array, std::size_t index, const char* name, zbArray* va
 zbArray* zbDuplicateArray(const zbArray* array) { return handOver(copyOf(array)); }
 
 void zbDestroyArray(zbArray* array) {
-  if (array == nullptr) return;
+  // What a call around this one created is that call's to destroy.
+  if (array == nullptr || zembra::isOfOuterCall(array)) return;
   zembra::dismiss(array);
   zembra::drop(array);
 }

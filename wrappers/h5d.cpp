@@ -6,7 +6,7 @@
 
 #include "hdf5/closing.hpp"
 #include "hdf5/dataset_shields.hpp"
-#include "hdf5/disk_room.hpp"
+#include "hdf5/nested_data.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
@@ -171,17 +171,27 @@ hssize_t pointsOf(hid_t dataset) {
 extern "C" void* allocateVariableLength(size_t size, void* /*info*/) { return zbMalloc(size); }
 extern "C" void freeVariableLength(void* memory, void* /*info*/) { zbFree(memory); }
 
-/// A list of the transfer's own that has variable-length data allocated by the host.
+/// The list of a read: the given one, or for variable-length data one of its own that has
+/// them allocated by the host. For other data HDF5 would allocate that list's properties for
+/// nothing, and where one such allocation fails, it reads no more in this process.
 /// The copy of a class, which a script may name instead of a list, is a class: what
 /// closes either is a reference count.
-using OwnTransferList = hdf5::Handle<H5Idec_ref>;
-OwnTransferList readingList(hid_t given) {
-  OwnTransferList list(
-      checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
-  checked(H5Pset_vlen_mem_manager(list.get(), allocateVariableLength, nullptr, freeVariableLength,
-                                  nullptr));
-  return list;
-}
+class ReadingList {
+ public:
+  ReadingList(hid_t given, hid_t memoryType) : list_(given) {
+    if (!hdf5::holdsPointers(memoryType)) return;
+    own_ = Own(checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
+    list_ = own_.get();
+    checked(H5Pset_vlen_mem_manager(list_, allocateVariableLength, nullptr, freeVariableLength,
+                                    nullptr));
+  }
+  [[nodiscard]] hid_t get() const { return list_; }
+
+ private:
+  using Own = hdf5::Handle<H5Idec_ref>;
+  hid_t list_;
+  Own own_;
+};
 
 /// Where a read comes from and the memory datatype that it is given or that suits it:
 /// two inputs.
@@ -200,8 +210,8 @@ void read(Inputs ins, Results& outs) {
       take<ReadFrom, MemorySpaceId, FileSpaceId, TransferList>(ins);
   const hssize_t points = pointsOf(from.dataset);
   const TransferSpaces spaces("H5Dread", from.dataset, memorySpace, fileSpace);
-  const OwnTransferList list = readingList(givenList);
   const hid_t type = from.type.get();
+  const ReadingList list(givenList, type);
   const auto transfer = [&, dataset = from.dataset](void* buffer) {
     return H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
   };
@@ -214,7 +224,7 @@ void write(Inputs ins, Results& /*outs*/) {
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return hdf5::writeDataset(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+    return hdf5::writeNested(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
   };
   writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
 }
