@@ -25,7 +25,7 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test nested test-releases bench sanitize fuzz lint format install \
+.PHONY: setup build demo docs test nested test-releases bench sanitize fuzz lint format install \
   uninstall deb clean
 
 setup:

@@ -3,6 +3,8 @@
 
 make_pages.py FOLDER
 
+FOLDER has a copy of docs/, and gets beside it:
+
 The reference of the functions, an interface a page, of python/zembra/reference.txt; constants
 and enumerations with their values; the messages, of host/message_keys.def and docs/advice.txt.
 """
@@ -19,6 +21,7 @@ from make_stubs import given, taken
 
 ROOT = Path(__file__).resolve().parents[1]
 MANUAL = "https://support.hdfgroup.org/HDF5/doc1.8/RM/RM_{}.html"
+TASKS = ROOT / "docs/tasks.md"
 OWN = "H5ZB"  # the interface that HDF5 does not have
 
 TITLES = {
@@ -109,7 +112,7 @@ def _prose(text: str, keys: set[str]) -> str:
 
     def linked(found: re.Match[str]) -> str:
         key = found[1]
-        return f"[`{key}`](#message-{key.lower()})" if key in keys else found[0]
+        return f"[`{key}`](message-{key.lower()})" if key in keys else found[0]
 
     names = r"(?:^|(?<=\. ))((?:[a-z]\w*(?:, )?)+): "
     paragraphs = []
@@ -147,6 +150,8 @@ def _table(head: str, forms: Iterable[Any], kind_of: Any, records: Any) -> str:
 def _link(path: Path) -> str:
     """A page of these documents by a link, other files by their place."""
     if path.is_relative_to(ROOT / "docs"):
+        if path == TASKS:
+            return "[Coming from h5py](../from_h5py.md)"
         place = path.relative_to(ROOT / "docs")
         return f"[{_title(path)}](../{place})"
     return f"`{path.relative_to(ROOT)}`"
@@ -300,7 +305,7 @@ class Task(NamedTuple):
 
 
 def tasks() -> list[Task]:
-    text = (ROOT / "docs/tasks.md").read_text(encoding="utf-8")
+    text = TASKS.read_text(encoding="utf-8")
     return [Task(title, dict(_WAY.findall(body))) for title, body in _TASK.findall(text)]
 
 
@@ -314,7 +319,20 @@ def tasks_page(way: str) -> str:
     return text
 
 
+# --- Pages that are written by hand -----------------------------------------------------------
+
+_OUTWARD = re.compile(r"\[([^]]*)\]\((?:\.\./)+(?:examples|tests|tools|bench)[^)]*\)")
+
+
+def without_links_outward(folder: Path) -> None:
+    """What is beside the pages in the repository is not on the site."""
+    for page in folder.glob("**/*.md"):
+        text = page.read_text(encoding="utf-8")
+        page.write_text(_OUTWARD.sub(r"\1", text), encoding="utf-8")
+
+
 def write(folder: Path) -> None:
+    without_links_outward(folder)
     reference = load_reference(ROOT / "python/zembra")
     keys = {message.key for group in messages().values() for message in group}
     pages = dict(function_pages(reference, keys))
