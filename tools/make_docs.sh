@@ -13,7 +13,7 @@ cp -r docs/. "$pages"
 /usr/bin/python3 tools/make_pages.py "$pages"
 
 cd build/docs/run
-/usr/bin/python3 "$root/tools/run_pages.py" "$root"/docs/start.md "$root"/docs/tutorial/*.md
+/usr/bin/python3 "$root/tools/run_pages.py" "$root"/docs/tutorial/[1-6]_*.md
 for picture in *.png; do
   cp "$picture" "$pages/tutorial/"
 done

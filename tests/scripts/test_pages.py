@@ -18,7 +18,7 @@ from zembra._diff import differences
 
 ROOT = Path(__file__).resolve().parents[2]
 DOCS = ROOT / "docs"
-STORY = [DOCS / "start.md", *sorted((DOCS / "tutorial").glob("[1-6]_*.md")), DOCS / "dask.md"]
+STORY = [ROOT / "README.md", DOCS / "start.md", *sorted((DOCS / "tutorial").glob("[1-6]_*.md")), DOCS / "dask.md"]
 
 
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")  # of matplotlib's and dask's own
@@ -27,7 +27,7 @@ def test_the_pages_run_as_they_stand(tmp_path, monkeypatch):
         pytest.importorskip(module, reason=f"{module} is not installed")
     monkeypatch.chdir(tmp_path)
     monkeypatch.setenv("MPLBACKEND", "Agg")
-    assert len(STORY) == 8
+    assert len(STORY) == 9
     for page in STORY:
         run_pages.run(page)
     pictures = {
