@@ -13,12 +13,18 @@ import make_pages
 import run_pages
 import zembra
 from load_reference import load_reference
+from peer import needs_h5py
 from zembra import _reference, h5
 from zembra._diff import differences
 
 ROOT = Path(__file__).resolve().parents[2]
 DOCS = ROOT / "docs"
-STORY = [ROOT / "README.md", DOCS / "start.md", *sorted((DOCS / "tutorial").glob("[1-6]_*.md")), DOCS / "dask.md"]
+STORY = [
+    ROOT / "README.md",
+    DOCS / "start.md",
+    *sorted((DOCS / "tutorial").glob("[1-6]_*.md")),
+    DOCS / "dask.md",
+]
 
 
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")  # of matplotlib's and dask's own
@@ -65,8 +71,8 @@ def printed(code, folder, monkeypatch):
     return out.getvalue()
 
 
+@needs_h5py
 def test_tasks_are_the_same_with_h5py(tmp_path, monkeypatch):
-    pytest.importorskip("h5py")
     tasks = make_pages.tasks()
     assert len(tasks) == 21  # the first is what comes before all else
     texts = {
