@@ -197,7 +197,7 @@ def constants_page() -> str:
     for name in names:
         topics["_".join(name.split("_")[:2])].append(name)
     small = {topic for topic, found in topics.items() if len(found) == 1}
-    grouped = defaultdict(list)
+    grouped: dict[str, list[str]] = defaultdict(list)
     for topic, found in topics.items():
         grouped[topic.partition("_")[0] if topic in small else topic] += found
     for topic, found in sorted(grouped.items()):

@@ -22,6 +22,7 @@ def run(capsys, *words):
     try:
         status = _command_line.main([str(word) for word in words])
     except SystemExit as end:  # of argparse
+        assert isinstance(end.code, int)
         status = end.code
     return Done(status, *capsys.readouterr())
 

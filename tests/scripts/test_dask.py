@@ -5,6 +5,7 @@ import pickle
 import subprocess
 import sys
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
@@ -17,7 +18,7 @@ import zembra  # noqa: E402
 from zembra.dask import from_dataset, to_dataset  # noqa: E402
 
 ROOT = Path(__file__).resolve().parents[2]
-SERIAL = {"scheduler": "synchronous"}
+SERIAL: dict[str, Any] = {"scheduler": "synchronous"}
 VALUES = np.arange(7000.0).reshape(100, 70)
 
 pytestmark = pytest.mark.filterwarnings("ignore::DeprecationWarning")  # of dask's own
@@ -159,7 +160,7 @@ def test_blocks_are_joined_by_links_that_any_hdf5_reads(tmp_path):
 
 
 def test_blocks_are_gathered_into_one_dataset(tmp_path):
-    more = {"chunks": (10, 70), "gzip": 6, "fletcher32": True}
+    more: dict[str, Any] = {"chunks": (10, 70), "gzip": 6, "fletcher32": True}
     to_dataset(array_of_blocks(), tmp_path / "out.h5", "x/y", gather=True, **more, **SERIAL)
     to_dataset(array_of_blocks() + 1, tmp_path / "out.h5", "z", gather=True, **SERIAL)
     assert os.listdir(tmp_path) == ["out.h5"]
