@@ -76,10 +76,11 @@ def by_many(folder: Path, client: Any) -> Values:
     """One array of all files; a task reads a block of one, wherever it runs."""
     import dask.array as da
 
+    (folder / "climate.h5").unlink(missing_ok=True)
     year = from_dataset(folder / "station-*.h5", "temperature")
     climate = da.stack(monthly(year), axis=1).rechunk((6, 12))
     to_dataset(climate, folder / "climate.h5", "/climate", gzip=6, scheduler=client)
-    result: Values = from_dataset(folder / "climate.h5", "/climate").compute(scheduler="sync")
+    result: Values = from_dataset(folder / "climate.h5", "/climate").compute()
     return result
 
 

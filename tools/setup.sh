@@ -21,7 +21,7 @@ case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
   bench) packages+=(libbenchmark-dev python3-h5py python3-dask) ;;
   deb) packages+=(build-essential debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
-  docs) packages+=(python3-matplotlib python3-dask python3-sphinx python3-myst-parser furo) ;;
+  docs) packages+=(python3-matplotlib python3-sphinx python3-myst-parser furo) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
   lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
     libbenchmark-dev) ;;

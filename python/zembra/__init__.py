@@ -57,9 +57,9 @@ converts. Numbers go into a memory datatype with a name if every one of them sur
 it converts arguments no further than to the host's class for them (int64 arrays stay
 such), and gives results as the host has them, numbers as float.
 
-`tree` shows what is in a file, `table` the records of a compound. `inspect` reads a file from a
-stranger in a process of its own, and tells whether it is
-whole, damaged, or deadly for those who read it.
+`tree` shows what is in a file, `table` the records of a compound. `inspect` reads a file from
+a stranger in a process of its own, and tells whether it is whole, damaged, or deadly for those
+who read it. The module `zembra.dask` gives datasets as dask arrays, where dask is installed.
 
 What a script forgets to close is closed, and on disk, when the process ends in the
 ordinary way.
