@@ -7,6 +7,7 @@
 #include <new>
 #include <vector>
 
+#include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
 
@@ -105,21 +106,33 @@ extern "C" herr_t arrayFunction(hid_t from, hid_t to, H5T_cdata_t* call, size_t 
 
 constexpr const char* kName = "h5gate arrays";
 
+/// What HDF5 has found out about conversions of compounds leads to those of their members,
+/// which a new function replaces: it forgets that only where a function is taken away, be it
+/// one that nobody has.
+void forgetMembers() {
+  H5Tunregister(H5T_PERS_SOFT, "h5gate nothing", H5I_INVALID_HID, H5I_INVALID_HID, nullptr);
+}
+
 }  // namespace
 
 ArrayConversion::ArrayConversion() {
   const hsize_t one = 1;
-  array_ = Type(H5Tarray_create2(H5T_NATIVE_INT, 1, &one));
-  registered_ = array_.valid() &&
-                H5Tregister(H5T_PERS_SOFT, kName, array_.get(), array_.get(), arrayFunction) >= 0;
+  Type array(H5Tarray_create2(H5T_NATIVE_INT, 1, &one));
+  registered_ = H5Tregister(H5T_PERS_SOFT, kName, array.get(), array.get(), arrayFunction) >= 0;
+  if (registered_) {
+    array.close();
+    forgetMembers();
+  } else {
+    const KeepErrorStack keep;
+    array.close();
+  }
 }
 
 ArrayConversion::~ArrayConversion() {
+  if (!registered_) return;
   const KeepErrorStack keep;
-  if (registered_) {
-    H5Tunregister(H5T_PERS_SOFT, kName, array_.get(), array_.get(), arrayFunction);
-  }
-  array_.close();
+  // Of all datatypes: those of arrays are as many as there are arrays.
+  H5Tunregister(H5T_PERS_SOFT, kName, H5I_INVALID_HID, H5I_INVALID_HID, arrayFunction);
 }
 
 }  // namespace hdf5

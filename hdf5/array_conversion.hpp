@@ -2,7 +2,7 @@
 // converted: each by a background of its own.
 #pragma once
 
-#include "hdf5/handle.hpp"
+#include "hdf5/compat.hpp"
 
 namespace hdf5 {
 
@@ -17,7 +17,6 @@ class ArrayConversion {
   [[nodiscard]] bool valid() const { return registered_; }
 
  private:
-  Type array_;
   bool registered_ = false;
 };
 

@@ -63,7 +63,7 @@ void read(Inputs ins, Results& outs) {
   const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, memoryType, nullptr);
   const hdf5::Space space(checked(H5Aget_space(attribute)));
   const hssize_t points = H5Sget_simple_extent_npoints(space.get());
-  outs.give(readData(type.get(), space.get(), points, [&, from = attribute](void* buffer) {
+  outs.give(readData(type.get(), space.get(), points, [&, from = attribute](void* buffer, auto&) {
     return H5Aread(from, type.get(), buffer);
   }));
 }

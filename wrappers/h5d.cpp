@@ -10,6 +10,7 @@
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
+#include "wrappers/dataset_parts.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 #include "wrappers/transfer_datatype.hpp"
@@ -168,24 +169,25 @@ hssize_t pointsOf(hid_t dataset) {
   return H5Sget_simple_extent_npoints(space.get());
 }
 
-extern "C" void* allocateVariableLength(size_t size, void* /*info*/) { return zbMalloc(size); }
-extern "C" void freeVariableLength(void* memory, void* /*info*/) { zbFree(memory); }
-
 /// The list of a read: the given one, or for variable-length data one of its own that has
-/// them allocated by the host. For other data HDF5 would allocate that list's properties for
-/// nothing, and where one such allocation fails, it reads no more in this process.
-/// The copy of a class, which a script may name instead of a list, is a class: what
+/// their memory provided by the host. For other data HDF5 would allocate that list's
+/// properties for nothing, and where one such allocation fails, it reads no more in this
+/// process. The copy of a class, which a script may name instead of a list, is a class: what
 /// closes either is a reference count.
 class ReadingList {
  public:
-  ReadingList(hid_t given, hid_t memoryType) : list_(given) {
+  ReadingList(hid_t given, hid_t memoryType, HDF5Dataset& host) : list_(given) {
     if (!hdf5::holdsPointers(memoryType)) return;
     own_ = Own(checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
     list_ = own_.get();
-    checked(H5Pset_vlen_mem_manager(list_, allocateVariableLength, nullptr, freeVariableLength,
-                                    nullptr));
+    host.provideMemory(list_);
   }
   [[nodiscard]] hid_t get() const { return list_; }
+  /// Closes the list of its own; HDF5's errors stay.
+  void close() {
+    const hdf5::KeepErrorStack keep;
+    own_.close();
+  }
 
  private:
   using Own = hdf5::Handle<H5Idec_ref>;
@@ -211,10 +213,21 @@ void read(Inputs ins, Results& outs) {
   const hssize_t points = pointsOf(from.dataset);
   const TransferSpaces spaces("H5Dread", from.dataset, memorySpace, fileSpace);
   const hid_t type = from.type.get();
-  const ReadingList list(givenList, type);
-  const auto transfer = [&, dataset = from.dataset](void* buffer) {
-    return H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+  const auto transfer = [&, dataset = from.dataset, given = givenList](void* buffer,
+                                                                       HDF5Dataset& host) {
+    ReadingList list(given, type, host);
+    const herr_t status =
+        H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+    if (status < 0) list.close();
+    return status;
   };
+  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
+    DatasetParts parts(from.dataset, spaces.file.get(), type, givenList);
+    if (parts.possible()) {
+      HDF5Dataset host(type, spaces.memory.get());
+      if (host.readsInParts()) return outs.give(parts.readInto(host));
+    }
+  }
   outs.give(readData(type, spaces.memory.get(), points, transfer));
 }
 

@@ -22,18 +22,23 @@ from zembra import h5
 DEFAULTS = ("H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
 
 
+class Maker:
+    """Makes what is closed in the end."""
+
+    def __init__(self, path):
+        self.identifiers = []
+        self.file = self(h5.H5Fcreate, path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")
+
+    def __call__(self, function, *arguments):
+        self.identifiers.append(function(*arguments))
+        return self.identifiers[-1]
+
+
 @pytest.fixture
 def made(path):
-    """Makes what is closed in the end."""
-    identifiers = [h5.H5Fcreate(path, "H5F_ACC_TRUNC", "H5P_DEFAULT", "H5P_DEFAULT")]
-
-    def make(function, *arguments):
-        identifiers.append(function(*arguments))
-        return identifiers[-1]
-
-    make.file = identifiers[0]
-    yield make
-    for identifier in reversed(identifiers):
+    maker = Maker(path)
+    yield maker
+    for identifier in reversed(maker.identifiers):
         h5.H5Idec_ref(identifier)
 
 
