@@ -8,6 +8,7 @@
 #   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        any function with anything, under the same sanitizers
 #   make bench       build and run the benchmarks
+#   make docs        build, then make the site of the documents, in build/docs/html
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
 #   make deb         Debian packages, in build/deb
@@ -25,8 +26,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test nested test-releases bench sanitize sanitize-threads fuzz lint format \
-  install uninstall deb clean
+.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz lint \
+  format install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -38,10 +39,10 @@ build: setup
 demo: build
 	@mkdir -p build/demo
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /stations
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /readings
 	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) -m zembra tree build/demo/weather.h5
 
 test:
 	@tools/setup.sh test
@@ -60,6 +61,13 @@ bench:
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
 	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/dask_bench.py
+
+docs:
+	@tools/setup.sh docs
+	$(CONFIGURE) $(CMAKE_ARGS)
+	cmake --build --preset release
+	tools/make_docs.sh
 
 test-releases:
 	@tools/test_releases.sh
