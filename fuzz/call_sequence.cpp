@@ -46,17 +46,19 @@ class CallSequence::Function : public zembra::Callable {
   Function(CallSequence& sequence, std::uint64_t seed) : sequence_(sequence), seed_(seed) {}
 
   Values call(int outputs, std::span<zbArray* const> inputs) override {
+    std::array<std::uint8_t, sizeof seed_> seed{};
+    std::memcpy(seed.data(), &seed_, sizeof seed_);
+    Choices choices(seed);
     std::array<std::uint8_t, kBytesOfCall> bytes{};
-    ++seed_;
-    std::memcpy(bytes.data(), &seed_, sizeof seed_);
-    Choices choices(bytes);
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(choices.word());
+    seed_ = choices.word();
     for (zbArray* input : inputs) {
       if (zbGetClass(input) == zbClass::Double && zbGetNumberOfElements(input) == 1) {
         sequence_.pools_.addIdentifier(zbGetScalar(input));
       }
     }
     if (sequence_.depth_ < 4 && !choices.oneIn(3)) {
-      Choices inner(std::span<const std::uint8_t>(bytes).subspan(0, sizeof seed_));
+      Choices inner(bytes);
       sequence_.step(inner);
     }
     if (choices.oneIn(12)) throw std::runtime_error("the function fails");

@@ -56,7 +56,7 @@ End inChild(const std::string& folder, unsigned seconds, const std::string& outp
   if (child < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
   if (child == 0) {
     if (chdir(folder.c_str()) != 0) _exit(3);
-    const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
     dup2(file, STDOUT_FILENO);
     dup2(file, STDERR_FILENO);
     stayWithinBounds();

@@ -18,6 +18,13 @@ bool holdsCompoundWithoutMembers(hid_t type) {
   return members == 0;
 }
 
+/// What arrays and sequences, one in the other, are of.
+H5T_class_t classOfElements(hid_t type) {
+  const H5T_class_t kind = H5Tget_class(type);
+  if (kind != H5T_ARRAY && kind != H5T_VLEN) return kind;
+  return classOfElements(Type(H5Tget_super(type)).get());
+}
+
 }  // namespace
 
 herr_t setTypeSize(hid_t type, size_t size) {
@@ -93,6 +100,15 @@ herr_t lockType(hid_t type) {
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList) {
   return H5Acreate2(object, name, type, space, creationList, kSince112 ? H5P_DEFAULT : accessList);
+}
+
+herr_t setTypeOffset(hid_t type, size_t offset) {
+  const H5T_class_t kind = classOfElements(type);
+  const bool isElement = kind != H5Tget_class(type);
+  if (isElement && (kind == H5T_COMPOUND || kind == H5T_OPAQUE || kind == H5T_REFERENCE)) {
+    return refuse("H5Tset_offset", "what the array or sequence is of has no offset");
+  }
+  return changeTransient<H5Tset_offset>("H5Tset_offset", type, offset);
 }
 
 }  // namespace hdf5

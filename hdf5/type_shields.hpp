@@ -87,4 +87,8 @@ herr_t changeTransient(const char* name, hid_t type, Arguments... arguments) {
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList);
 
+/// H5Tset_offset. HDF5 looks at the class of an array, or sequence, and then writes to what it is
+/// of as though that were a number: into a compound's members, for instance.
+herr_t setTypeOffset(hid_t type, size_t offset);
+
 }  // namespace hdf5

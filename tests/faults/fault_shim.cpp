@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/statvfs.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ namespace {
 
 using faults::Operation;
 
+constexpr std::uint64_t kLittle = std::uint64_t{4} << 20;  // bytes
 constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 
 bool armed = false;
@@ -121,6 +123,20 @@ FILE_FUNCTION(Read, EIO, ssize_t, pread, (int file, void* data, std::size_t size
 FILE_FUNCTION(Read, EIO, ssize_t, pread64, (int file, void* data, std::size_t size, off64_t place),
               (file, data, size, place))
 #undef FILE_FUNCTION
+
+// A disk that is full from some write on has had little room before.
+#define ROOM_FUNCTION(name, Room)                                            \
+  int name(const char* path, Room* room) {                                   \
+    static auto* const real = next<int(const char*, Room*)>(#name);          \
+    const int status = real(path, room);                                     \
+    const bool fills = armed && watched == Operation::Write && lastToFail == kNever; \
+    if (fills) room->f_bavail = count < firstToFail ? kLittle / room->f_frsize : 0;  \
+    return status;                                                           \
+  }
+
+ROOM_FUNCTION(statvfs, struct statvfs)
+ROOM_FUNCTION(statvfs64, struct statvfs64)
+#undef ROOM_FUNCTION
 
 #define OPEN_FUNCTION(name)                                                        \
   int name(const char* path, int flags, ...) {                                     \

@@ -234,6 +234,24 @@ TEST(HostileCallbacks, DoNotEndTheProcess) {
   }
 }
 
+TEST(HostileCallbacks, CannotCloseTheListIteratedOver) {
+  const Owned list = make("H5Pcreate", "H5P_DATASET_CREATE");
+  int calls = 0;
+  const Value f = function([&](int, std::span<zbArray* const> inputs) {
+    const double given = zbGetScalar(inputs[0]);
+    if (++calls == 1) {
+      call("H5Iinc_ref", list);
+      call("H5Pclose", list);
+    }
+    expectStack(failureOf("H5Pclose", {given}));
+    EXPECT_LT(callNumber("H5Idec_ref", given), 0);
+    return Results{number(0)};
+  });
+  call("H5Piterate", list, 0, f);
+  EXPECT_GT(calls, 2);
+  EXPECT_EQ(callNumber("H5Iget_ref", list), 1);
+}
+
 TEST(HostileCallbacks, CannotCloseTheLibrary) {
   const MemoryFile file;
   makeGroup(file, "g");
