@@ -5,30 +5,8 @@
 namespace hdf5 {
 namespace {
 
-/// Of lists on this thread, one inside the other.
-struct Iteration {
-  hid_t list;
-  const Iteration* outer;
-};
-thread_local const Iteration* innermost = nullptr;
-
-bool isIteratedOver(hid_t list) {
-  for (const Iteration* one = innermost; one != nullptr; one = one->outer) {
-    if (one->list == list) return true;
-  }
-  return false;
-}
-
-/// `close`, called `function`, where there is a reference to give up.
-template <class Status>
-Status closeUnlessInUse(const char* function, Status (*close)(hid_t), hid_t id) {
-  if (isLibrarys(id)) {
-    return refuse(function, "the identifier is HDF5's own: there is no reference to give up");
-  }
-  if (innermost != nullptr && isIteratedOver(id) && H5Iget_ref(id) == 1) {
-    return refuse(function, "the list is being iterated over");
-  }
-  return close(id);
+herr_t refuseToClose(const char* function) {
+  return refuse(function, "the identifier is HDF5's own: there is no reference to give up");
 }
 
 }  // namespace
@@ -45,25 +23,27 @@ bool isLibrarys(hid_t id) {
 }
 
 int iterateProperties(hid_t list, int* index, H5P_iterate_t visit, void* data) {
-  const Iteration iteration = {list, innermost};
-  innermost = &iteration;
-  const int status = H5Piterate(list, index, visit, data);
-  innermost = iteration.outer;
-  return status;
+  const InUse used(list);
+  return H5Piterate(list, index, visit, data);
 }
 
-herr_t closeList(hid_t list) { return closeUnlessInUse("H5Pclose", H5Pclose, list); }
+herr_t closeList(hid_t list) {
+  return isLibrarys(list) ? refuseToClose("H5Pclose") : closeObject<H5Pclose>(list);
+}
 
 herr_t closeClass(hid_t listClass) {
-  return closeUnlessInUse("H5Pclose_class", H5Pclose_class, listClass);
+  return isLibrarys(listClass) ? refuseToClose("H5Pclose_class")
+                               : closeObject<H5Pclose_class>(listClass);
 }
 
 herr_t closeAnyObject(hid_t object) {
-  return closeUnlessInUse("H5Oclose", closeObject<H5Oclose>, object);
+  if (isLibrarys(object)) return refuseToClose("H5Oclose");
+  return closeObject<H5Oclose>(object);
 }
 
 int decrementReferences(hid_t id) {
-  return closeUnlessInUse("H5Idec_ref", releaseReference, id);
+  if (isLibrarys(id)) return refuseToClose("H5Idec_ref");
+  return releaseReference(id);
 }
 
 }  // namespace hdf5

@@ -74,7 +74,7 @@ H5G_obj_t typeByIndex(hid_t location, hsize_t position) {
 }
 
 herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList) {
-  if (!kSince110 && !leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
+  if (!leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
   return H5Fmount(location, name, child, mountList);
 }
 

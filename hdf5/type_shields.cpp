@@ -1,7 +1,5 @@
 #include "hdf5/type_shields.hpp"
 
-#include "hdf5/handle.hpp"
-
 namespace hdf5 {
 namespace {
 
@@ -72,6 +70,10 @@ bool isUnstorable(hid_t type) {
     }
     default: return false;
   }
+}
+
+Type unlockedCopy(hid_t type) {
+  return Type(H5Tcommitted(type) == 0 ? H5Tcopy(type) : H5I_INVALID_HID);
 }
 
 bool isTooLarge(hid_t location, hid_t type) {

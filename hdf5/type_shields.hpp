@@ -3,6 +3,7 @@
 #pragma once
 
 #include "hdf5/error_stack.hpp"
+#include "hdf5/handle.hpp"
 
 namespace hdf5 {
 
@@ -52,6 +53,24 @@ struct OfStorableType<Create> {
       return refuse("H5Tcopy", "an enumeration without members cannot be copied");
     }
     return Create(location, name, type, rest...);
+  }
+};
+
+/// A copy, which nobody has locked; none where a file has the datatype.
+Type unlockedCopy(hid_t type);
+
+/// H5Dcreate, whichever `Create` is. A dataset shares a locked datatype, which can then be given
+/// up by its identifier, and neither dataset nor file closes any more.
+template <auto Create>
+struct OfUnlockedType;
+template <class... Rest, hid_t (*Create)(hid_t, const char*, hid_t, Rest...)>
+struct OfUnlockedType<Create> {
+  static hid_t create(hid_t location, const char* name, hid_t type, Rest... rest) {
+    Type copy = unlockedCopy(type);
+    const hid_t dataset = Create(location, name, copy.valid() ? copy.get() : type, rest...);
+    const KeepErrorStack keep;
+    copy.close();
+    return dataset;
   }
 };
 

@@ -29,8 +29,8 @@ using TransferList = ListId<"transfer property list identifier">;
 
 // --- Creating -------------------------------------------------------------------------
 
-constexpr auto create1 = hdf5::OfStorableType<H5Dcreate1>::create;
-constexpr auto create2 = hdf5::OfStorableType<H5Dcreate2>::create;
+constexpr auto create1 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate1>::create>::create;
+constexpr auto create2 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate2>::create>::create;
 
 // --- Extents --------------------------------------------------------------------------
 

@@ -2,12 +2,15 @@
 
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <unistd.h>
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+
+#include "tests/faults/fault_shim.hpp"
 
 namespace faults {
 namespace {
@@ -23,6 +26,7 @@ bool isOurs(const char* library) {
 /// Nothing here is safe in a handler; all of it beats not knowing.
 void tell(int signal) {
   std::array<void*, 64> frames{};
+  faultDisarm();
   const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
   for (int i = 0; i < count; ++i) {
     Dl_info info{};
@@ -32,6 +36,7 @@ void tell(int signal) {
     std::snprintf(where, length, "%s", info.dli_sname != nullptr ? info.dli_sname : file);
     break;
   }
+  backtrace_symbols_fd(frames.data(), count, STDERR_FILENO);  // for who tries one fault alone
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }

@@ -140,6 +140,31 @@ TEST(VaxOrder, IsStoredOfFloats) {
   EXPECT_EQ(callNumber("H5Tget_order", stored), hdf5::kSince112 ? H5T_ORDER_BE : H5T_ORDER_VAX);
 }
 
+// --- Locked datatypes --------------------------------------------------------------------
+
+TEST(LockedTypes, KeepADatasetOfHdf5Open) {
+  EXPECT_TRUE(kills([] {
+    const hid_t type = H5Tcreate(H5T_OPAQUE, 5);
+    H5Tlock(type);
+    const hid_t file = H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+    const hid_t dataset =
+        H5Dcreate2(file, "d", type, H5Screate(H5S_NULL), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+    H5Oclose(type);
+    if (H5Dclose(dataset) < 0) std::abort();
+  }));
+}
+
+TEST(LockedTypes, AreNotSharedWithDatasets) {
+  EXPECT_FALSE(kills([] {
+    const double type = callNumber("H5Tcreate", "H5T_OPAQUE", 5);
+    call("H5Tlock", type);
+    const MemoryFile file;
+    const double dataset = callNumber("H5Dcreate", file, "d", type, scalarSpace(), kDefault);
+    raisedBy([&] { call("H5Oclose", type); });
+    call("H5Dclose", dataset);
+  }));
+}
+
 // --- Offsets of what has none ----------------------------------------------------------
 
 TEST(OffsetsOfElements, KillHdf5WhereTheyAreOfACompound) {
