@@ -4,7 +4,9 @@
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make test-releases  the tests with every HDF5 release and compiler
-#   make fuzz        any function with anything, under the same sanitizers
+#   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
+#                    with clang, as many that coverage guides; mutated files
+#   make faults      tasks of which every allocation and every access to a file fails
 #   make bench       build and run the benchmarks
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
@@ -21,7 +23,7 @@ PYTEST := $(PYTHON) -m pytest tests/scripts tests/releases tests/tools
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test test-releases bench sanitize fuzz lint format install uninstall deb \
+.PHONY: setup build demo test test-releases bench sanitize fuzz faults lint format install uninstall deb \
   clean
 
 setup:
@@ -76,14 +78,27 @@ sanitize:
 	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
 	  $(PYTEST) --capture=sys --ignore-glob='*/test_inspect*.py'
 
-# Other seeds than these two: build-sanitize/bin/random_calls SEED CALLS
+# Other calls than these: build/bin/fuzz_calls SEED CALLS
+CALLS ?= 1000000
+MUTATIONS ?= 2000
 fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0
 fuzz:
 	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/fuzz_calls 1 $(CALLS)
 	cmake --preset sanitize $(CMAKE_ARGS)
-	cmake --build --preset sanitize --target random_calls h5gate
-	build-sanitize/bin/random_calls 1 50000
-	build-sanitize/bin/random_calls 2 50000
+	cmake --build --preset sanitize --target fuzz_calls h5gate
+	build-sanitize/bin/fuzz_calls 2 $$(($(CALLS) / 10))
+	tools/fuzz_guided.sh $$(($(CALLS) / 10))
+	H5GATE_MUTATIONS=$(MUTATIONS) PYTHONPATH=build/python $(PYTHON) -m pytest -k mutated \
+	  tests/scripts/test_inspect.py
+
+faults:
+	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/faults
 
 lint:
 	@tools/setup.sh lint

@@ -16,6 +16,19 @@ add_executable(fuzz_calls "${PROJECT_SOURCE_DIR}/fuzz/fuzz_calls.cpp")
 target_link_libraries(fuzz_calls PRIVATE fuzz_objects)
 add_dependencies(fuzz_calls h5gate)  # loaded at run time
 
+if(H5GATE_GUIDED)
+  add_executable(guided_calls "${PROJECT_SOURCE_DIR}/fuzz/guided_calls.cpp")
+  target_link_libraries(guided_calls PRIVATE fuzz_objects -fsanitize=fuzzer)
+  add_dependencies(guided_calls h5gate)
+else()
+  add_library(guided_calls OBJECT EXCLUDE_FROM_ALL "${PROJECT_SOURCE_DIR}/fuzz/guided_calls.cpp")
+  target_link_libraries(guided_calls PRIVATE h5gate_options)  # for the static checks
+endif()
+
+if(H5GATE_TESTS)
+  add_test(NAME calls COMMAND fuzz_calls 3 20000)
+endif()
+
 # Tasks of which everything fails once. The sanitizers have allocations of their own.
 if(NOT H5GATE_SANITIZE)
   add_library(fault_shim SHARED "${PROJECT_SOURCE_DIR}/tests/faults/fault_shim.cpp")
@@ -28,4 +41,7 @@ if(NOT H5GATE_SANITIZE)
     "${PROJECT_SOURCE_DIR}/tests/unit/open_identifiers.cpp")
   target_link_libraries(faults PRIVATE fault_shim fuzz_objects)
   add_dependencies(faults h5gate)
+  if(H5GATE_TESTS)
+    add_test(NAME faults COMMAND faults --sample 4)
+  endif()
 endif()

@@ -75,7 +75,8 @@ std::string classOfList(std::string_view function, std::string_view argument) {
 }
 
 bool isList(std::string_view name) {
-  return name.ends_with("_list") || isOneOf(name, {"plist", "other_plist", "memb_fapl", "memb_dxpl"});
+  return name.ends_with("_list") ||
+         isOneOf(name, {"plist", "other_plist", "memb_fapl", "memb_dxpl"});
 }
 
 // --- Other identifiers ---------------------------------------------------------------------
@@ -211,7 +212,8 @@ Value CallArguments::identifier(std::string_view name) {
   if (isOneOf(name, {"mem_space", "file_space"}) && choices_.oneIn(2)) {
     return zembra::makeText("H5S_ALL");
   }
-  if (function_ == "H5Rcreate" && name == "space" && choices_.oneIn(2)) return zembra::makeDouble(-1);
+  if (function_ == "H5Rcreate" && name == "space" && choices_.oneIn(2))
+    return zembra::makeDouble(-1);
   if (choices_.oneIn(32)) return zembra::makeDouble(pools_.closed(choices_));
   return zembra::makeDouble(pools_.open(choices_, kindsOf(function_, name)));
 }
@@ -236,9 +238,9 @@ double CallArguments::number() {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   static const double kUsual[] = {7, 8, 10, 12, 16, 32, 64, 100, 512, 1000, 4096, 65536};
-  static const double kSpecial[] = {-1,         -2,         0.5,        2.7,        1e6,  1e10,
-                                    0x1p31,     0x1p32 - 1, 0x1p32 + 1, 0x1p40,     -1e9, 0x1p52,
-                                    0x1p61 + 8, 0x1p62,     0x1p63,     0x1p64 - 1, kNaN, kInfinity};
+  static const double kSpecial[] = {
+      -1,     -2,   0.5,    2.7,        1e6,    1e10,   0x1p31,     0x1p32 - 1, 0x1p32 + 1,
+      0x1p40, -1e9, 0x1p52, 0x1p61 + 8, 0x1p62, 0x1p63, 0x1p64 - 1, kNaN,       kInfinity};
   const std::size_t choice = choices_.below(16);
   if (choice < 10) return smallNumber();
   return choice < 15 ? choices_.any(kUsual) : choices_.any(kSpecial);
@@ -261,7 +263,8 @@ Value CallArguments::whole(std::string_view name) {
     const Words& names = enumeratorsOf(function_, std::string(name));
     if (!names.empty()) return zembra::makeText(choices_.any(names));
   }
-  const bool isPlace = isOneOf(name, {"position", "index", "dim", "start", "start_point", "start_block"});
+  const bool isPlace =
+      isOneOf(name, {"position", "index", "dim", "start", "start_point", "start_block"});
   return zembra::makeDouble(isPlace && choices_.oneIn(2) ? 0 : number());
 }
 
@@ -321,7 +324,7 @@ Value CallArguments::text(std::string_view name) {
 // --- Arrays --------------------------------------------------------------------------------
 
 Value CallArguments::array() {
-  static const std::vector<std::size_t> kShapes[] = {{1, 1}, {4, 3}, {1, 12}, {1, 3}, {3, 1},
+  static const std::vector<std::size_t> kShapes[] = {{1, 1}, {4, 3}, {1, 12},   {1, 3}, {3, 1},
                                                      {0, 0}, {2, 2}, {2, 3, 2}, {5, 4}, {16, 1}};
   switch (choices_.below(8)) {
     case 0: return text("");
@@ -340,11 +343,10 @@ Value CallArguments::array() {
     }
     case 3: return row();
     default: {
-      const auto type = static_cast<zbClass>(static_cast<std::size_t>(zbClass::Logical) +
-                                             choices_.below(13));
+      const auto type =
+          static_cast<zbClass>(static_cast<std::size_t>(zbClass::Logical) + choices_.below(13));
       if (type == zbClass::Char) return text("");
-      return random(choices_, choices_.oneIn(2) ? zbClass::Double : type,
-                    choices_.any(kShapes));
+      return random(choices_, choices_.oneIn(2) ? zbClass::Double : type, choices_.any(kShapes));
     }
   }
 }
@@ -360,7 +362,9 @@ Value CallArguments::rawBytes() {
 Value CallArguments::record() {
   Value config;
   try {
-    config = call("H5Fget_mdc_config", {zembra::makeDouble(pools_.open(choices_, ObjectKind::File))}).at(0);
+    config =
+        call("H5Fget_mdc_config", {zembra::makeDouble(pools_.open(choices_, ObjectKind::File))})
+            .at(0);
   } catch (const std::exception&) {
     return zembra::makeStruct({{"x", row()}, {"s", text("")}});
   }

@@ -81,8 +81,8 @@ CallSequence::CallSequence(std::span<const std::uint8_t> bytes, Tally& tally, bo
 
 std::array<std::uint8_t, kBytesOfCall> closingCall(std::uint8_t variant) {
   const auto forms = zembra::python::allForms();
-  const auto index = static_cast<std::size_t>(
-      zembra::python::formsOf("H5close").data() - forms.data());
+  const auto index =
+      static_cast<std::size_t>(zembra::python::formsOf("H5close").data() - forms.data());
   return {static_cast<std::uint8_t>(index & 0xff), static_cast<std::uint8_t>(index >> 8), variant};
 }
 
@@ -192,8 +192,7 @@ Value CallSequence::make(const std::string& function, const Values& arguments) {
   const Form* form = zembra::python::formFor(forms, arguments.size());
   if (form == nullptr) throw std::logic_error(function + " takes other arguments");
   try {
-    const Values results =
-        callAloud(function, arguments, static_cast<int>(form->results.size()));
+    const Values results = callAloud(function, arguments, static_cast<int>(form->results.size()));
     keep(*form, arguments, results);
     return results.empty() ? zembra::makeEmpty() : results[0];
   } catch (const zembra::HostError&) {
@@ -269,8 +268,8 @@ void CallSequence::prepareFiles() {
                                row({2, 2}), zembra::makeEmpty()});
   const Value points = make("H5Scopy", {plane});
   const double places[] = {0, 0, 2, 3};
-  make("H5Sselect_elements", {points, text("H5S_SELECT_SET"),
-                              zembra::makeNumeric(zbClass::Double, {2, 2}, places)});
+  make("H5Sselect_elements",
+       {points, text("H5S_SELECT_SET"), zembra::makeNumeric(zbClass::Double, {2, 2}, places)});
   const Value chunks = make("H5Pcreate", {text("H5P_DATASET_CREATE")});
   make("H5Pset_chunk", {chunks, row({2, 2})});
   const Value packed = make("H5Pcopy", {chunks});

@@ -74,10 +74,11 @@ class Fuzzer {
 
   /// Whether nothing was found.
   bool report() const {
-    std::printf("%zu calls: %zu gave results, HDF5 refused %zu, the gateway %zu, for want of "
-                "memory %zu; %zu times the library would not close\n",
-                tally_.calls, tally_.done, tally_.refusedByHdf5, tally_.refusedByUs,
-                tally_.withoutMemory, tally_.keptOpen);
+    std::printf(
+        "%zu calls: %zu gave results, HDF5 refused %zu, the gateway %zu, for want of "
+        "memory %zu; %zu times the library would not close\n",
+        tally_.calls, tally_.done, tally_.refusedByHdf5, tally_.refusedByUs, tally_.withoutMemory,
+        tally_.keptOpen);
     for (const auto& [words, count] : found_) std::printf("%zu: %s\n", count, words.c_str());
     std::printf("%s\n", found_.empty() ? "no call ended the process" : "FINDINGS");
     return found_.empty();

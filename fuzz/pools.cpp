@@ -49,7 +49,8 @@ void Pools::addReference(const Value& value) { keep(references_, value); }
 
 double Pools::open(Choices& choices, Kinds kinds) const {
   std::size_t count = 0;
-  for (std::size_t kind = 0; kind < kKinds; ++kind) count += kinds.has(kind) ? open_[kind].size() : 0;
+  for (std::size_t kind = 0; kind < kKinds; ++kind)
+    count += kinds.has(kind) ? open_[kind].size() : 0;
   if (count == 0) return 0;
   std::size_t index = choices.below(count);
   for (std::size_t kind = 0; kind < kKinds; ++kind) {

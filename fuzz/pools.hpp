@@ -15,7 +15,16 @@ namespace fuzz {
 
 /// As scripts see them in an identifier's number.
 enum class ObjectKind : std::size_t {
-  File = 1, Group, Datatype, Space, Dataset, Attribute, Reference, Driver, ListClass, List
+  File = 1,
+  Group,
+  Datatype,
+  Space,
+  Dataset,
+  Attribute,
+  Reference,
+  Driver,
+  ListClass,
+  List
 };
 constexpr std::size_t kKinds = 16;
 
@@ -27,7 +36,7 @@ class Kinds {
     one.bits_ |= other.bits_;
     return one;
   }
-  
+
   [[nodiscard]] constexpr bool has(std::size_t kind) const { return (bits_ >> kind & 1U) != 0; }
 
  private:

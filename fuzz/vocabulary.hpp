@@ -14,9 +14,10 @@ struct Vocabulary {
   Words properties;   // of lists, for H5Pset and its like
   Words listClasses;  // "H5P_FILE_ACCESS" ...
   Words datatypes;    // "H5T_NATIVE_INT" ...
-  Words objects = {"data", "group",   "compound",   "group/record", "words", "sequences", "scale",
-                   "type", "soft",    "group/back", "chunks",       "new",   "group/new", ".",
-                   "/",    "dangling", "external",  "",             "none",  "references", "hung"};
+  Words objects = {"data",      "group",      "compound", "group/record", "words",    "sequences",
+                   "scale",     "type",       "soft",     "group/back",   "chunks",   "new",
+                   "group/new", ".",          "/",        "dangling",     "external", "",
+                   "none",      "references", "hung"};
   Words newObjects = {"new", "group/new", "made", "group/made", "new/made"};
   Words attributes = {"attribute", "words", "made", "none", ""};
   Words files = {"file.h5", "other.h5", "new.h5", "none.h5", "%05d.h5", "%s-%s", "", ".", "raw"};

@@ -76,6 +76,12 @@ Type unlockedCopy(hid_t type) {
   return Type(H5Tcommitted(type) == 0 ? H5Tcopy(type) : H5I_INVALID_HID);
 }
 
+bool isCompactElsewhere(hid_t id) {
+  return id != H5P_DEFAULT && H5Iget_type(id) == H5I_GENPROP_LST &&
+         H5Pisa_class(id, H5P_DATASET_CREATE) > 0 && H5Pget_layout(id) == H5D_COMPACT &&
+         H5Pget_external_count(id) > 0;
+}
+
 bool isTooLarge(hid_t location, hid_t type) {
   // Nothing takes more room in a file than here.
   constexpr std::size_t kAlwaysFits = 60000;

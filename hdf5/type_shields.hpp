@@ -59,6 +59,10 @@ struct OfStorableType<Create> {
 /// A copy, which nobody has locked; none where a file has the datatype.
 Type unlockedCopy(hid_t type);
 
+/// Whether the identifier is a list of data that lie in the object header and in external files
+/// at once, where HDF5 follows a null pointer.
+bool isCompactElsewhere(hid_t id);
+
 /// H5Dcreate, whichever `Create` is. A dataset shares a locked datatype, which can then be given
 /// up by its identifier, and neither dataset nor file closes any more.
 template <auto Create>
@@ -66,6 +70,9 @@ struct OfUnlockedType;
 template <class... Rest, hid_t (*Create)(hid_t, const char*, hid_t, Rest...)>
 struct OfUnlockedType<Create> {
   static hid_t create(hid_t location, const char* name, hid_t type, Rest... rest) {
+    if ((isCompactElsewhere(rest) || ...)) {
+      return refuse("H5Dcreate", "what lies in external files has no compact layout");
+    }
     Type copy = unlockedCopy(type);
     const hid_t dataset = Create(location, name, copy.valid() ? copy.get() : type, rest...);
     const KeepErrorStack keep;

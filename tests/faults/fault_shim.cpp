@@ -98,10 +98,10 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
 // --- Files ---------------------------------------------------------------------------------
 
 // Both names of what has one for large files.
-#define FILE_FUNCTION(operation, error, result, name, parameters, arguments)    \
-  result name parameters {                                                      \
-    static auto* const real = next<result parameters>(#name);                   \
-    return fails(Operation::operation, error, file) ? -1 : real arguments;      \
+#define FILE_FUNCTION(operation, error, result, name, parameters, arguments) \
+  result name parameters {                                                   \
+    static auto* const real = next<result parameters>(#name);                \
+    return fails(Operation::operation, error, file) ? -1 : real arguments;   \
   }
 
 FILE_FUNCTION(Write, ENOSPC, ssize_t, write, (int file, const void* data, std::size_t size),
@@ -125,13 +125,13 @@ FILE_FUNCTION(Read, EIO, ssize_t, pread64, (int file, void* data, std::size_t si
 #undef FILE_FUNCTION
 
 // A disk that is full from some write on has had little room before.
-#define ROOM_FUNCTION(name, Room)                                            \
-  int name(const char* path, Room* room) {                                   \
-    static auto* const real = next<int(const char*, Room*)>(#name);          \
-    const int status = real(path, room);                                     \
+#define ROOM_FUNCTION(name, Room)                                                    \
+  int name(const char* path, Room* room) {                                           \
+    static auto* const real = next<int(const char*, Room*)>(#name);                  \
+    const int status = real(path, room);                                             \
     const bool fills = armed && watched == Operation::Write && lastToFail == kNever; \
     if (fills) room->f_bavail = count < firstToFail ? kLittle / room->f_frsize : 0;  \
-    return status;                                                           \
+    return status;                                                                   \
   }
 
 ROOM_FUNCTION(statvfs, struct statvfs)

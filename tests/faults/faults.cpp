@@ -9,13 +9,10 @@
 // Each is tried in a child process. What HDF5 itself is known to do wrong stands in
 // known_weaknesses.hpp.
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <map>
 #include <new>
 #include <string>
@@ -84,7 +81,9 @@ void act(const Task& task, Script& script, Report& report) {
   } catch (const Wrong& wrong) {
     faultDisarm();
     complain(report, "wrong " + wrong.what);
-  } catch (const zembra::HostError&) {
+  } catch (const zembra::HostError& error) {
+    faultDisarm();
+    std::printf("%s: %s\n", task.name, error.what());
     report.failed = true;
   } catch (const std::bad_alloc&) {
     report.failed = true;
@@ -130,6 +129,8 @@ void tryFault(const Task& task, const Fault* fault, Operation counted, Report& r
 
 // --- All of them ---------------------------------------------------------------------------
 
+int width(std::string_view words) { return static_cast<int>(words.size()); }
+
 struct Counts {
   std::size_t tried = 0;
   std::size_t succeeded = 0;
@@ -161,7 +162,13 @@ class Faults {
                   counts.succeeded, counts.failed, counts.known, counts.found);
       found += counts.found;
     }
-    for (const auto& [words, times] : known_) std::printf("known, %zu: %s\n", times, words.c_str());
+    for (const Weakness& weakness : knownWeaknesses()) {
+      const auto times = known_.find(&weakness);
+      std::printf("known, %zu: %.*s: %.*s (%.*s)%s\n", times == known_.end() ? 0 : times->second,
+                  width(weakness.operation), weakness.operation.data(), width(weakness.reason),
+                  weakness.reason.data(), width(weakness.words), weakness.words.data(),
+                  times == known_.end() && sample_ == 0 ? ": HAPPENS NO MORE" : "");
+    }
     for (const auto& [words, where] : found_) {
       std::printf("FOUND, %zu: %s\n  faults --only %s\n", where.size(), words.c_str(),
                   where.front().c_str());
@@ -225,9 +232,9 @@ class Faults {
       return;
     }
     const std::string kind = kOperationNames[static_cast<int>(fault.operation)];
-    if (const Weakness* weakness = knownWeakness(kind, task.name, words)) {
+    if (const Weakness* weakness = knownWeakness(kind, words)) {
       ++counts.known;
-      ++known_[std::string(weakness->reason)];
+      ++known_[weakness];
       return;
     }
     ++counts.found;
@@ -236,10 +243,11 @@ class Faults {
 
   std::size_t sample_;
   fuzz::TemporaryFolder folder_{"h5gate-faults"};
-  Report* report_ = new (mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE,
-                              MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Report();
+  Report* const report_ =
+      new (mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+          Report();
   Counts counts_[kOperations];
-  std::map<std::string, std::size_t> known_;
+  std::map<const Weakness*, std::size_t> known_;
   std::map<std::string, std::vector<std::string>> found_;
 };
 

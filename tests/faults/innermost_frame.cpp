@@ -19,7 +19,8 @@ char* where = nullptr;
 std::size_t length = 0;
 
 bool isOurs(const char* library) {
-  return std::strstr(library, "libhdf5") != nullptr || std::strstr(library, "libh5gate") != nullptr ||
+  return std::strstr(library, "libhdf5") != nullptr ||
+         std::strstr(library, "libh5gate") != nullptr ||
          std::strstr(library, "libzembra") != nullptr;
 }
 
@@ -30,7 +31,8 @@ void tell(int signal) {
   const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
   for (int i = 0; i < count; ++i) {
     Dl_info info{};
-    if (dladdr(frames[static_cast<std::size_t>(i)], &info) == 0 || !isOurs(info.dli_fname)) continue;
+    if (dladdr(frames[static_cast<std::size_t>(i)], &info) == 0 || !isOurs(info.dli_fname))
+      continue;
     const char* const slash = std::strrchr(info.dli_fname, '/');
     const char* const file = slash == nullptr ? info.dli_fname : slash + 1;
     std::snprintf(where, length, "%s", info.dli_sname != nullptr ? info.dli_sname : file);

@@ -263,7 +263,8 @@ TEST(HostileCallbacks, CannotCloseTheirArgument) {
         call("H5Idec_ref", given);
       }
       EXPECT_LT(callNumber("H5Idec_ref", given), 0) << iteration.name;
-      if (static_cast<int>(callNumber("H5Iget_type", given)) == H5I_GROUP) failureOf("H5Oclose", {given});
+      if (static_cast<int>(callNumber("H5Iget_type", given)) == H5I_GROUP)
+        failureOf("H5Oclose", {given});
       return Results(static_cast<std::size_t>(iteration.outputs), number(0));
     });
     iteration.run(world, f);

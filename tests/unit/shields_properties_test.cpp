@@ -100,6 +100,19 @@ TEST(MovedFilters, AreRefusedTwice) {
   EXPECT_EQ(callNumber("H5Pget_nfilters", list), 0);
 }
 
+// --- Compact data in external files -----------------------------------------------------
+
+TEST(CompactElsewhere, IsRefused) {
+  const Owned list = makeList("H5P_DATASET_CREATE");
+  call("H5Pset_layout", list, "H5D_COMPACT");
+  call("H5Pset_external", list, "raw", 0, 40);
+  const MemoryFile file;
+  const Owned space = makeSpace({5});
+  expectStack(failureOf("H5Dcreate", {file, "d", "H5T_NATIVE_INT", space, list}));
+  expectStack(
+      failureOf("H5Dcreate", {file, "d", "H5T_NATIVE_INT", space, kDefault, list, kDefault}));
+}
+
 // --- The library's own identifiers ---------------------------------------------------
 
 TEST(LibraryIdentifiers, KillHdf5WhenTheyAreGivenUp) {
