@@ -344,7 +344,7 @@ Value CallArguments::array() {
     case 3: return row();
     default: {
       const auto type =
-          static_cast<zbClass>(static_cast<std::size_t>(zbClass::Logical) + choices_.below(13));
+          static_cast<zbClass>(static_cast<std::size_t>(zbClass::Logical) + choices_.below(12));
       if (type == zbClass::Char) return text("");
       return random(choices_, choices_.oneIn(2) ? zbClass::Double : type, choices_.any(kShapes));
     }

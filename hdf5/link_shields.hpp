@@ -22,6 +22,11 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
             const char* newName);
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName);
 
+/// H5Lmove. It looks for the path of the new location, as H5Gmove2 does, which a group that was
+/// deleted has not: 1.10 follows a null pointer.
+herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
+                hid_t creationList, hid_t accessList);
+
 /// H5Gcreate1. 1.8 cuts a hint of more than 32 bits down to them; later releases refuse it.
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint);
 

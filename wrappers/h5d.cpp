@@ -140,6 +140,9 @@ class TransferSpaces {
   TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
         memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
+    for (const hdf5::Space* space : {&file, &memory}) {
+      if (hdf5::leaveAllInPlace(space->get()) < 0) KVH5libraryError();
+    }
     if (!hdf5::selectionFits(file.get())) {
       raiseRefusal(function, "the file selection leaves the extent");
     }
