@@ -3,7 +3,9 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
+#   make sanitize-threads  compressed chunks under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
+#   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
 #                    with clang, as many that coverage guides; mutated files
 #   make faults      tasks of which every allocation and every access to a file fails
@@ -17,14 +19,16 @@
 PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
-PYTEST := $(PYTHON) -m pytest tests/scripts tests/releases tests/tools
+# A process for each core; what takes longest begins first.
+PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
+  tests/releases tests/scripts tests/tools
 
 # For those who only build it: no tests, and what another compiler warns of is no error.
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test test-releases bench sanitize fuzz faults lint format install uninstall deb \
-  clean
+.PHONY: setup build demo test nested test-releases bench sanitize sanitize-threads fuzz faults \
+  lint format install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -48,12 +52,16 @@ test:
 	ctest --preset release
 	PYTHONPATH=build/python $(PYTEST)
 
+nested: build
+	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
+
 bench:
 	@tools/setup.sh bench
 	$(CONFIGURE) -DH5GATE_BENCH=ON $(CMAKE_ARGS)
 	cmake --build --preset release
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
 
 test-releases:
 	@tools/test_releases.sh
@@ -77,6 +85,13 @@ sanitize:
 	  LD_PRELOAD="$$(for library in asan ubsan stdc++; do \
 	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
 	  $(PYTEST) --capture=sys --ignore-glob='*/test_inspect*.py'
+
+# Threads have a sanitizer of their own, which nothing else can be built with.
+sanitize-threads:
+	@tools/setup.sh test
+	cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) $(CMAKE_ARGS)
+	cmake --build --preset release --target chunks_at_work
+	TSAN_OPTIONS=halt_on_error=1 build/bin/chunks_at_work
 
 # Other calls than these: build/bin/fuzz_calls SEED CALLS
 CALLS ?= 1000000

@@ -15,6 +15,8 @@ import numpy as np
 from zembra import h5
 
 READ_ELEMENTS = (64 << 20) // 8
+TEXTS = 500_000
+ROWS = 1_000_000
 ROUNDS = 7
 
 
@@ -82,6 +84,64 @@ def read(path):
     return times
 
 
+def transfers(path, name, data, peer_data):
+    """Reads and writes a whole dataset, in its own file: what is written anew takes room."""
+    with h5py.File(os.fsdecode(path), "r+") as file:
+        peer = file[name]
+        dataset = peer.id
+
+        def read_zembra():
+            return h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
+
+        def write_zembra():
+            h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", data)
+
+        def write_h5py():
+            peer[...] = peer_data
+
+        return best_times([read_zembra, lambda: peer[()]]), best_times([write_zembra, write_h5py])
+
+
+def texts(folder):
+    path = os.fsencode(os.path.join(folder, "texts.h5"))
+    words = [f"text {i:06}" for i in range(TEXTS)]
+    with h5py.File(os.fsdecode(path), "w") as file:
+        file.create_dataset("texts", data=words, dtype=h5py.string_dtype())
+    return transfers(path, "texts", words, words)
+
+
+def records(folder):
+    """A table: zembra's as columns, h5py's as records."""
+    path = os.fsencode(os.path.join(folder, "records.h5"))
+    table = np.zeros(ROWS, [("time", "f8"), ("station", "i4"), ("speed", "f4"), ("valid", "i1")])
+    table["time"] = np.arange(ROWS)
+    columns = {name: np.ascontiguousarray(table[name]) for name in table.dtype.names}
+    with h5py.File(os.fsdecode(path), "w") as file:
+        file["table"] = table
+    return transfers(path, "table", columns, table)
+
+
+def big_endian(folder):
+    path = os.fsencode(os.path.join(folder, "big_endian.h5"))
+    numbers = np.arange(READ_ELEMENTS, dtype=np.int32)
+    with h5py.File(os.fsdecode(path), "w") as file:
+        file.create_dataset("numbers", data=numbers, dtype=">i4")
+    with h5py.File(os.fsdecode(path), "r") as file:
+        peer = file["numbers"]
+        dataset = peer.id
+        native = h5py.h5t.NATIVE_INT32
+
+        def read_zembra():
+            return h5.H5Dread(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT")
+
+        def read_h5py():
+            values = np.empty(READ_ELEMENTS, np.int32)
+            dataset.read(h5py.h5s.ALL, h5py.h5s.ALL, values, native)
+            return values
+
+        return best_times([read_zembra, read_h5py])
+
+
 def readable(seconds):
     return f"{seconds * 1e9:.0f} ns" if seconds < 1e-4 else f"{seconds * 1e3:.2f} ms"
 
@@ -96,7 +156,12 @@ def main():
             "create and close a space": create_space(),
             "open and close a dataset": open_dataset(path),
             "read 64 MB of doubles": read(path),
+            "read 32 MB of big-endian": big_endian(folder),
         }
+        both = {f"{TEXTS:,} texts": texts(folder), f"{ROWS:,} records": records(folder)}
+        for name, (reading, writing) in both.items():
+            results[f"read {name}"] = reading
+            results[f"write {name}"] = writing
     print(f"{'':26}{'zembra':>12}{'h5py':>12}{'zembra/h5py':>14}")
     for name, (zembra_time, h5py_time) in results.items():
         print(

@@ -58,3 +58,11 @@ add_library(hdf5::interface ALIAS hdf5_interface)
 target_include_directories(hdf5_interface SYSTEM INTERFACE ${HDF5_INCLUDE_DIRS})
 target_compile_definitions(hdf5_interface INTERFACE ${HDF5_DEFINITIONS})
 target_link_libraries(hdf5_interface INTERFACE ${HDF5_HL_LIBRARIES} ${HDF5_LIBRARIES})
+
+# CMake leaves out of the run paths of what is installed whatever lies within the project.
+# HDF5 may: it is no part of it, and stays where it is.
+set(hdf5_run_path "")
+cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${hdf5_library}" hdf5_within)
+if(hdf5_within)
+  cmake_path(GET hdf5_library PARENT_PATH hdf5_run_path)
+endif()

@@ -28,7 +28,7 @@ set_target_properties(_zembra PROPERTIES
   VISIBILITY_INLINES_HIDDEN ON
   INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
   LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
-  INSTALL_RPATH "$ORIGIN/${to_libraries}")
+  INSTALL_RPATH "$ORIGIN/${to_libraries};${hdf5_run_path}")
 target_compile_options(_zembra PRIVATE -ftls-model=initial-exec)  # as in libzembra
 target_link_libraries(_zembra PRIVATE zembra h5gate_options pybind11::headers Python3::NumPy)
 add_dependencies(_zembra h5gate)  # loaded at run time

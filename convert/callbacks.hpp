@@ -45,9 +45,10 @@ class CallbackContext {
         report(std::move(initialReport)) {}
 
   zbArray* function;
-  zbArray* userData;       // what the last successful callback returned
-  std::string report;      // of the callback that failed
-  std::int64_t calls = 0;  // successful ones
+  zbArray* userData;         // what the last successful callback returned
+  bool hasReturned = false;  // one has: the user data are no longer the caller's
+  std::string report;        // of the callback that failed
+  std::int64_t calls = 0;    // successful ones
   std::exception_ptr parked;
 
   /// To be called once HDF5 has returned: raises what an adapter could not.
@@ -168,6 +169,22 @@ herr_t plainAdapter(typename Inputs::Argument... arguments, void* data) {
   });
 }
 
+/// Goes on with what a host function answered, [status, userData], and destroys what nobody
+/// needs any more: an iteration is as long as it is, and must not grow with it. One array may
+/// be both answers, or an input, or the user data of before.
+inline herr_t goOn(CallbackContext& context, std::span<zbArray* const> inputs, zbArray* status,
+                   zbArray* userData) {
+  const herr_t value = statusOf(status);
+  zbArray* const before = std::exchange(context.hasReturned, true) ? context.userData : nullptr;
+  context.userData = userData;
+  ++context.calls;
+  if (before != userData) zbDestroyArray(before);
+  const bool needed =
+      status == userData || status == before || std::ranges::count(inputs, status) != 0;
+  if (!needed) zbDestroyArray(status);
+  return value;
+}
+
 /// What a trapped adapter does with the report of a host function that failed.
 using ReportFailure = void (*)(CallbackContext& context, std::string report);
 
@@ -189,12 +206,7 @@ herr_t trappedAdapter(typename Inputs::Argument... arguments, void* data) {
     std::array<zbArray*, 2> answers{};
     zbArray* exception =
         zebCallZembraWithTrap(2, answers.data(), inputs.count(), inputs.arrays(), "feval");
-    if (exception == nullptr) {
-      context.userData = answers[1];
-      ++context.calls;
-      // Left to the host: one array may be both answers, or user data of before.
-      return statusOf(answers[0]);
-    }
+    if (exception == nullptr) return goOn(context, inputs.made(), answers[0], answers[1]);
     std::string report;
     if (getReport(exception, report)) Report(context, std::move(report));
     return -1;

@@ -1,5 +1,7 @@
 #include "hdf5/type_shields.hpp"
 
+#include "hdf5/allocated_text.hpp"
+
 namespace hdf5 {
 namespace {
 
@@ -96,6 +98,26 @@ bool isTooLarge(hid_t location, hid_t type) {
   const Handle<H5Dclose> dataset(
       H5Dcreate2(trial.get(), "d", type, null.get(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
   return trial.valid() && !dataset.valid();
+}
+
+bool leavesMembersOut(hid_t from, hid_t to) {
+  const H5T_class_t typeClass = H5Tget_class(to);
+  if (typeClass != H5Tget_class(from)) return false;
+  if (typeClass == H5T_ARRAY || typeClass == H5T_VLEN) {
+    return leavesMembersOut(Type(H5Tget_super(from)).get(), Type(H5Tget_super(to)).get());
+  }
+  const int members = typeClass == H5T_COMPOUND ? H5Tget_nmembers(to) : 0;
+  for (int i = 0; i < members; ++i) {
+    const auto index = static_cast<unsigned>(i);
+    const AllocatedText name(H5Tget_member_name(to, index));
+    const int there = name ? H5Tget_member_index(from, name.get()) : -1;
+    if (there < 0 ||
+        leavesMembersOut(Type(H5Tget_member_type(from, static_cast<unsigned>(there))).get(),
+                         Type(H5Tget_member_type(to, index)).get())) {
+      return true;
+    }
+  }
+  return false;
 }
 
 herr_t lockType(hid_t type) {

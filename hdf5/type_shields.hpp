@@ -94,6 +94,10 @@ herr_t commitType(hid_t location, const char* name, hid_t type, Lists... lists) 
   return OfStorableType<Commit>::create(location, name, type, lists...);
 }
 
+/// Whether compounds of the datatype `to`, however deep, have members that those of `from`
+/// lack.
+bool leavesMembersOut(hid_t from, hid_t to);
+
 /// H5Tlock. Later releases lock a committed datatype, which can then not be closed, and
 /// its file with it.
 herr_t lockType(hid_t type);

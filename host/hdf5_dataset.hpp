@@ -22,9 +22,23 @@ class HDF5Dataset {
   /// Elements that a selection leaves out are zero.
   void* getBuffer();
 
+  /// Has HDF5 ask this object for the memory of variable-length data in a transfer with that
+  /// list. Otherwise it is C's, and this object frees what is left in its own buffer.
+  void provideMemory(hid_t transferList);
+
   /// A new array made of a filled buffer. The own buffer's memory becomes the
   /// array where the two layouts are the same.
   zbArray* read(const void* buffer);
+
+  /// Whether the array is better made of one part of the data after the other, through a
+  /// buffer that stays in the cache: of compounds, whose members become arrays of their own.
+  [[nodiscard]] bool readsInParts() const;
+
+  /// What fills a buffer with `count` elements from the `first` on; negative when it fails.
+  using FillPart = herr_t (*)(void* buffer, std::size_t first, std::size_t count, void* context);
+
+  /// A new array of all elements of the extent, in parts of `length`; null when one fails.
+  zbArray* readInParts(std::size_t length, FillPart fill, void* context);
 
   /// The array laid out as the memory datatype and space ask; valid while both
   /// this object and the array live. Raises a host error that names array and

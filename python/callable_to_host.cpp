@@ -47,6 +47,7 @@ class PythonCallable : public Callable {
 
   std::vector<Value> call(int outputs, std::span<zbArray* const> inputs) override {
     if (mustLeaveLibrary()) throw std::runtime_error("the Python interpreter is ending");
+    InterpreterReleased::cutShort();
     const InterpreterHeld held;
     const LibraryLock::Callback running;
     InterruptScope::throwIfNoted();

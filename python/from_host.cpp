@@ -15,6 +15,7 @@
 #include "python/unconvertible.hpp"
 #include "python/utf8.hpp"
 #include "runtime/array_class.hpp"
+#include "runtime/packed_texts.hpp"
 
 namespace zembra::python {
 namespace {
@@ -201,19 +202,27 @@ py::object element(const zbArray* array, std::size_t index, Doubles doubles) {
   return convert(value == nullptr ? makeEmpty() : share(value), doubles);
 }
 
+py::object item(const zbArray* cell, std::size_t index, Doubles doubles) {
+  if (const char* const* texts = packedTexts(cell)) return toStr(texts[index]);
+  return element(cell, index, doubles);
+}
+
 /// A list, an object array where there is a matrix of them, or of a scalar the one item.
 py::object fromCell(const zbArray* array, Doubles doubles) {
-  if (array->naturalRank == 0 && array->elements == 1) return element(array, 0, doubles);
+  if (array->naturalRank == 0 && array->elements == 1) return item(array, 0, doubles);
   const Extent extent = extentOf(array);
   if (extent.rank < 2) {
     py::list list(array->elements);
-    for (std::size_t i = 0; i < array->elements; ++i) list[i] = element(array, i, doubles);
+    for (std::size_t i = 0; i < array->elements; ++i) {
+      PyList_SET_ITEM(list.ptr(), static_cast<Py_ssize_t>(i),
+                      item(array, i, doubles).release().ptr());
+    }
     return list;
   }
   py::object objects = newArray(extent, NPY_OBJECT, 0, nullptr, 0);
   char* place = PyArray_BYTES(asArray(objects));
   for (std::size_t i = 0; i < array->elements; ++i, place += sizeof(PyObject*)) {
-    if (PyArray_SETITEM(asArray(objects), place, element(array, i, doubles).ptr()) != 0) {
+    if (PyArray_SETITEM(asArray(objects), place, item(array, i, doubles).ptr()) != 0) {
       throw py::error_already_set();
     }
   }

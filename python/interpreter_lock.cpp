@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace zembra::python {
 namespace {
 
@@ -15,10 +17,26 @@ auto takeOrSleep(Take take) noexcept {
   }
 }
 
+thread_local InterpreterReleased* innermost = nullptr;
+
 }  // namespace
 
+InterpreterReleased::InterpreterReleased()
+    : outer_(std::exchange(innermost, this)), state_(PyEval_SaveThread()) {}
+
 InterpreterReleased::~InterpreterReleased() {
+  takeBack();
+  innermost = outer_;
+}
+
+void InterpreterReleased::cutShort() {
+  if (innermost != nullptr) innermost->takeBack();
+}
+
+void InterpreterReleased::takeBack() {
+  if (state_ == nullptr) return;
   takeOrSleep([this] { PyEval_RestoreThread(state_); });
+  state_ = nullptr;
 }
 
 InterpreterHeld::InterpreterHeld() : state_(takeOrSleep([] { return PyGILState_Ensure(); })) {}

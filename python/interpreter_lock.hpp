@@ -8,16 +8,23 @@
 
 namespace zembra::python {
 
-/// Other Python threads run until the end of the scope.
+/// Other Python threads run until the end of the scope, or until it is cut short.
 class InterpreterReleased {
  public:
-  InterpreterReleased() : state_(PyEval_SaveThread()) {}
+  InterpreterReleased();
   ~InterpreterReleased();
   InterpreterReleased(const InterpreterReleased&) = delete;
   InterpreterReleased& operator=(const InterpreterReleased&) = delete;
 
+  /// Cuts this thread's innermost scope short. For callbacks: HDF5 comes back with the next
+  /// one at once, and each of them is a chance for other threads.
+  static void cutShort();
+
  private:
-  PyThreadState* state_;
+  void takeBack();
+
+  InterpreterReleased* outer_;
+  PyThreadState* state_;  // null where the lock is taken back
 };
 
 /// Python objects may be touched until the end of the scope, on whichever thread.

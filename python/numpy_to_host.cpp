@@ -9,6 +9,7 @@
 #include "host/numeric_class.hpp"
 #include "python/held_object.hpp"
 #include "python/recursion_guard.hpp"
+#include "python/text_to_host.hpp"
 #include "python/unconvertible.hpp"
 #include "python/utf8.hpp"
 
@@ -85,6 +86,12 @@ Value fromElements(PyArrayObject* array, ToHost toHost) {
   const RecursionGuard guard;
   const py::object flat = steal(PyArray_Ravel(array, NPY_CORDER));
   const npy_intp count = PyArray_SIZE(asArray(flat));
+  if (count > 0) {
+    const py::object list = steal(PyArray_ToList(asArray(flat)));
+    if (auto texts = fromStrs(list.ptr(), reversedShape(array))) {
+      return natural(*std::move(texts), PyArray_NDIM(array));
+    }
+  }
   std::vector<Value> values;
   values.reserve(static_cast<std::size_t>(count));
   for (npy_intp i = 0; i < count; ++i) {

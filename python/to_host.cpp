@@ -1,6 +1,7 @@
 #include "python/to_host.hpp"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <span>
 #include <string>
@@ -19,6 +20,7 @@
 #include "python/text_to_host.hpp"
 #include "python/utf8.hpp"
 #include "runtime/array_class.hpp"
+#include "runtime/packed_texts.hpp"
 
 namespace zembra::python {
 namespace {
@@ -64,6 +66,9 @@ bool isSequence(PyObject* object) { return PyList_Check(object) || PyTuple_Check
 
 Value fromSequence(PyObject* sequence, ToHost inner) {
   if (lengthOf(sequence) == 0) return makeEmpty();
+  if (auto texts = fromStrs(sequence, std::array{std::size_t{1}, lengthOf(sequence)})) {
+    return *std::move(texts);
+  }
   if (auto numbers = rowFrom<double>(sequence, zbClass::Double, numberIn)) {
     return *std::move(numbers);
   }
@@ -108,7 +113,10 @@ bool stacksUp(const zbArray* item, const zbArray* first) {
 
 /// The items of a list one behind the other, where they are lists of equally many numbers.
 std::optional<Value> stacked(const zbArray* cell, PyObject* sequence) {
-  if (cell->type != zbClass::Cell || cell->elements != lengthOf(sequence)) return std::nullopt;
+  if (cell->type != zbClass::Cell || packedTexts(cell) != nullptr ||
+      cell->elements != lengthOf(sequence)) {
+    return std::nullopt;
+  }
   const std::vector<zbArray*>& items = cell->composite->values;
   const zbArray* const first = items[0];
   if (elementSize(first->type) == 0 || first->type == zbClass::Char) return std::nullopt;

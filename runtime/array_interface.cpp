@@ -11,6 +11,7 @@
 #include "runtime/array_class.hpp"
 #include "runtime/call_scope.hpp"
 #include "runtime/host_error.hpp"
+#include "runtime/packed_texts.hpp"
 
 using zembra::Composite;
 using zembra::Value;
@@ -45,6 +46,7 @@ Value copyOf(const zbArray* array);
 void copyComposite(const Composite& from, Composite& to) {
   to.names = from.names;
   to.className = from.className;
+  to.texts = from.texts;
   to.target = from.target;
   to.exception = from.exception;
   to.values.reserve(from.values.size());
@@ -132,7 +134,7 @@ char* zbArrayToString(const zbArray* array) {
 
 const zbArray* zbGetCell(const zbArray* array, std::size_t index) {
   if (array->type != zbClass::Cell || index >= array->elements) return nullptr;
-  return array->composite->values[index];
+  return zembra::itemOf(array, index);
 }
 
 const zbArray* zbGetField(const zbArray* array, std::size_t index, const char* name) {
@@ -189,6 +191,7 @@ void zbSetCell(zbArray* array, std::size_t index, zbArray* value) {
   if (array->type != zbClass::Cell || index >= array->elements) {
     zembra::raiseHostError("badIndex", "A cell array has no such element.");
   }
+  if (array->composite->texts) zembra::unpack(array);
   replace(array->composite->values[index], value);
 }
 
@@ -203,7 +206,8 @@ void zbSetField(zbArray* array, std::size_t index, const char* name, zbArray* va
 zbArray* zbDuplicateArray(const zbArray* array) { return handOver(copyOf(array)); }
 
 void zbDestroyArray(zbArray* array) {
-  if (array == nullptr) return;
+  // What a call around this one created is that call's to destroy.
+  if (array == nullptr || zembra::isOfOuterCall(array)) return;
   zembra::dismiss(array);
   zembra::drop(array);
 }

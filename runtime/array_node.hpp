@@ -45,11 +45,12 @@ class Origin {
 
 /// What cells, structures, objects and function handles hold beyond plain data.
 struct Composite {
-  std::vector<std::string> names;    // field or property names
-  std::vector<zbArray*> values;      // owned; cells, or fields of element 0, 1, ...
-  std::string className;             // objects
-  std::shared_ptr<Callable> target;  // function handles
-  std::exception_ptr exception;      // exception objects
+  std::vector<std::string> names;              // field or property names
+  std::vector<zbArray*> values;                // owned; cells, or fields of element 0, 1, ...
+  std::shared_ptr<const char* const[]> texts;  // what the values of a cell are made of
+  std::string className;                       // objects
+  std::shared_ptr<Callable> target;            // function handles
+  std::exception_ptr exception;                // exception objects
   ~Composite();
 };
 

@@ -10,6 +10,7 @@
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
 #include "runtime/packed_leaf.hpp"
+#include "runtime/packed_texts.hpp"
 #include "runtime/sequences.hpp"
 
 namespace zembra {
@@ -19,6 +20,57 @@ using Kind = DatatypePlan::Kind;
 
 /// What stands for "no elements": HDF5 takes no null pointer.
 constexpr std::byte kNothing[1] = {};
+
+/// Texts that lie as HDF5 takes them already; null otherwise.
+const std::byte* textsOf(const DatatypePlan& plan, const zbArray* data) {
+  if (plan.kind != Kind::VariableText) return nullptr;
+  return reinterpret_cast<const std::byte*>(packedTexts(data));
+}
+
+/// Whether there are bytes between members, at any depth.
+bool hasGaps(const DatatypePlan& plan) {
+  if (plan.kind == Kind::Array) return hasGaps(*plan.base);
+  if (plan.kind != Kind::Compound) return false;
+  std::size_t filled = 0;
+  for (const DatatypePlan::Member& member : plan.members) {
+    if (hasGaps(member.plan)) return true;
+    filled += member.plan.size;
+  }
+  return filled < plan.size;
+}
+
+/// The leaves of a compound without variable-length data, from the first to the last.
+void packLeaves(const DatatypePlan& plan, std::size_t count, const zbArray* data,
+                const ValuePath& path, std::vector<PackedLeaf>& leaves) {
+  if (plan.kind == Kind::Array) {
+    return packLeaves(*plan.base, checkedProduct(count, plan.repeat), data, path, leaves);
+  }
+  if (plan.kind != Kind::Compound) {
+    leaves.push_back(packLeaf(plan, count, data, path));
+    return;
+  }
+  for (const DatatypePlan::Member& member : plan.members) {
+    packLeaves(member.plan, count, zbGetField(data, 0, member.name.c_str()),
+               ValuePath(path, member.name), leaves);
+  }
+}
+
+/// Elements of those leaves from the `first` on; each has the leaf `repeat` times.
+void unpackLeaves(const DatatypePlan& plan, const Strided<std::byte>& to, std::size_t first,
+                  std::size_t repeat, std::vector<PackedLeaf>::iterator& leaf) {
+  if (plan.kind == Kind::Array) {
+    return unpackLeaves(*plan.base, to.split(plan.repeat, plan.base->size), first,
+                        repeat * plan.repeat, leaf);
+  }
+  if (plan.kind != Kind::Compound) {
+    if (to.count() > 0) unpack(leaf->first + first * repeat * plan.size, plan.size, to);
+    ++leaf;
+    return;
+  }
+  for (const DatatypePlan::Member& member : plan.members) {
+    unpackLeaves(member.plan, to.at(member.offset), first, repeat, leaf);
+  }
+}
 
 }  // namespace
 
@@ -36,12 +88,13 @@ const std::byte* Buffers::layOutFitting(const DatatypePlan& plan, std::size_t co
   }
   if (plan.leaf()) {
     PackedLeaf packed = packLeaf(plan, count, data, path);
-    if (packed.owner) owned_.push_back(std::move(packed.owner));
+    if (packed.owner) arena_.keep(std::move(packed.owner));
     return packed.first;
   }
+  if (const std::byte* texts = textsOf(plan, data)) return texts;
   const std::size_t bytes = checkedProduct(count, plan.size);
-  std::byte* buffer = take(bytes);
-  std::memset(buffer, 0, bytes);  // what lies between members reaches the file
+  std::byte* buffer = arena_.take(bytes);
+  if (hasGaps(plan)) std::memset(buffer, 0, bytes);  // what lies there reaches the file
   scatter(plan, Strided<std::byte>(buffer, count, plan.size), data, path);
   return buffer;
 }
@@ -50,6 +103,7 @@ void Buffers::scatter(const DatatypePlan& plan, const Strided<std::byte>& to, co
                       const ValuePath& path) {
   switch (plan.kind) {
     case Kind::Compound:
+      if (!plan.variableLength) return scatterColumns(plan, to, data, path);
       for (const DatatypePlan::Member& member : plan.members) {
         scatter(member.plan, to.at(member.offset), zbGetField(data, 0, member.name.c_str()),
                 ValuePath(path, member.name));
@@ -63,8 +117,21 @@ void Buffers::scatter(const DatatypePlan& plan, const Strided<std::byte>& to, co
   }
 }
 
+void Buffers::scatterColumns(const DatatypePlan& plan, const Strided<std::byte>& to,
+                             const zbArray* data, const ValuePath& path) {
+  constexpr std::size_t kPart = std::size_t{128} << 10;
+  std::vector<PackedLeaf> leaves;
+  packLeaves(plan, to.count(), data, path, leaves);
+  to.forEachPart(std::max<std::size_t>(kPart / plan.size, 1),
+                 [&](const Strided<std::byte>& part, std::size_t first) {
+                   auto leaf = leaves.begin();
+                   unpackLeaves(plan, part, first, 1, leaf);
+                 });
+}
+
 void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to,
                            const zbArray* data, const ValuePath& path) {
+  if (const std::byte* packed = textsOf(plan, data)) return unpack(packed, plan.size, to);
   std::vector<const char*> texts;
   texts.reserve(to.count());
   forEachText(data, to.count(), path, [&](std::string_view text, const ValuePath& where) {
@@ -75,7 +142,7 @@ void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& t
                                          "datatype " +
                                          plan.describe() + ".");
     }
-    std::byte* copy = take(text.size() + 1);
+    std::byte* copy = arena_.take(text.size() + 1);
     std::copy(text.begin(), text.end(), reinterpret_cast<char*>(copy));
     copy[text.size()] = std::byte{0};
     texts.push_back(reinterpret_cast<const char*>(copy));
@@ -94,24 +161,6 @@ void Buffers::scatterSequences(const DatatypePlan& plan, const Strided<std::byte
     if (sequence.len > 0) sequence.p = const_cast<std::byte*>(elements);  // HDF5 only reads it
     std::memcpy(at, &sequence, sizeof sequence);
   });
-}
-
-std::byte* Buffers::take(std::size_t bytes) {
-  constexpr std::size_t kChunk = std::size_t{64} << 10;
-  constexpr std::size_t kAlignment = alignof(std::max_align_t);
-  bytes = std::max<std::size_t>(bytes, 1);
-  if (bytes > freeBytes_) {
-    const std::size_t size = std::max(bytes, kChunk);
-    owned_.push_back(allocateBlock(size));
-    auto* memory = static_cast<std::byte*>(owned_.back().get());
-    // What is bigger than a chunk has a block to itself; the chunk in use stays in use.
-    if (size > kChunk) return memory;
-    free_ = memory;
-    freeBytes_ = size;
-  }
-  const std::size_t taken = std::min(freeBytes_, (bytes + kAlignment - 1) & ~(kAlignment - 1));
-  freeBytes_ -= taken;
-  return std::exchange(free_, free_ + taken);
 }
 
 }  // namespace zembra

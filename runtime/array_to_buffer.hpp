@@ -1,9 +1,9 @@
 // A host array as a buffer that HDF5 can read.
 #pragma once
 
-#include <memory>
-#include <vector>
+#include <cstddef>
 
+#include "runtime/arena.hpp"
 #include "runtime/array.hpp"
 #include "runtime/datatype_plan.hpp"
 #include "runtime/strided.hpp"
@@ -23,6 +23,8 @@ class Buffers {
  private:
   const std::byte* layOutFitting(const DatatypePlan& plan, std::size_t count, const zbArray* data,
                                  const ValuePath& path);
+  void scatterColumns(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
+                      const ValuePath& path);
   void scatter(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
                const ValuePath& path);
   void scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
@@ -30,12 +32,7 @@ class Buffers {
   void scatterSequences(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
                         const ValuePath& path);
 
-  /// Memory for as long as this object lives, aligned for anything.
-  std::byte* take(std::size_t bytes);
-
-  std::vector<std::shared_ptr<void>> owned_;
-  std::byte* free_ = nullptr;
-  std::size_t freeBytes_ = 0;
+  Arena arena_;
 };
 
 }  // namespace zembra

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include "host/library_error.hpp"
+#include "runtime/columns.hpp"
 #include "runtime/memory_block.hpp"
+#include "runtime/packed_texts.hpp"
+#include "runtime/shaped.hpp"
 
 namespace zembra {
 namespace {
@@ -13,35 +15,14 @@ namespace {
 using Kind = DatatypePlan::Kind;
 using Source = Strided<const std::byte>;
 
-/// The extent of the base elements of arrays: each array's own dimensions vary fastest.
-Shape within(const Shape& dimensions, Shape extent) {
-  extent.insert(extent.begin(), dimensions.begin(), dimensions.end());
-  return extent;
-}
-
-/// The array, which from now on remembers the rank of the extent that it came from.
-Value withNaturalRank(Value array, const Shape& extent) {
-  constexpr auto kLimit = std::numeric_limits<decltype(zbArray::naturalRank)>::max();
-  if (extent.size() <= static_cast<std::size_t>(kLimit)) {
-    array.get()->naturalRank = static_cast<decltype(zbArray::naturalRank)>(extent.size());
-  }
-  return array;
-}
-
 std::size_t elementsOf(const Shape& extent) {
   std::size_t count = 1;
   for (const std::size_t dimension : extent) count = checkedProduct(count, dimension);
   return count;
 }
 
-/// Null-terminated texts end at their NUL: what a writer left behind it is nobody's data.
 Value withEndedTexts(const DatatypePlan& plan, Value array) {
-  if (!plan.terminated) return array;
-  auto* text = static_cast<char*>(array.get()->data);
-  for (std::size_t i = 0; i < array.get()->elements; i += plan.size, text += plan.size) {
-    char* const end = std::find(text, text + plan.size, '\0');
-    std::fill(end, text + plan.size, '\0');
-  }
+  endTexts(plan, array.get());
   return array;
 }
 
@@ -81,42 +62,93 @@ Value gatherCell(const Source& from, const Shape& extent, MakeItem makeItem) {
   return withNaturalRank(makeCell(extent, std::move(items)), extent);
 }
 
-Value gatherCompound(const DatatypePlan& plan, const Source& from, const Shape& extent) {
+/// The pointers and what they lead to.
+struct TextMemory {
+  std::shared_ptr<void> pointers;
+  std::shared_ptr<Arena> texts;
+};
+
+/// A cell on `count` pointers in a block; null texts are empty ones.
+Value cellOn(std::shared_ptr<void> block, std::size_t count, std::shared_ptr<Arena> texts,
+             const Shape& extent) {
+  auto* const pointers = static_cast<const char**>(block.get());
+  std::replace_if(
+      pointers, pointers + count, [](const char* text) { return text == nullptr; }, "");
+  const auto memory =
+      std::make_shared<const TextMemory>(TextMemory{std::move(block), std::move(texts)});
+  return withNaturalRank(makeTexts(extent, PackedTexts(memory, pointers)), extent);
+}
+
+/// Copies of the texts, whose own memory is HDF5's.
+std::shared_ptr<Arena> copyTexts(const char** pointers, std::size_t count) {
+  auto arena = std::make_shared<Arena>();
+  for (std::size_t i = 0; i < count; ++i) {
+    if (pointers[i] == nullptr) continue;
+    const std::size_t size = std::strlen(pointers[i]) + 1;
+    pointers[i] = static_cast<const char*>(std::memcpy(arena->take(size), pointers[i], size));
+  }
+  return arena;
+}
+
+Value gatherTexts(const Source& from, const Shape& extent, std::shared_ptr<Arena> texts) {
+  const std::size_t count = from.count();
+  std::shared_ptr<void> block = allocateBlock(checkedProduct(count, sizeof(char*)));
+  pack(from, sizeof(char*), static_cast<std::byte*>(block.get()));
+  if (!texts) texts = copyTexts(static_cast<const char**>(block.get()), count);
+  return cellOn(std::move(block), count, std::move(texts), extent);
+}
+
+/// Part by part, so that each is in the cache when its next member is copied.
+Value gatherColumns(const DatatypePlan& plan, const Source& from, const Shape& extent) {
+  constexpr std::size_t kPart = std::size_t{128} << 10;
+  Columns columns(plan, extent);
+  from.forEachPart(std::max<std::size_t>(kPart / plan.size, 1),
+                   [&](const Source& part, std::size_t first) { columns.put(part, first); });
+  return columns.take();
+}
+
+Value gatherCompound(const DatatypePlan& plan, const Source& from, const Shape& extent,
+                     const std::shared_ptr<Arena>& memory) {
+  if (Columns::suit(plan)) return gatherColumns(plan, from, extent);
   std::vector<std::pair<std::string, Value>> fields;
   fields.reserve(plan.members.size());
   for (const DatatypePlan::Member& member : plan.members) {
-    fields.emplace_back(member.name, gather(member.plan, from.at(member.offset), extent));
+    fields.emplace_back(member.name, gather(member.plan, from.at(member.offset), extent, memory));
   }
   return makeStruct(std::move(fields));
 }
 
 }  // namespace
 
-Value gather(const DatatypePlan& plan, const Source& from, Shape extent) {
+Value gather(const DatatypePlan& plan, const Source& from, Shape extent,
+             const std::shared_ptr<Arena>& memory) {
   switch (plan.kind) {
-    case Kind::Compound: return gatherCompound(plan, from, extent);
+    case Kind::Compound: return gatherCompound(plan, from, extent, memory);
     case Kind::Array:
       return gather(*plan.base, from.split(plan.repeat, plan.base->size),
-                    within(plan.dimensions, std::move(extent)));
-    case Kind::VariableText:
-      return gatherCell<const char*>(from, extent,
-                                     [](const char* text) { return makeText(text ? text : ""); });
+                    within(plan.dimensions, std::move(extent)), memory);
+    case Kind::VariableText: return gatherTexts(from, extent, memory);
     case Kind::Sequence:
       return gatherCell<hvl_t>(from, extent, [&](const hvl_t& items) {
         const Source source(static_cast<const std::byte*>(items.p), items.len, plan.base->size);
-        return gather(*plan.base, source, {items.len});
+        return gather(*plan.base, source, {items.len}, memory);
       });
     default: return gatherLeaf(plan, from, std::move(extent));
   }
 }
 
-bool canAdopt(const DatatypePlan& plan) {
-  return plan.kind == Kind::Array ? canAdopt(*plan.base) : plan.leaf();
+bool canAdopt(const DatatypePlan& plan, const std::shared_ptr<Arena>& memory) {
+  if (plan.kind == Kind::Array) return canAdopt(*plan.base, memory);
+  return plan.leaf() || (plan.kind == Kind::VariableText && memory);
 }
 
-Value adopt(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent) {
+Value adopt(const DatatypePlan& plan, std::shared_ptr<void> block, Shape extent,
+            const std::shared_ptr<Arena>& memory) {
   if (plan.kind == Kind::Array) {
-    return adopt(*plan.base, std::move(block), within(plan.dimensions, std::move(extent)));
+    return adopt(*plan.base, std::move(block), within(plan.dimensions, std::move(extent)), memory);
+  }
+  if (plan.kind == Kind::VariableText) {
+    return cellOn(std::move(block), elementsOf(extent), memory, extent);
   }
   return adoptLeaf(plan, std::move(block), std::move(extent));
 }

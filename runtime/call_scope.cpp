@@ -41,6 +41,10 @@ void enroll(zbArray* array) {
   scope->first_ = array;
 }
 
+bool isOfOuterCall(const zbArray* array) {
+  return array->scope != nullptr && array->scope != innermost;
+}
+
 void dismiss(zbArray* array) {
   CallScope* scope = std::exchange(array->scope, nullptr);
   if (scope == nullptr) return;

@@ -28,6 +28,8 @@ class CallScope {
 
 /// Hands a reference to the innermost scope; without one it stays the creator's.
 void enroll(zbArray* array);
+/// Whether the array is in the scope of a call around the innermost one.
+bool isOfOuterCall(const zbArray* array);
 /// Takes an array out of its scope, if it is in one: the reference is the caller's again.
 void dismiss(zbArray* array);
 

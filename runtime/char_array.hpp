@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "runtime/array.hpp"
+#include "runtime/packed_texts.hpp"
 #include "runtime/value_path.hpp"
 
 namespace zembra {
@@ -29,7 +30,9 @@ std::string_view withoutPadding(const zbArray* text, std::size_t first, std::siz
 /// texts have no data.
 template <class Visit>
 void forEachText(const zbArray* data, std::size_t count, const ValuePath& path, Visit visit) {
-  if (data->type == zbClass::Cell) {
+  if (const char* const* const texts = packedTexts(data)) {
+    for (std::size_t i = 0; i < count; ++i) visit(std::string_view(texts[i]), ValuePath(path, i));
+  } else if (data->type == zbClass::Cell) {
     for (std::size_t i = 0; i < count; ++i) {
       const zbArray* item = zbGetCell(data, i);
       const bool null = item->type != zbClass::Char;

@@ -6,6 +6,7 @@
 #include "runtime/char_array.hpp"
 #include "runtime/member_fields.hpp"
 #include "runtime/memory_block.hpp"
+#include "runtime/packed_texts.hpp"
 #include "runtime/sequences.hpp"
 
 namespace zembra {
@@ -38,6 +39,7 @@ void requireTexts(const DatatypePlan& plan, std::size_t count, const zbArray* da
   }
   requireClass(data->type == zbClass::Cell, plan, data, path);
   path.requireCount(data->elements, count, "items");
+  if (packedTexts(data) != nullptr) return;
   for (std::size_t i = 0; i < count; ++i) {
     const zbArray* item = path.requireItem(data, i);
     if (plan.kind == Kind::VariableText && isNullText(item)) continue;

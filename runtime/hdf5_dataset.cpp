@@ -2,15 +2,19 @@
 // and gives back the memory that HDF5 allocated for variable-length data in it.
 #include "host/hdf5_dataset.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <optional>
 
 #include "hdf5/handle.hpp"
 #include "host/library_error.hpp"
+#include "runtime/arena.hpp"
 #include "runtime/array_to_buffer.hpp"
 #include "runtime/buffer_to_array.hpp"
 #include "runtime/call_scope.hpp"
+#include "runtime/columns.hpp"
 #include "runtime/datatype.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
@@ -61,6 +65,17 @@ std::string adviceFor(std::size_t selected, std::size_t points) {
          "selection's size, pass a memory space of that size.";
 }
 
+/// HDF5 is C: what cannot be had is null there.
+extern "C" void* takeMemory(std::size_t bytes, void* arena) try {
+  return static_cast<Arena*>(arena)->take(bytes);
+} catch (const HostError&) {
+  return nullptr;
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+/// It ends with the arena.
+extern "C" void leaveMemory(void* /*memory*/, void* /*arena*/) {}
+
 }  // namespace
 }  // namespace zembra
 
@@ -73,7 +88,7 @@ struct HDF5Dataset::Transfer {
         points(zembra::pointsOf(extent)) {}
 
   ~Transfer() {
-    if (!reclaimed.valid() || points == 0) return;
+    if (!reclaimed.valid() || memory || points == 0) return;
     hdf5::closeQuietly([this] {
       const hsize_t count = points;
       const hdf5::Space all(H5Screate_simple(1, &count, nullptr));
@@ -90,9 +105,10 @@ struct HDF5Dataset::Transfer {
   zembra::Shape extent;
   std::size_t points;
 
-  std::shared_ptr<void> block;  // what getBuffer() gives
-  hdf5::Type reclaimed;         // the type again, where the block points to HDF5's memory
-  zembra::Buffers written;      // what write() gives
+  std::shared_ptr<void> block;            // what getBuffer() gives
+  hdf5::Type reclaimed;                   // the type again, where the block points to HDF5's memory
+  std::shared_ptr<zembra::Arena> memory;  // or to this
+  zembra::Buffers written;                // what write() gives
 };
 
 HDF5Dataset::HDF5Dataset(hid_t memoryType, hid_t memorySpace)
@@ -115,16 +131,43 @@ void* HDF5Dataset::getBuffer() {
   return transfer.block.get();
 }
 
+void HDF5Dataset::provideMemory(hid_t transferList) {
+  transfer_->memory = std::make_shared<zembra::Arena>();
+  Zembra::checked(H5Pset_vlen_mem_manager(transferList, zembra::takeMemory, transfer_->memory.get(),
+                                          zembra::leaveMemory, nullptr));
+}
+
 zbArray* HDF5Dataset::read(const void* buffer) {
   Transfer& transfer = *transfer_;
   zembra::Value array;
-  if (buffer == transfer.block.get() && zembra::canAdopt(transfer.plan)) {
-    array = zembra::adopt(transfer.plan, std::move(transfer.block), transfer.extent);
+  if (buffer == transfer.block.get() && zembra::canAdopt(transfer.plan, transfer.memory)) {
+    array =
+        zembra::adopt(transfer.plan, std::move(transfer.block), transfer.extent, transfer.memory);
   } else {
     const zembra::Strided<const std::byte> elements(static_cast<const std::byte*>(buffer),
                                                     transfer.points, transfer.plan.size);
-    array = zembra::gather(transfer.plan, elements, transfer.extent);
+    array = zembra::gather(transfer.plan, elements, transfer.extent, transfer.memory);
   }
+  zembra::enroll(array.get());
+  return array.release();
+}
+
+bool HDF5Dataset::readsInParts() const {
+  const zembra::DatatypePlan& plan = transfer_->plan;
+  return plan.kind == zembra::DatatypePlan::Kind::Compound && zembra::Columns::suit(plan);
+}
+
+zbArray* HDF5Dataset::readInParts(std::size_t length, FillPart fill, void* context) {
+  const Transfer& transfer = *transfer_;
+  const std::size_t size = transfer.plan.size;
+  const std::shared_ptr<void> part = zembra::allocateBlock(zembra::checkedProduct(length, size));
+  zembra::Columns columns(transfer.plan, transfer.extent);
+  for (std::size_t first = 0; first < transfer.points; first += length) {
+    const std::size_t count = std::min(length, transfer.points - first);
+    if (fill(part.get(), first, count, context) < 0) return nullptr;
+    columns.put({static_cast<const std::byte*>(part.get()), count, size}, first);
+  }
+  zembra::Value array = columns.take();
   zembra::enroll(array.get());
   return array.release();
 }

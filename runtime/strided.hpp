@@ -3,6 +3,7 @@
 // to or from packed memory is one pass over it.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -52,9 +53,29 @@ class Strided {
     return depth_ == 1 && (levels_[0].stride == size || levels_[0].count <= 1);
   }
 
+  /// Calls `visit` with parts of `length` elements and the index of the first of each; with
+  /// all of them where they are of several levels.
+  template <class Visit>
+  void forEachPart(std::size_t length, Visit visit) const {
+    const auto [count, stride] = levels_[0];
+    if (depth_ > 1) return visit(*this, std::size_t{0});
+    for (std::size_t first = 0; first < count; first += length) {
+      visit(Strided(first_ + first * stride, std::min(length, count - first), stride), first);
+    }
+  }
+
   /// Calls `visit` with each element's address, slowest level first.
   template <class Visit>
   void forEach(Visit visit) const {
+    forEachRun([&](Byte* at, std::size_t count, std::size_t stride) {
+      for (std::size_t i = 0; i < count; ++i, at += stride) visit(at);
+    });
+  }
+
+  /// The same for the elements of the fastest level at a time: the first one's address,
+  /// their count and stride.
+  template <class Visit>
+  void forEachRun(Visit visit) const {
     walk(first_, 0, visit);
   }
 
@@ -68,7 +89,7 @@ class Strided {
   void walk(Byte* at, std::size_t level, Visit& visit) const {
     const auto [count, stride] = levels_[level];
     if (level + 1 == depth_) {
-      for (std::size_t i = 0; i < count; ++i, at += stride) visit(at);
+      visit(at, count, stride);
     } else {
       for (std::size_t i = 0; i < count; ++i, at += stride) walk(at, level + 1, visit);
     }
@@ -98,9 +119,12 @@ inline void pack(const Strided<const std::byte>& from, std::size_t size, std::by
     return;
   }
   withConstantSize(size, [&](auto bytes) {
-    from.forEach([&](const std::byte* element) {
-      std::memcpy(to, element, bytes);
-      to += bytes;
+    from.forEachRun([&](const std::byte* element, std::size_t count, std::size_t stride) {
+      std::byte* place = to;  // not `to`, which the bytes might be, as far as C++ knows
+      for (std::size_t i = 0; i < count; ++i, element += stride, place += bytes) {
+        std::memcpy(place, element, bytes);
+      }
+      to = place;
     });
   });
 }
@@ -112,9 +136,12 @@ inline void unpack(const std::byte* from, std::size_t size, const Strided<std::b
     return;
   }
   withConstantSize(size, [&](auto bytes) {
-    to.forEach([&](std::byte* element) {
-      std::memcpy(element, from, bytes);
-      from += bytes;
+    to.forEachRun([&](std::byte* element, std::size_t count, std::size_t stride) {
+      const std::byte* value = from;
+      for (std::size_t i = 0; i < count; ++i, element += stride, value += bytes) {
+        std::memcpy(element, value, bytes);
+      }
+      from = value;
     });
   });
 }

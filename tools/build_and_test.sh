@@ -21,5 +21,5 @@ failed=0
 GTEST_OUTPUT=xml:$reports/unit/ ctest --test-dir "$folder" --no-tests=error --output-on-failure || failed=1
 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$folder/python${PYTHONPATH:+:$PYTHONPATH} \
   /usr/bin/python3 -m pytest -p no:cacheprovider --junitxml="$reports/python/scripts.xml" \
-  tests/scripts tests/releases || failed=1
+  --numprocesses=auto --dist=loadfile tests/releases tests/scripts || failed=1
 exit $failed

@@ -9,15 +9,16 @@
 set -eu
 
 packages=(
-  g++ make cmake ninja-build libhdf5-dev
+  g++ make cmake ninja-build libhdf5-dev libdeflate-dev
   python3 python3-dev python3-numpy pybind11-dev
 )
 # What is checked and measured against, and what the static checks have to read.
-tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-pytest python3-scipy)
+tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-hypothesis
+  python3-pytest python3-pytest-xdist python3-scipy)
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
   bench) packages+=(libbenchmark-dev python3-h5py) ;;
-  deb) packages+=(debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
+  deb) packages+=(build-essential debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
   lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
     libbenchmark-dev) ;;

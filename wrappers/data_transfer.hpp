@@ -12,12 +12,12 @@ namespace h5gate {
 /// of the class that the data have.
 zbArray* readResult(HDF5Dataset& dataset, const void* buffer, hssize_t points);
 
-/// Runs `read(buffer)` on the host's buffer for the memory datatype and space.
+/// Runs `read(buffer, dataset)` on the host's buffer for the memory datatype and space.
 template <class Read>
 zbArray* readData(hid_t memoryType, hid_t memorySpace, hssize_t points, Read read) {
   HDF5Dataset dataset(memoryType, memorySpace);
   void* buffer = dataset.getBuffer();
-  checked(read(buffer));
+  checked(read(buffer, dataset));
   return readResult(dataset, buffer, points);
 }
 

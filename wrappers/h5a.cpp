@@ -2,6 +2,7 @@
 // the messages as they stand.
 #include "convert/record.hpp"
 #include "hdf5/closing.hpp"
+#include "hdf5/nested_data.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
 #include "wrappers/iteration.hpp"
@@ -62,7 +63,7 @@ void read(Inputs ins, Results& outs) {
   const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, memoryType, nullptr);
   const hdf5::Space space(checked(H5Aget_space(attribute)));
   const hssize_t points = H5Sget_simple_extent_npoints(space.get());
-  outs.give(readData(type.get(), space.get(), points, [&, from = attribute](void* buffer) {
+  outs.give(readData(type.get(), space.get(), points, [&, from = attribute](void* buffer, auto&) {
     return H5Aread(from, type.get(), buffer);
   }));
 }
@@ -72,8 +73,9 @@ void write(Inputs ins, Results& /*outs*/) {
   const MemoryDatatype type = chooseMemoryDatatype(attribute, H5Aget_type, memoryType, data);
   const hdf5::Space space(checked(H5Aget_space(attribute)));
   writeData<msg::nullAttributeDataspace>(
-      type.get(), space.get(), data,
-      [&, to = attribute](const void* buffer) { return H5Awrite(to, type.get(), buffer); });
+      type.get(), space.get(), data, [&, to = attribute](const void* buffer) {
+        return hdf5::writeNestedAttribute(to, type.get(), buffer);
+      });
 }
 
 constexpr Row kAttributeFunctions[] = {

@@ -4,12 +4,15 @@
 #include <tuple>
 #include <utility>
 
+#include "chunks/chunked_transfer.hpp"
 #include "hdf5/closing.hpp"
 #include "hdf5/dataset_shields.hpp"
 #include "hdf5/disk_room.hpp"
+#include "hdf5/nested_data.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
 #include "wrappers/data_transfer.hpp"
+#include "wrappers/dataset_parts.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 #include "wrappers/transfer_datatype.hpp"
@@ -171,20 +174,31 @@ hssize_t pointsOf(hid_t dataset) {
   return H5Sget_simple_extent_npoints(space.get());
 }
 
-extern "C" void* allocateVariableLength(size_t size, void* /*info*/) { return zbMalloc(size); }
-extern "C" void freeVariableLength(void* memory, void* /*info*/) { zbFree(memory); }
-
-/// A list of the transfer's own that has variable-length data allocated by the host.
-/// The copy of a class, which a script may name instead of a list, is a class: what
+/// The list of a read: the given one, or for variable-length data one of its own that has
+/// their memory provided by the host. For other data HDF5 would allocate that list's
+/// properties for nothing, and where one such allocation fails, it reads no more in this
+/// process. The copy of a class, which a script may name instead of a list, is a class: what
 /// closes either is a reference count.
-using OwnTransferList = hdf5::Handle<H5Idec_ref>;
-OwnTransferList readingList(hid_t given) {
-  OwnTransferList list(
-      checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
-  checked(H5Pset_vlen_mem_manager(list.get(), allocateVariableLength, nullptr, freeVariableLength,
-                                  nullptr));
-  return list;
-}
+class ReadingList {
+ public:
+  ReadingList(hid_t given, hid_t memoryType, HDF5Dataset& host) : list_(given) {
+    if (!hdf5::holdsPointers(memoryType)) return;
+    own_ = Own(checked(given == H5P_DEFAULT ? H5Pcreate(H5P_DATASET_XFER) : H5Pcopy(given)));
+    list_ = own_.get();
+    host.provideMemory(list_);
+  }
+  [[nodiscard]] hid_t get() const { return list_; }
+  /// Closes the list of its own; HDF5's errors stay.
+  void close() {
+    const hdf5::KeepErrorStack keep;
+    own_.close();
+  }
+
+ private:
+  using Own = hdf5::Handle<H5Idec_ref>;
+  hid_t list_;
+  Own own_;
+};
 
 /// Where a read comes from and the memory datatype that it is given or that suits it:
 /// two inputs.
@@ -203,11 +217,22 @@ void read(Inputs ins, Results& outs) {
       take<ReadFrom, MemorySpaceId, FileSpaceId, TransferList>(ins);
   const hssize_t points = pointsOf(from.dataset);
   const TransferSpaces spaces("H5Dread", from.dataset, memorySpace, fileSpace);
-  const OwnTransferList list = readingList(givenList);
   const hid_t type = from.type.get();
-  const auto transfer = [&, dataset = from.dataset](void* buffer) {
-    return H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+  const auto transfer = [&, dataset = from.dataset, given = givenList](void* buffer,
+                                                                       HDF5Dataset& host) {
+    ReadingList list(given, type, host);
+    const herr_t status = chunks::read(
+        {dataset, type, spaces.transferred(), spaces.file.get(), list.get(), given}, buffer);
+    if (status < 0) list.close();
+    return status;
   };
+  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
+    DatasetParts parts(from.dataset, spaces.file.get(), type, givenList);
+    if (parts.possible()) {
+      HDF5Dataset host(type, spaces.memory.get());
+      if (host.readsInParts()) return outs.give(parts.readInto(host));
+    }
+  }
   outs.give(readData(type, spaces.memory.get(), points, transfer));
 }
 
@@ -216,10 +241,17 @@ void write(Inputs ins, Results& /*outs*/) {
       take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
-  const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return hdf5::writeDataset(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+  const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
+                                  spaces.file.get(), list,       list};
+  const auto writeBytes = [&transfer](const void* bytes) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return chunks::write(transfer, bytes); });
   };
-  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
+  const auto writeBuffer = [&](const void* buffer) {
+    return hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, buffer,
+                             writeBytes);
+  };
+  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, writeBuffer);
 }
 
 constexpr Row kDatasetFunctions[] = {

@@ -1,6 +1,7 @@
 // H5O: objects of every kind.
 #include "convert/record.hpp"
 #include "hdf5/identifier_shields.hpp"
+#include "hdf5/nested_data.hpp"
 #include "wrappers/iteration.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -83,7 +84,7 @@ constexpr Row kObjectFunctions[] = {
     // clang-format off
     //  name                    gives         takes
     CALL(H5Oclose, hdf5::closeAnyObject, Nothing, ObjectId),
-    ROW(H5Ocopy,                Nothing,      Id<"source object identifier">, Text<"source name">,
+    CALL(H5Ocopy, hdf5::copyObject, Nothing,  Id<"source object identifier">, Text<"source name">,
                                               Id<"destination object identifier">,
                                               Text<"destination name">,
                                               Id<"object copy property list">, CreationList),

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "hdf5/handle.hpp"
+#include "hdf5/nested_data.hpp"
 #include "hdf5/property_shields.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "host/numeric_class.hpp"
@@ -147,7 +148,7 @@ void setFillValue(Inputs ins, Results& /*outs*/) {
   }
   const hdf5::Space space = scalarSpace();
   HDF5Dataset element(type, space.get());
-  checked(H5Pset_fill_value(list, type, element.write(value)));
+  checked(hdf5::setFillValue(list, type, element.write(value)));
 }
 
 void getFillValue(Inputs ins, Results& outs) {

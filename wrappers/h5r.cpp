@@ -1,5 +1,6 @@
 // H5R: references. A host reference is the reference's bytes as HDF5 writes them,
 // a uint8 array of whatever shape.
+#include "hdf5/reference_shields.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
 
@@ -49,19 +50,23 @@ struct Reference {
 /// A reference that leads nowhere gives a negative identifier; only a negative
 /// identifier to start from raises.
 hid_t dereference(hid_t object, H5R_type_t type, const void* reference) {
-  const hid_t found = hdf5::dereference(object, type, reference);
+  const hid_t found = hdf5::OfSoundReference<hdf5::dereference>::follow(object, type, reference);
   checked(object);
   return found;
 }
 
+constexpr auto getName = hdf5::OfSoundReference<H5Rget_name>::follow;
+constexpr auto getObjectType = hdf5::OfSoundReference<H5Rget_obj_type1>::follow;
+constexpr auto getRegion = hdf5::OfSoundReference<H5Rget_region>::follow;
+
 constexpr Row kReferenceFunctions[] = {
     // clang-format off
-    //   name            calls             gives                  takes
-    OWN(H5Rcreate,                         create),
-    CALL(H5Rdereference, dereference,      Unchecked<Identifier>, ObjectId, Reference),
-    ROW(H5Rget_name,                       BufferedText,          LocationId, Reference, Buffer),
-    CALL(H5Rget_obj_type, H5Rget_obj_type1, Unchecked<Number>,    LocationId, Reference),
-    ROW(H5Rget_region,                     Identifier,            DatasetId, Reference),
+    //   name             calls          gives                  takes
+    OWN(H5Rcreate,                       create),
+    CALL(H5Rdereference,  dereference,   Unchecked<Identifier>, ObjectId, Reference),
+    CALL(H5Rget_name,     getName,       BufferedText,          LocationId, Reference, Buffer),
+    CALL(H5Rget_obj_type, getObjectType, Unchecked<Number>,     LocationId, Reference),
+    CALL(H5Rget_region,   getRegion,     Identifier,            DatasetId, Reference),
 };  // clang-format on
 
 }  // namespace

@@ -180,10 +180,15 @@ void* HDF5Dataset::getBuffer() {
   return transfer_->array->data.data();
 }
 
+void HDF5Dataset::provideMemory(hid_t) {}  // doubles are of no variable length
+
 zbArray* HDF5Dataset::read(const void* buffer) {
   if (buffer == getBuffer()) return transfer_->array;
   return make(zbClass::Double, transfer_->shape, buffer);
 }
+
+bool HDF5Dataset::readsInParts() const { return false; }
+zbArray* HDF5Dataset::readInParts(std::size_t, FillPart, void*) { return nullptr; }
 
 const void* HDF5Dataset::write(const zbArray* data) {
   if (data->type != zbClass::Double || product(data->shape) != product(transfer_->shape))

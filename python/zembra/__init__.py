@@ -60,6 +60,9 @@ such), and gives results as the host has them, numbers as float.
 `inspect` reads a file from a stranger in a process of its own, and tells whether it is
 whole, damaged, or deadly for those who read it.
 
+`set_threads` says how many threads H5Dread and H5Dwrite use for compressed chunks: as many
+as there are cores, unless told otherwise.
+
 What a script forgets to close is closed, and on disk, when the process ends in the
 ordinary way.
 """
@@ -77,6 +80,7 @@ from ._errors import (
 from ._id import Id
 from ._inspect import Finding, Inspection, inspect
 from ._records import records
+from ._threads import set_threads
 from ._version import __version__
 from ._zembra import call
 from . import h5
@@ -99,6 +103,7 @@ __all__ = [
     "h5",
     "inspect",
     "records",
+    "set_threads",
 ]
 
 # Tracebacks and help() name things as scripts do.

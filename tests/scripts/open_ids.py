@@ -7,7 +7,7 @@ from pathlib import Path
 import zembra  # noqa: F401 - loads the libraries
 
 
-def _loaded_library():
+def loaded_library():
     """The HDF5 library that the gateway runs on, which is in the process already."""
     for line in Path("/proc/self/maps").read_text().splitlines():
         path = line.split(maxsplit=5)[-1]
@@ -34,7 +34,7 @@ class OpenIds:
     }
 
     def __init__(self):
-        self._hdf5 = _loaded_library()
+        self._hdf5 = loaded_library()
         version = [ctypes.c_uint() for _ in range(3)]
         self._hdf5.H5get_libversion(*map(ctypes.byref, version))
         wide = tuple(number.value for number in version) >= (1, 10, 0)

@@ -393,4 +393,69 @@ TEST_F(ManyMembers, CarryUserDataThroughToTheEnd) {
   EXPECT_EQ(numberOf(results[2]), kMembers);
 }
 
+/// How many arrays of its making still live.
+class Census {
+ public:
+  Value make() {
+    ++living_;
+    return zembra::makeForeign(
+        zembra::Origin(&living_, [](void* living) { --*static_cast<int*>(living); }));
+  }
+  [[nodiscard]] int living() const { return living_; }
+
+ private:
+  int living_ = 0;
+};
+
+TEST_F(ManyMembers, KeepNoUserDataOfBefore) {
+  Census census;
+  int most = 0;
+  const Value renew = function([&](int /*outputs*/, std::span<zbArray* const> /*inputs*/) {
+    most = std::max(most, census.living());
+    return Results{number(0), census.make()};
+  });
+  for (const char* name : {"H5Literate", "H5Lvisit", "H5Ovisit"}) {
+    Arguments arguments = {file(), 0, 0, renew, census.make()};
+    if (std::string(name) == "H5Literate") arguments.insert(arguments.begin() + 3, empty());
+    const Results results = callWith(5, name, arguments);
+    EXPECT_EQ(census.living(), 2) << name;  // what was given, and the last
+  }
+  EXPECT_LE(most, 3);
+  EXPECT_EQ(census.living(), 0);
+}
+
+TEST(UserData, AreWhateverArraysThereAre) {
+  const MemoryFile file;
+  for (int i = 0; i < 40; ++i) makeGroup(file, std::to_string(i));
+  const auto iterate = [&](const Value& function, const Value& data) {
+    return call("H5Literate", file, 0, 0, empty(), function, data).back();
+  };
+  const Value given = number(0);
+  const Value other = number(0);
+  int calls = 0;
+  // One array as both answers, those of before, inputs, what is given again and again.
+  const Value shuffle = function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
+    const Value answers[] = {given, other, borrowed(inputs.back()), number(0)};
+    const int turn = ++calls;
+    const Value data = turn % 7 == 0 ? borrowed(inputs[1]) : answers[turn % 4];
+    const Value status = answers[turn / 4 % 4];
+    return Results{classOf(status) == zbClass::Double ? status : number(0), data};
+  });
+  for (int i = 0; i < 20; ++i) iterate(shuffle, given);
+  EXPECT_EQ(calls, 800);
+  // The user data of the iteration around this one.
+  const Value outer = function([&](int /*outputs*/, std::span<zbArray* const> inputs) {
+    const Value data = borrowed(inputs.back());
+    const Value inner = function([&](int /*outputs*/, std::span<zbArray* const> /*inputs*/) {
+      return Results{number(0), ++calls % 2 == 0 ? data : number(1)};
+    });
+    iterate(inner, data);
+    EXPECT_EQ(numberOf(data), numberOf(borrowed(inputs.back())));
+    return Results{number(0), number(numberOf(data) + 1)};
+  });
+  EXPECT_EQ(numberOf(iterate(outer, number(0))), 40);
+  EXPECT_EQ(numberOf(given), 0);
+  EXPECT_EQ(numberOf(other), 0);
+}
+
 }  // namespace

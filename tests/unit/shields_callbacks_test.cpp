@@ -2,7 +2,9 @@
 // they do.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -74,6 +76,31 @@ class DeepCallbacks : public testing::Test {
 
   MemoryFile file_;
 };
+
+TEST(CallbacksOfBareHdf5, ThatNestForEverKill) {
+  EXPECT_TRUE(kills([] {
+    const MemoryFile file;
+    makeGroup(file, "g");
+    const H5G_iterate_t again = [](hid_t group, const char* /*name*/, void* self) {
+      return H5Giterate(group, "/", nullptr, *static_cast<H5G_iterate_t*>(self), self);
+    };
+    H5G_iterate_t self = again;
+    H5Giterate(file.get(), "/", nullptr, again, &self);
+  }));
+}
+
+TEST(CallbacksOfBareHdf5, ThatCloseTheLibraryKill) {
+  EXPECT_TRUE(kills([] {
+    const MemoryFile file;
+    makeGroup(file, "g");
+    makeGroup(file, "h");
+    const H5G_iterate_t close = [](hid_t /*group*/, const char* /*name*/, void* /*data*/) {
+      return H5close();
+    };
+    H5Giterate(file.get(), "/", nullptr, close, nullptr);
+    _exit(EXIT_SUCCESS);
+  }));
+}
 
 TEST_F(DeepCallbacks, EndWithAnErrorBeforeTheStackDoes) {
   for (const auto& iterate : iterations()) {

@@ -295,6 +295,23 @@ TEST(SizesThatWrap, OfNodesAreRefused) {
   EXPECT_EQ(callNumbers("H5Pget_sym_k", list), (Numbers{32767, 32767}));
 }
 
+TEST(SizesThatWrap, OfSzipKillHdf5) {
+  const auto write = [] {
+    const MemoryFile file;
+    const hid_t list = H5Pcreate(H5P_DATASET_CREATE);
+    const hsize_t chunk = 10;
+    H5Pset_chunk(list, 1, &chunk);
+    const unsigned noPixels[] = {4, 0};
+    H5Pset_filter(list, H5Z_FILTER_SZIP, 0, 2, noPixels);
+    const hid_t space = H5Screate_simple(1, &chunk, nullptr);
+    const hid_t dataset =
+        H5Dcreate2(file.get(), "d", H5T_NATIVE_INT, space, H5P_DEFAULT, list, H5P_DEFAULT);
+    const int values[10] = {};
+    H5Dwrite(dataset, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, values);
+  };
+  EXPECT_EQ(kills(write), hdf5::kSince110 && H5Zfilter_avail(H5Z_FILTER_SZIP) > 0);
+}
+
 TEST(SizesThatWrap, OfSzipAreRefused) {
   const Owned list = chunked({10});
   expectStack(failureOf("H5Pset_filter", {list, "H5Z_FILTER_SZIP", 0, row({4, 0})}));

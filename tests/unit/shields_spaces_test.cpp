@@ -185,7 +185,7 @@ TEST(VariableLengthSizesOfBareHdf5, OfAScalarKill) {
 
 TEST(OffsetsOfAll, MoveNothing) {
   const MemoryFile file;
-  const Owned space = makeSpace({3, 4});
+  const Owned space = make("H5Screate_simple", 2, row({3, 4}), row({3, 4}));
   const Owned dataset = make("H5Dcreate", file, "d", "H5T_IEEE_F64LE", space, chunked({2, 2}));
   Numbers values(12);
   std::iota(values.begin(), values.end(), 1);

@@ -26,6 +26,10 @@ constexpr bool kCopied = !hdf5::kSince110 || hdf5::kSince112;
 
 hid_t emptyEnumeration() { return H5Tenum_create(H5T_NATIVE_INT); }
 
+TEST(EmptyCompounds, KillHdf5WhenTheyArePacked) {
+  EXPECT_TRUE(kills([] { H5Tpack(H5Tcreate(H5T_COMPOUND, 8)); }));
+}
+
 TEST(EmptyEnumerations, KillHdf5InACompound) {
   const auto insert = [] {
     const hid_t compound = H5Tcreate(H5T_COMPOUND, 8);

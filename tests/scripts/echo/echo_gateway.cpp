@@ -18,13 +18,16 @@ std::string describe(const zbArray* array) {
   if (array->naturalRank >= 0) text += " rank " + std::to_string(array->naturalRank);
   if (zbIsComplex(array)) text += " complex";
   if (zbIsSparse(array)) text += " sparse";
-  if (!array->composite || array->composite->values.empty()) return text;
+  if (!array->composite) return text;
+  const auto& [names, fields, packed, className, target, exception] = *array->composite;
+  const bool cell = array->type == zbClass::Cell;
+  const std::size_t count = cell ? array->elements : fields.size();
+  if (count == 0) return text;
   text += " {";
-  const auto& [names, values, className, target, exception] = *array->composite;
-  for (std::size_t i = 0; i < values.size(); ++i) {
+  for (std::size_t i = 0; i < count; ++i) {
     if (i > 0) text += ", ";
     if (!names.empty()) text += names[i % names.size()] + ": ";
-    text += describe(values[i]);
+    text += describe(cell ? zbGetCell(array, i) : fields[i]);
   }
   return text + "}";
 }
