@@ -6,7 +6,9 @@
 #   make sanitize-threads  compressed chunks under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
 #   make nested      3,000 datatypes within each other, written and read back
-#   make fuzz        any function with anything, under the same sanitizers
+#   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
+#                    with clang, as many that coverage guides; mutated files
+#   make faults      tasks of which every allocation and every access to a file fails
 #   make bench       build and run the benchmarks
 #   make docs        build, then make the site of the documents, in build/docs/html
 #   make lint        check formatting, run the static checks;  make format  formats
@@ -26,8 +28,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz lint \
-  format install uninstall deb clean
+.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz faults \
+  lint format install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -99,14 +101,27 @@ sanitize-threads:
 	cmake --build --preset release --target chunks_at_work
 	TSAN_OPTIONS=halt_on_error=1 build/bin/chunks_at_work
 
-# Other seeds than these two: build-sanitize/bin/random_calls SEED CALLS
+# Other calls than these: build/bin/fuzz_calls SEED CALLS
+CALLS ?= 1000000
+MUTATIONS ?= 2000
 fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0
 fuzz:
 	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/fuzz_calls 1 $(CALLS)
 	cmake --preset sanitize $(CMAKE_ARGS)
-	cmake --build --preset sanitize --target random_calls h5gate
-	build-sanitize/bin/random_calls 1 50000
-	build-sanitize/bin/random_calls 2 50000
+	cmake --build --preset sanitize --target fuzz_calls h5gate
+	build-sanitize/bin/fuzz_calls 2 $$(($(CALLS) / 10))
+	tools/fuzz_guided.sh $$(($(CALLS) / 10))
+	H5GATE_MUTATIONS=$(MUTATIONS) PYTHONPATH=build/python $(PYTHON) -m pytest -k mutated \
+	  tests/scripts/test_inspect.py
+
+faults:
+	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/faults
 
 lint:
 	@tools/setup.sh lint
