@@ -6,6 +6,7 @@
 
 #include "runtime/call.hpp"
 #include "runtime/gateway_loader.hpp"
+#include "runtime/packed_texts.hpp"
 
 namespace fuzz {
 namespace {
@@ -72,7 +73,9 @@ std::string textOf(const Value& value) {
 
 Values cellsOf(const Value& cell) {
   Values values;
-  for (zbArray* item : cell.get()->composite->values) values.push_back(zembra::share(item));
+  for (std::size_t i = 0; i < cell.get()->elements; ++i) {
+    values.push_back(zembra::share(zembra::itemOf(cell.get(), i)));
+  }
   return values;
 }
 
