@@ -26,7 +26,7 @@ class PackedTextsTest : public Hdf5DatasetTest {
     return zembra::CallScope::take(transfer.read(buffer));
   }
   Value packed(const std::vector<std::string_view>& words) {
-    const Owned space = makeSpace({words.size()});
+    const Owned space = makeSpace({static_cast<double>(words.size())});
     const Owned dataset = create(variableText(), space);
     write(dataset, variableText(), space, texts(words));
     return readPacked(dataset, variableText(), space);
