@@ -14,6 +14,16 @@ set_tests_properties(unit PROPERTIES
   ENVIRONMENT "H5GATE_SHARED_DATA=${H5GATE_SHARED_DATA};H5GATE_LIBRARY=$<TARGET_FILE:h5gate>"
   TIMEOUT 900)
 
+# The work of threads, for their sanitizer: of the sources that take part and no others.
+file(GLOB thread_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/threads/*.cpp"
+     "${PROJECT_SOURCE_DIR}/chunks/*.cpp" "${PROJECT_SOURCE_DIR}/hdf5/*.cpp")
+add_executable(chunks_at_work EXCLUDE_FROM_ALL ${thread_sources})
+target_link_libraries(chunks_at_work PRIVATE h5gate_options libdeflate::interface Threads::Threads)
+if(NOT H5GATE_SANITIZE)
+  target_compile_options(chunks_at_work PRIVATE -fsanitize=thread -g -O1)
+  target_link_options(chunks_at_work PRIVATE -fsanitize=thread)
+endif()
+
 # What the tests of scripts and of the installed tree compile themselves: no target needs
 # it here, and the static checks see it all the same.
 foreach(source tests/scripts/echo/echo_gateway examples/own_host/own_host

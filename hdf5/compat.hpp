@@ -7,6 +7,7 @@
 #include <hdf5_hl.h>
 
 #include <cstddef>
+#include <cstdint>
 
 // 1.8.6 lacks the version comparison macros.
 #ifndef H5_VERSION_GE
@@ -101,6 +102,39 @@ inline constexpr GetMemberTransferLists getMemberTransferLists = nullptr;
 inline constexpr bool kMemberTransferLists = true;
 inline constexpr SetMemberTransferLists setMemberTransferLists = H5Pset_dxpl_multi;
 inline constexpr GetMemberTransferLists getMemberTransferLists = H5Pget_dxpl_multi;
+#endif
+
+// Chunks as they are stored came to the library itself with 1.10.3: earlier releases, which
+// have nothing of the kind or in another form, fail.
+#if H5_VERSION_GE(1, 10, 3)
+inline constexpr bool kRawChunks = true;
+inline constexpr auto storedChunkBytes = H5Dget_chunk_storage_size;
+inline constexpr auto readStoredChunk = H5Dread_chunk;
+inline constexpr auto writeStoredChunk = H5Dwrite_chunk;
+/// Whether a file was opened for one writer and readers at once.
+inline bool isShared(unsigned intent) {
+  return (intent & (H5F_ACC_SWMR_READ | H5F_ACC_SWMR_WRITE)) != 0;
+}
+/// What is special about the chunks at a dataset's edge.
+inline herr_t getChunkOptions(hid_t creationList, unsigned* options) {
+  return H5Pget_chunk_opts(creationList, options);
+}
+/// Negative where four vectors do not say all that is selected.
+inline herr_t getRegularHyperslab(hid_t space, hsize_t* start, hsize_t* stride, hsize_t* count,
+                                  hsize_t* block) {
+  if (H5Sis_regular_hyperslab(space) <= 0) return -1;
+  return H5Sget_regular_hyperslab(space, start, stride, count, block);
+}
+#else
+inline constexpr bool kRawChunks = false;
+inline herr_t storedChunkBytes(hid_t, const hsize_t*, hsize_t*) { return -1; }
+inline herr_t readStoredChunk(hid_t, hid_t, const hsize_t*, std::uint32_t*, void*) { return -1; }
+inline herr_t writeStoredChunk(hid_t, hid_t, std::uint32_t, const hsize_t*, size_t, const void*) {
+  return -1;
+}
+inline bool isShared(unsigned) { return false; }
+inline herr_t getChunkOptions(hid_t, unsigned*) { return -1; }
+inline herr_t getRegularHyperslab(hid_t, hsize_t*, hsize_t*, hsize_t*, hsize_t*) { return -1; }
 #endif
 
 }  // namespace hdf5

@@ -144,14 +144,6 @@ std::pair<std::uint64_t, bool> needsOf(hid_t dataset, hid_t fileSpace) {
   return {storage.bytesNeeded(fileSpace), storage.isChunked()};
 }
 
-herr_t flush(hid_t dataset) {
-#if H5_VERSION_GE(1, 10, 0)
-  return H5Dflush(dataset);
-#else
-  return H5Fflush(dataset, H5F_SCOPE_LOCAL);
-#endif
-}
-
 // --- When to look --------------------------------------------------------------------------
 
 using Clock = std::chrono::steady_clock;
@@ -173,25 +165,29 @@ bool hasPlenty(hid_t dataset) {
 
 }  // namespace
 
-herr_t writeDataset(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fileSpace,
-                    hid_t transferList, const void* data) {
-  const auto write = [&] {
-    return H5Dwrite(dataset, memoryType, memorySpace, fileSpace, transferList, data);
-  };
+DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace) {
   const Clock::time_point now = Clock::now();
-  if (found.dataset == dataset && now < found.goodUntil) return write();
+  if (found.dataset == dataset && now < found.goodUntil) return DiskRoom::kPlenty;
   if (hasPlenty(dataset)) {
     found = {dataset, now + kGood};
-    return write();
+    return DiskRoom::kPlenty;
   }
   const auto [needed, chunked] = needsOf(dataset, fileSpace);
   if (const std::uint64_t room = roomFor(dataset); needed > room) {
     const std::string reason = "the disk has room for " + std::to_string(room) +
                                " bytes, and the dataset may need " + std::to_string(needed);
-    return refuse("H5Dwrite", reason.c_str());
+    refuse("H5Dwrite", reason.c_str());
+    return DiskRoom::kTooLittle;
   }
-  if (write() < 0) return -1;
-  return chunked ? flush(dataset) : 0;
+  return chunked ? DiskRoom::kEnough : DiskRoom::kPlenty;
+}
+
+herr_t flushDataset(hid_t dataset) {
+#if H5_VERSION_GE(1, 10, 0)
+  return H5Dflush(dataset);
+#else
+  return H5Fflush(dataset, H5F_SCOPE_LOCAL);
+#endif
 }
 
 }  // namespace hdf5

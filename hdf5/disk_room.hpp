@@ -9,8 +9,22 @@
 
 namespace hdf5 {
 
-/// H5Dwrite to a file space that is not H5S_ALL.
-herr_t writeDataset(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fileSpace,
-                    hid_t transferList, const void* data);
+/// What a write to a dataset may take.
+enum class DiskRoom {
+  kPlenty,
+  kEnough,     ///< for this write, if its chunks go to the disk at once
+  kTooLittle,  ///< refused: the error stack says why
+};
+DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace);
+
+herr_t flushDataset(hid_t dataset);
+
+/// `write()`, which is to write to a file space that is not H5S_ALL and returns HDF5's status.
+template <class Write>
+herr_t writeWhereItFits(hid_t dataset, hid_t fileSpace, Write write) {
+  const DiskRoom room = roomForWriting(dataset, fileSpace);
+  if (room == DiskRoom::kTooLittle || write() < 0) return -1;
+  return room == DiskRoom::kEnough ? flushDataset(dataset) : 0;
+}
 
 }  // namespace hdf5

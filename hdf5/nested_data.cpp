@@ -8,7 +8,6 @@
 
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/array_conversion.hpp"
-#include "hdf5/disk_room.hpp"
 #include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
@@ -94,11 +93,11 @@ herr_t refuseMemory(const char* function) {
 }
 
 /// Of variable-length data zeros are null ones.
-herr_t erase(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fileSpace, hid_t list) {
+herr_t erase(hid_t memoryType, hid_t memorySpace, const WriteBytes& write) {
   const Bytes nothing =
       zeroed(std::max<std::size_t>(pointsOf(memorySpace), 1), H5Tget_size(memoryType));
   if (!nothing) return refuseMemory("H5Dwrite");
-  return writeDataset(dataset, memoryType, memorySpace, fileSpace, list, nothing.get());
+  return write(nothing.get());
 }
 
 /// The data with the members that are not written as the attribute has them.
@@ -153,8 +152,8 @@ constexpr const char* kPartialAttribute =
 
 }  // namespace
 
-herr_t writeNested(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fileSpace,
-                   hid_t transferList, const void* data) {
+herr_t writeNested(hid_t dataset, hid_t memoryType, hid_t memorySpace, const void* data,
+                   const WriteBytes& write) {
   Needs needs;
   if (mayNest(memoryType)) {
     look(Type(H5Dget_type(dataset)).get(), memoryType, Within::Nothing, needs);
@@ -162,10 +161,8 @@ herr_t writeNested(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fil
   if (needs.impossible) return refuse("H5Dwrite", kPartialSequence);
   std::optional<ArrayConversion> arrays;
   if (needs.arrays && !arrays.emplace().valid()) return -1;
-  if (needs.erasing && erase(dataset, memoryType, memorySpace, fileSpace, transferList) < 0) {
-    return -1;
-  }
-  return writeDataset(dataset, memoryType, memorySpace, fileSpace, transferList, data);
+  if (needs.erasing && erase(memoryType, memorySpace, write) < 0) return -1;
+  return write(data);
 }
 
 herr_t writeNestedAttribute(hid_t attribute, hid_t memoryType, const void* data) {

@@ -15,13 +15,16 @@
 // Functions of HDF5's own form that stand for those of the same purpose.
 #pragma once
 
+#include <functional>
+
 #include "hdf5/compat.hpp"
 
 namespace hdf5 {
 
-/// H5Dwrite to a file space that is not H5S_ALL.
-herr_t writeNested(hid_t dataset, hid_t memoryType, hid_t memorySpace, hid_t fileSpace,
-                   hid_t transferList, const void* data);
+/// H5Dwrite: what the data go to the dataset by, the same way each time.
+using WriteBytes = std::function<herr_t(const void* data)>;
+herr_t writeNested(hid_t dataset, hid_t memoryType, hid_t memorySpace, const void* data,
+                   const WriteBytes& write);
 
 /// H5Awrite.
 herr_t writeNestedAttribute(hid_t attribute, hid_t memoryType, const void* data);

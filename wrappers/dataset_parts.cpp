@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "chunks/chunked_transfer.hpp"
 #include "convert/failure.hpp"
 
 namespace h5gate {
@@ -69,7 +70,8 @@ herr_t DatasetParts::fill(void* buffer, std::size_t first, std::size_t count) co
                           nullptr) < 0) {
     return -1;
   }
-  const herr_t status = H5Dread(dataset_, memoryType_, memory.get(), file_.get(), list_, buffer);
+  const herr_t status =
+      chunks::read({dataset_, memoryType_, memory.get(), file_.get(), list_, list_}, buffer);
   if (status < 0) {
     const hdf5::KeepErrorStack keep;
     memory.close();

@@ -4,8 +4,10 @@
 #include <tuple>
 #include <utility>
 
+#include "chunks/chunked_transfer.hpp"
 #include "hdf5/closing.hpp"
 #include "hdf5/dataset_shields.hpp"
+#include "hdf5/disk_room.hpp"
 #include "hdf5/nested_data.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
@@ -30,8 +32,8 @@ using TransferList = ListId<"transfer property list identifier">;
 
 // --- Creating -------------------------------------------------------------------------
 
-constexpr auto create1 = hdf5::OfStorableType<H5Dcreate1>::create;
-constexpr auto create2 = hdf5::OfStorableType<H5Dcreate2>::create;
+constexpr auto create1 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate1>::create>::create;
+constexpr auto create2 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate2>::create>::create;
 
 // --- Extents --------------------------------------------------------------------------
 
@@ -141,6 +143,9 @@ class TransferSpaces {
   TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
         memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
+    for (const hdf5::Space* space : {&file, &memory}) {
+      if (hdf5::leaveAllInPlace(space->get()) < 0) KVH5libraryError();
+    }
     if (!hdf5::selectionFits(file.get())) {
       raiseRefusal(function, "the file selection leaves the extent");
     }
@@ -216,8 +221,8 @@ void read(Inputs ins, Results& outs) {
   const auto transfer = [&, dataset = from.dataset, given = givenList](void* buffer,
                                                                        HDF5Dataset& host) {
     ReadingList list(given, type, host);
-    const herr_t status =
-        H5Dread(dataset, type, spaces.transferred(), spaces.file.get(), list.get(), buffer);
+    const herr_t status = chunks::read(
+        {dataset, type, spaces.transferred(), spaces.file.get(), list.get(), given}, buffer);
     if (status < 0) list.close();
     return status;
   };
@@ -236,10 +241,17 @@ void write(Inputs ins, Results& /*outs*/) {
       take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
   const MemoryDatatype type = chooseMemoryDatatype(dataset, H5Dget_type, memoryType, data);
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
-  const auto transfer = [&, to = dataset, by = list](const void* buffer) {
-    return hdf5::writeNested(to, type.get(), spaces.transferred(), spaces.file.get(), by, buffer);
+  const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
+                                  spaces.file.get(), list,       list};
+  const auto writeBytes = [&transfer](const void* bytes) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return chunks::write(transfer, bytes); });
   };
-  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, transfer);
+  const auto writeBuffer = [&](const void* buffer) {
+    return hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, buffer,
+                             writeBytes);
+  };
+  writeData<msg::nullDatasetDataspace>(type.get(), spaces.memory.get(), data, writeBuffer);
 }
 
 constexpr Row kDatasetFunctions[] = {

@@ -69,7 +69,8 @@ def _adopt_lock() -> None:
 
 
 @contextmanager
-def _library_lock() -> Iterator[None]:
+def library_lock() -> Iterator[None]:
+    """While no other thread is in a call of HDF5."""
     from ._zembra import acquire_library, release_library
 
     acquire_library()
@@ -92,7 +93,7 @@ class _LockedLoader(Loader):
         if module.__spec__ is not None:  # what it is to others
             module.__spec__.loader = self._loader
         module.__loader__ = self._loader
-        with _library_lock():
+        with library_lock():
             self._loader.exec_module(module)
             _adopt_lock()
         sys.meta_path.remove(_finder)
