@@ -6,8 +6,11 @@
 #   make sanitize-threads  compressed chunks under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
 #   make nested      3,000 datatypes within each other, written and read back
-#   make fuzz        any function with anything, under the same sanitizers
+#   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
+#                    with clang, as many that coverage guides; mutated files
+#   make faults      tasks of which every allocation and every access to a file fails
 #   make bench       build and run the benchmarks
+#   make docs        build, then make the site of the documents, in build/docs/html
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
 #   make deb         Debian packages, in build/deb
@@ -25,8 +28,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo test nested test-releases bench sanitize sanitize-threads fuzz lint format \
-  install uninstall deb clean
+.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz faults \
+  lint format install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -38,10 +41,10 @@ build: setup
 demo: build
 	@mkdir -p build/demo
 	@PYTHONPATH=build/python $(PYTHON) examples/weather_station.py build/demo/weather.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /stations
-	@PYTHONPATH=build/python $(PYTHON) examples/show_dataset.py build/demo/weather.h5 /readings
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /stations
+	@PYTHONPATH=build/python $(PYTHON) -m zembra show build/demo/weather.h5 /readings
 	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
-	@PYTHONPATH=build/python $(PYTHON) examples/tree.py build/demo/weather.h5
+	@PYTHONPATH=build/python $(PYTHON) -m zembra tree build/demo/weather.h5
 
 test:
 	@tools/setup.sh test
@@ -60,6 +63,13 @@ bench:
 	build/bin/call_bench
 	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
 	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/dask_bench.py
+
+docs:
+	@tools/setup.sh docs
+	$(CONFIGURE) $(CMAKE_ARGS)
+	cmake --build --preset release
+	tools/make_docs.sh
 
 test-releases:
 	@tools/test_releases.sh
@@ -91,14 +101,27 @@ sanitize-threads:
 	cmake --build --preset release --target chunks_at_work
 	TSAN_OPTIONS=halt_on_error=1 build/bin/chunks_at_work
 
-# Other seeds than these two: build-sanitize/bin/random_calls SEED CALLS
+# Other calls than these: build/bin/fuzz_calls SEED CALLS
+CALLS ?= 1000000
+MUTATIONS ?= 2000
 fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0
 fuzz:
 	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/fuzz_calls 1 $(CALLS)
 	cmake --preset sanitize $(CMAKE_ARGS)
-	cmake --build --preset sanitize --target random_calls h5gate
-	build-sanitize/bin/random_calls 1 50000
-	build-sanitize/bin/random_calls 2 50000
+	cmake --build --preset sanitize --target fuzz_calls h5gate
+	build-sanitize/bin/fuzz_calls 2 $$(($(CALLS) / 10))
+	tools/fuzz_guided.sh $$(($(CALLS) / 10))
+	H5GATE_MUTATIONS=$(MUTATIONS) PYTHONPATH=build/python $(PYTHON) -m pytest -k mutated \
+	  tests/scripts/test_inspect.py
+
+faults:
+	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	build/bin/faults
 
 lint:
 	@tools/setup.sh lint

@@ -1,6 +1,6 @@
 # What is installed, but for the Python package: the libraries, the headers, and what
-# other projects find them by. Packages can be made of its three components: runtime,
-# development, python. The target `uninstall` takes all of it away again.
+# other projects find them by. Packages can be made of its components: runtime,
+# development, python, command. The target `uninstall` takes all of it away again.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -31,10 +31,13 @@ endif()
 
 # --- Folders made on the way, to be taken away if they are empty then ---------
 
+set(h5gate_command "${CMAKE_INSTALL_BINDIR}/zembra")
+set(h5gate_completion "${CMAKE_INSTALL_DATADIR}/bash-completion/completions/zembra")
 set(own_folders "${h5gate_include}" "${h5gate_config}" "${h5gate_python}/zembra")
 set(made_folders "${PROJECT_BINARY_DIR}/install_folders.txt")
 install(CODE "
-  foreach(folder IN ITEMS ${own_folders} ${h5gate_pkgconfig})
+  foreach(folder IN ITEMS ${own_folders} ${h5gate_pkgconfig} ${CMAKE_INSTALL_BINDIR}
+                          ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${folder}\")
     while(NOT EXISTS \"\${folder}\")
       file(APPEND \"${made_folders}\" \"\${folder}\\n\")

@@ -62,6 +62,17 @@ install(FILES "${package_dir}/h5.pyi" DESTINATION "${package_install_dir}" COMPO
 
 add_custom_target(zembra_package ALL DEPENDS ${package_copies})
 
+# The command, which finds the package beside itself where the interpreter does not look; and
+# what bash completes its words by. (A wheel's command is made by pip.)
+set(to_package "/${h5gate_python}")
+cmake_path(RELATIVE_PATH to_package BASE_DIRECTORY "/${CMAKE_INSTALL_BINDIR}")
+set(command "${PROJECT_BINARY_DIR}/installed/zembra")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/zembra.in" "${command}" @ONLY)
+install(PROGRAMS "${command}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT command)
+cmake_path(GET h5gate_completion PARENT_PATH completion_folder)
+install(FILES "${PROJECT_SOURCE_DIR}/python/zembra.bash-completion" RENAME zembra
+        DESTINATION "${completion_folder}" COMPONENT command)
+
 # Where the interpreter does not look by itself, it has to be told.
 install(CODE "
   set(folder \"\${CMAKE_INSTALL_PREFIX}/${h5gate_python}\")

@@ -12,8 +12,10 @@
 #include <array>
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <span>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "convert/failure.hpp"
@@ -21,6 +23,7 @@
 #include "convert/number_cast.hpp"
 #include "convert/number_results.hpp"
 #include "convert/text.hpp"
+#include "hdf5/closing.hpp"
 #include "hdf5/error_stack.hpp"
 #include "hdf5/library_shields.hpp"
 #include "host/call.hpp"
@@ -116,10 +119,12 @@ class HostInputs {
 
   template <class Input>
   void appendMade([[maybe_unused]] typename Input::Argument argument) {
+    if constexpr (std::is_same_v<Input, IdInput>) used_.emplace(argument);
     if constexpr (Passed<Input>) append(Input::make(argument));
   }
 
   const CallbackContext& context_;
+  std::optional<hdf5::InUse> used_;
   std::array<zbArray*, kMade + 2> arrays_{};  // the function, those made, the user data
   std::size_t count_ = 0;
 };

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <vector>
 
+#include "hdf5/error_stack.hpp"
 #include "hdf5/handle.hpp"
 
 namespace hdf5 {
@@ -14,6 +15,12 @@ constexpr unsigned kObjects = H5F_OBJ_ALL & ~static_cast<unsigned>(H5F_OBJ_FILE)
 /// Whether some file was closed before its objects: without such a file, closing an object
 /// closes nothing else, and nobody has to ask.
 std::atomic<bool> fileAwaitsObjects = false;
+
+thread_local const InUse* innermost = nullptr;
+
+herr_t refuseToClose() {
+  return refuse("H5Idec_ref", "the identifier is in use: a callback of an iteration is running");
+}
 
 /// In the file, or in all of them.
 std::vector<hid_t> openIdentifiers(hid_t file, unsigned kinds) {
@@ -101,6 +108,16 @@ bool flushAll() {
 
 }  // namespace
 
+InUse::InUse(hid_t id) : id_(id), outer_(innermost) { innermost = this; }
+InUse::~InUse() { innermost = outer_; }
+
+bool isLastOfUsed(hid_t id) {
+  for (const InUse* one = innermost; one != nullptr; one = one->outer_) {
+    if (one->id_ == id) return H5Iget_ref(id) == 1;
+  }
+  return false;
+}
+
 herr_t flush(hid_t object, H5F_scope_t scope) {
   if (H5Fflush(object, scope) >= 0) return 0;
   const hid_t reasons = H5Eget_current_stack();
@@ -112,12 +129,14 @@ herr_t flush(hid_t object, H5F_scope_t scope) {
   return -1;
 }
 
-herr_t flushBeforeLast(hid_t object) {
+herr_t prepareToClose(hid_t object) {
+  if (isLastOfUsed(object)) return refuseToClose();
   if (!fileAwaitsObjects || H5Iget_ref(object) != 1 || !isInFile(object)) return 0;
   return flush(object, H5F_SCOPE_GLOBAL);
 }
 
 herr_t closeFile(hid_t file) {
+  if (isLastOfUsed(file)) return refuseToClose();
   if (H5Iget_type(file) == H5I_FILE && H5Iget_ref(file) == 1) {
     if (flush(file, H5F_SCOPE_GLOBAL) < 0) return -1;
     if (H5Fget_obj_count(file, kObjects) > 0) fileAwaitsObjects = true;
@@ -126,6 +145,7 @@ herr_t closeFile(hid_t file) {
 }
 
 int releaseReference(hid_t id) {
+  if (isLastOfUsed(id)) return refuseToClose();
   if (H5Iget_ref(id) == 1 && isInFile(id) && flush(id, H5F_SCOPE_GLOBAL) < 0) return -1;
   return H5Idec_ref(id);
 }

@@ -11,6 +11,23 @@
 
 namespace hdf5 {
 
+/// For as long as HDF5 waits for a callback, on this thread, and goes on with the identifier
+/// then: it is not to be closed.
+class InUse {
+ public:
+  explicit InUse(hid_t id);
+  ~InUse();
+  InUse(const InUse&) = delete;
+  InUse& operator=(const InUse&) = delete;
+
+ private:
+  friend bool isLastOfUsed(hid_t id);
+  hid_t id_;
+  const InUse* outer_;
+};
+/// Whether it is, and has no other reference.
+bool isLastOfUsed(hid_t id);
+
 /// H5Fflush. A failed flush leaves 1.10 in a state that the next one complains of, whatever
 /// it could write, and mends: only what fails twice has failed.
 herr_t flush(hid_t object, H5F_scope_t scope);
@@ -40,12 +57,12 @@ bool closeWhatCanBe(const Complaint& complain);
 
 // --- Implementation ----------------------------------------------------------------------
 
-/// Flushes what the last reference to the object keeps open; does nothing for others.
-herr_t flushBeforeLast(hid_t object);
+/// Flushes what the last reference to the object keeps open; refuses where it is in use.
+herr_t prepareToClose(hid_t object);
 
 template <herr_t (*Close)(hid_t)>
 herr_t closeObject(hid_t object) {
-  return flushBeforeLast(object) < 0 ? -1 : Close(object);
+  return prepareToClose(object) < 0 ? -1 : Close(object);
 }
 
 }  // namespace hdf5

@@ -22,20 +22,28 @@ bool isLibrarys(hid_t id) {
   return id > 0 && (id & kSerial) < most && H5Iget_ref(id) == 0;
 }
 
+int iterateProperties(hid_t list, int* index, H5P_iterate_t visit, void* data) {
+  const InUse used(list);
+  return H5Piterate(list, index, visit, data);
+}
+
 herr_t closeList(hid_t list) {
-  return isLibrarys(list) ? refuseToClose("H5Pclose") : H5Pclose(list);
+  return isLibrarys(list) ? refuseToClose("H5Pclose") : closeObject<H5Pclose>(list);
 }
 
 herr_t closeClass(hid_t listClass) {
-  return isLibrarys(listClass) ? refuseToClose("H5Pclose_class") : H5Pclose_class(listClass);
+  return isLibrarys(listClass) ? refuseToClose("H5Pclose_class")
+                               : closeObject<H5Pclose_class>(listClass);
 }
 
 herr_t closeAnyObject(hid_t object) {
-  return isLibrarys(object) ? refuseToClose("H5Oclose") : closeObject<H5Oclose>(object);
+  if (isLibrarys(object)) return refuseToClose("H5Oclose");
+  return closeObject<H5Oclose>(object);
 }
 
 int decrementReferences(hid_t id) {
-  return isLibrarys(id) ? refuseToClose("H5Idec_ref") : releaseReference(id);
+  if (isLibrarys(id)) return refuseToClose("H5Idec_ref");
+  return releaseReference(id);
 }
 
 }  // namespace hdf5

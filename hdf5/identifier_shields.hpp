@@ -12,6 +12,10 @@ namespace hdf5 {
 /// to give up, and what it names is not a script's to change.
 bool isLibrarys(hid_t id);
 
+/// H5Piterate. HDF5 goes on with a list, or class, that the callback has closed: for as long as
+/// it is iterated over, it stays open.
+int iterateProperties(hid_t list, int* index, H5P_iterate_t visit, void* data);
+
 /// H5Pclose, H5Pclose_class, H5Oclose and H5Idec_ref.
 herr_t closeList(hid_t list);
 herr_t closeClass(hid_t listClass);

@@ -20,6 +20,15 @@ bool leadsToGroup(const char* function, hid_t location, const char* name, hid_t 
   return group;
 }
 
+/// A group whose link was deleted has no path any more.
+bool isNameless(hid_t location) {
+  return H5Iget_type(location) == H5I_GROUP && H5Iget_name(location, nullptr, 0) == 0;
+}
+
+herr_t refuseNameless(const char* function) {
+  return refuse(function, "the new location has been deleted");
+}
+
 hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? other : location; }
 
 }  // namespace
@@ -50,7 +59,17 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
 }
 
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName) {
-  return H5Gmove2(orSame(location, newLocation), name, orSame(newLocation, location), newName);
+  const hid_t target = orSame(newLocation, location);
+  if (isNameless(target)) return refuseNameless("H5Gmove2");
+  return H5Gmove2(orSame(location, newLocation), name, target, newName);
+}
+
+herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
+                hid_t creationList, hid_t accessList) {
+  if (isNameless(newLocation == H5L_SAME_LOC ? location : newLocation)) {
+    return refuseNameless("H5Lmove");
+  }
+  return H5Lmove(location, name, newLocation, newName, creationList, accessList);
 }
 
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint) {
@@ -74,7 +93,7 @@ H5G_obj_t typeByIndex(hid_t location, hsize_t position) {
 }
 
 herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList) {
-  if (!kSince110 && !leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
+  if (!leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
   return H5Fmount(location, name, child, mountList);
 }
 

@@ -22,6 +22,11 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
             const char* newName);
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName);
 
+/// H5Lmove. It looks for the path of the new location, as H5Gmove2 does, which a group that was
+/// deleted has not: 1.10 follows a null pointer.
+herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
+                hid_t creationList, hid_t accessList);
+
 /// H5Gcreate1. 1.8 cuts a hint of more than 32 bits down to them; later releases refuse it.
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint);
 
@@ -29,7 +34,7 @@ hid_t createGroup(hid_t location, const char* name, size_t sizeHint);
 H5G_obj_t typeByIndex(hid_t location, hsize_t position);
 
 /// H5Fmount. 1.8 mounts on whatever has a name, and does not survive the end of the
-/// library then.
+/// library then; 1.10 mounts on whatever is open, and the library does not open again.
 herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList);
 
 }  // namespace hdf5

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <string_view>
+#include <vector>
 
 #include "hdf5/identifier_shields.hpp"
 
@@ -69,6 +70,25 @@ bool areWithin(const Limits& limits, hid_t list, const char* name, const void* v
 
 bool isSzipOfNothing(H5Z_filter_t filter, size_t count, const unsigned* data) {
   return filter == H5Z_FILTER_SZIP && (count < 2 || data[1] == 0);
+}
+
+// --- Filters ----------------------------------------------------------------------------
+
+struct Filter {
+  H5Z_filter_t id;
+  unsigned flags;
+  size_t count;  // of client data
+};
+
+std::vector<Filter> filtersOf(hid_t list) {
+  std::vector<Filter> filters(static_cast<std::size_t>(std::max(H5Pget_nfilters(list), 0)));
+  for (std::size_t i = 0; i < filters.size(); ++i) {
+    Filter& filter = filters[i];
+    unsigned config = 0;
+    filter.id = H5Pget_filter2(list, static_cast<unsigned>(i), &filter.flags, &filter.count,
+                               nullptr, 0, nullptr, &config);
+  }
+  return filters;
 }
 
 herr_t refuseSzip(const char* function) {
@@ -136,6 +156,26 @@ herr_t modifyFilter(hid_t list, H5Z_filter_t filter, unsigned flags, size_t coun
                     const unsigned* data) {
   if (isSzipOfNothing(filter, count, data)) return refuseSzip("H5Pmodify_filter");
   return H5Pmodify_filter(list, filter, flags, count, data);
+}
+
+herr_t removeFilter(hid_t list, H5Z_filter_t filter) {
+  if (filter == H5Z_FILTER_ALL) return H5Premove_filter(list, filter);
+  std::vector<Filter> rest = filtersOf(list);
+  const auto removed = std::ranges::find(rest, filter, &Filter::id);
+  if (removed == rest.end()) return H5Premove_filter(list, filter);
+  const auto moved = rest.erase(removed);
+  const auto hasNoData = [](const Filter& one) { return one.count == 0; };
+  for (auto one = moved; one != rest.end(); ++one) {
+    // Filters are changed by their names: of several the first one would be.
+    if (hasNoData(*one) && std::ranges::count(rest, one->id, &Filter::id) > 1) {
+      return refuse("H5Premove_filter", "a filter without client data is there twice behind it");
+    }
+  }
+  if (H5Premove_filter(list, filter) < 0) return -1;
+  const bool all = std::all_of(moved, rest.end(), [&](const Filter& one) {
+    return !hasNoData(one) || H5Pmodify_filter(list, one.id, one.flags, 0, nullptr) >= 0;
+  });
+  return all ? 0 : -1;
 }
 
 }  // namespace hdf5

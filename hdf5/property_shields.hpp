@@ -32,4 +32,9 @@ herr_t setFilter(hid_t list, H5Z_filter_t filter, unsigned flags, size_t count,
 herr_t modifyFilter(hid_t list, H5Z_filter_t filter, unsigned flags, size_t count,
                     const unsigned* data);
 
+/// H5Premove_filter. What moves up has its client data looked for in its old place where it
+/// has none, and a copy of the list takes that for memory of its own: 1.10 does not survive to
+/// close either.
+herr_t removeFilter(hid_t list, H5Z_filter_t filter);
+
 }  // namespace hdf5

@@ -47,6 +47,12 @@ bool selectionFits(hid_t space) {
   return true;
 }
 
+herr_t leaveAllInPlace(hid_t space) {
+  if (H5Sget_select_type(space) != H5S_SEL_ALL || H5Sget_simple_extent_ndims(space) < 1) return 0;
+  static constexpr std::array<hssize_t, H5S_MAX_RANK> kNone{};
+  return H5Soffset_simple(space, kNone.data());
+}
+
 bool rankSuits(hid_t dataset, hid_t fileSpace) {
   const Space own(H5Dget_space(dataset));
   if (H5Sget_simple_extent_type(fileSpace) == H5S_NULL ||

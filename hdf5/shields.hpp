@@ -15,6 +15,10 @@ hid_t listOrNothing(hid_t id);
 /// Whether all that is selected, moved by the selection's offset, lies in the extent.
 bool selectionFits(hid_t space);
 
+/// Where all of a space is selected, an offset moves nothing; but looking for chunks HDF5 adds it,
+/// and reads and writes outside of memory: the space is to have none.
+herr_t leaveAllInPlace(hid_t space);
+
 /// Whether HDF5 can look for the file space's selection among the dataset's chunks: it
 /// does so by the dataset's rank, and finds no end in a space of another one.
 bool rankSuits(hid_t dataset, hid_t fileSpace);

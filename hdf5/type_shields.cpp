@@ -1,7 +1,6 @@
 #include "hdf5/type_shields.hpp"
 
 #include "hdf5/allocated_text.hpp"
-#include "hdf5/handle.hpp"
 
 namespace hdf5 {
 namespace {
@@ -17,6 +16,13 @@ bool holdsCompoundWithoutMembers(hid_t type) {
     if (holdsCompoundWithoutMembers(Type(H5Tget_member_type(type, i)).get())) return true;
   }
   return members == 0;
+}
+
+/// What arrays and sequences, one in the other, are of.
+H5T_class_t classOfElements(hid_t type) {
+  const H5T_class_t kind = H5Tget_class(type);
+  if (kind != H5T_ARRAY && kind != H5T_VLEN) return kind;
+  return classOfElements(Type(H5Tget_super(type)).get());
 }
 
 }  // namespace
@@ -68,6 +74,16 @@ bool isUnstorable(hid_t type) {
   }
 }
 
+Type unlockedCopy(hid_t type) {
+  return Type(H5Tcommitted(type) == 0 ? H5Tcopy(type) : H5I_INVALID_HID);
+}
+
+bool isCompactElsewhere(hid_t id) {
+  return id != H5P_DEFAULT && H5Iget_type(id) == H5I_GENPROP_LST &&
+         H5Pisa_class(id, H5P_DATASET_CREATE) > 0 && H5Pget_layout(id) == H5D_COMPACT &&
+         H5Pget_external_count(id) > 0;
+}
+
 bool isTooLarge(hid_t location, hid_t type) {
   // Nothing takes more room in a file than here.
   constexpr std::size_t kAlwaysFits = 60000;
@@ -114,6 +130,15 @@ herr_t lockType(hid_t type) {
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList) {
   return H5Acreate2(object, name, type, space, creationList, kSince112 ? H5P_DEFAULT : accessList);
+}
+
+herr_t setTypeOffset(hid_t type, size_t offset) {
+  const H5T_class_t kind = classOfElements(type);
+  const bool isElement = kind != H5Tget_class(type);
+  if (isElement && (kind == H5T_COMPOUND || kind == H5T_OPAQUE || kind == H5T_REFERENCE)) {
+    return refuse("H5Tset_offset", "what the array or sequence is of has no offset");
+  }
+  return changeTransient<H5Tset_offset>("H5Tset_offset", type, offset);
 }
 
 }  // namespace hdf5

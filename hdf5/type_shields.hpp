@@ -3,6 +3,7 @@
 #pragma once
 
 #include "hdf5/error_stack.hpp"
+#include "hdf5/handle.hpp"
 
 namespace hdf5 {
 
@@ -55,6 +56,31 @@ struct OfStorableType<Create> {
   }
 };
 
+/// A copy, which nobody has locked; none where a file has the datatype.
+Type unlockedCopy(hid_t type);
+
+/// Whether the identifier is a list of data that lie in the object header and in external files
+/// at once, where HDF5 follows a null pointer.
+bool isCompactElsewhere(hid_t id);
+
+/// H5Dcreate, whichever `Create` is. A dataset shares a locked datatype, which can then be given
+/// up by its identifier, and neither dataset nor file closes any more.
+template <auto Create>
+struct OfUnlockedType;
+template <class... Rest, hid_t (*Create)(hid_t, const char*, hid_t, Rest...)>
+struct OfUnlockedType<Create> {
+  static hid_t create(hid_t location, const char* name, hid_t type, Rest... rest) {
+    if ((isCompactElsewhere(rest) || ...)) {
+      return refuse("H5Dcreate", "what lies in external files has no compact layout");
+    }
+    Type copy = unlockedCopy(type);
+    const hid_t dataset = Create(location, name, copy.valid() ? copy.get() : type, rest...);
+    const KeepErrorStack keep;
+    copy.close();
+    return dataset;
+  }
+};
+
 /// Of H5Tcommit: whether the datatype is larger than a message of an object header can
 /// be in the location's file. Up to 1.10 HDF5 then fails and never closes the file again.
 bool isTooLarge(hid_t location, hid_t type);
@@ -90,5 +116,9 @@ herr_t changeTransient(const char* name, hid_t type, Arguments... arguments) {
 /// another class.
 hid_t createAttribute(hid_t object, const char* name, hid_t type, hid_t space, hid_t creationList,
                       hid_t accessList);
+
+/// H5Tset_offset. HDF5 looks at the class of an array, or sequence, and then writes to what it is
+/// of as though that were a number: into a compound's members, for instance.
+herr_t setTypeOffset(hid_t type, size_t offset);
 
 }  // namespace hdf5

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -49,9 +50,15 @@ void closeLibrary() {
   // Threads that have ended leave references to HDF5's own messages behind, which it would
   // complain of to whomever has not asked it to be quiet, in the very words asked for here.
   H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
-  const bool all = hdf5::closeWhatCanBe([](const std::string& file, const std::string& reason) {
+  const auto complain = [](const std::string& file, const std::string& reason) {
     std::fprintf(stderr, "zembra: %s could not be written: %s\n", file.c_str(), reason.c_str());
-  });
+  };
+  bool all = false;
+  try {
+    all = hdf5::closeWhatCanBe(complain);
+  } catch (const std::bad_alloc&) {
+    std::fputs("zembra: there is no memory to close what is open\n", stderr);
+  }
   // HDF5's own handler would try again to write what cannot be written, and not survive it.
   if (!all) endWithoutLibrary();
 }

@@ -3,6 +3,7 @@
 #   tools/setup.sh          to build, install and demonstrate
 #   tools/setup.sh test     to test as well
 #   tools/setup.sh bench    to measure as well
+#   tools/setup.sh docs     to make the site of the documents as well
 #   tools/setup.sh lint     to lint and format as well
 #   tools/setup.sh deb      to make Debian packages and check them as well
 #   tools/setup.sh releases to test with other compilers and releases as well
@@ -14,11 +15,13 @@ packages=(
 )
 # What is checked and measured against, and what the static checks have to read.
 tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-hypothesis
-  python3-pytest python3-pytest-xdist python3-scipy)
+  python3-pytest python3-pytest-xdist python3-scipy python3-matplotlib python3-tqdm
+  python3-nbconvert python3-ipykernel python3-dask python3-distributed)
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
-  bench) packages+=(libbenchmark-dev python3-h5py) ;;
+  bench) packages+=(libbenchmark-dev python3-h5py python3-dask) ;;
   deb) packages+=(build-essential debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
+  docs) packages+=(python3-matplotlib python3-sphinx python3-myst-parser furo) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
   lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
     libbenchmark-dev) ;;

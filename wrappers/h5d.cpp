@@ -32,8 +32,8 @@ using TransferList = ListId<"transfer property list identifier">;
 
 // --- Creating -------------------------------------------------------------------------
 
-constexpr auto create1 = hdf5::OfStorableType<H5Dcreate1>::create;
-constexpr auto create2 = hdf5::OfStorableType<H5Dcreate2>::create;
+constexpr auto create1 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate1>::create>::create;
+constexpr auto create2 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate2>::create>::create;
 
 // --- Extents --------------------------------------------------------------------------
 
@@ -143,6 +143,9 @@ class TransferSpaces {
   TransferSpaces(const char* function, hid_t dataset, hid_t givenMemory, hid_t givenFile)
       : file(checked(givenFile == H5S_ALL ? H5Dget_space(dataset) : H5Scopy(givenFile))),
         memory(checked(H5Scopy(givenMemory == H5S_ALL ? file.get() : givenMemory))) {
+    for (const hdf5::Space* space : {&file, &memory}) {
+      if (hdf5::leaveAllInPlace(space->get()) < 0) KVH5libraryError();
+    }
     if (!hdf5::selectionFits(file.get())) {
       raiseRefusal(function, "the file selection leaves the extent");
     }

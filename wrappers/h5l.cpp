@@ -142,7 +142,7 @@ constexpr Row kLinkFunctions[] = {
                                           Order, Nth, Buffer, AccessListId),
     OWN(H5Lget_val,         getValue),
     // Only the destination may be the same location.
-    ROW(H5Lmove,            Nothing,      Id<"source location identifier">, SourceName,
+    CALL(H5Lmove, hdf5::moveLink, Nothing, Id<"source location identifier">, SourceName,
                                           Destination, DestinationName, CreationList, AccessList),
 
     //   name                calls                     gives

@@ -49,7 +49,7 @@ void iterate(Inputs ins, Results& outs) {
   const auto [list, start, function] = take<ListOrClass, Int, Any>(ins);
   CallbackContext context(function);
   int index = start;
-  const int status = H5Piterate(
+  const int status = hdf5::iterateProperties(
       list, &index, plainAdapter<msg::propertyListIteratorCallback, IdInput, NameInput>, &context);
   context.raiseParked();
   // HDF5 leaves the index of an iteration that was stopped at the property that

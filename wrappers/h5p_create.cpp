@@ -204,7 +204,7 @@ constexpr Row kCreationPropertyFunctions[] = {
     ROW(H5Pget_link_phase_change,   Outputs<unsigned, unsigned>, GroupListId),
     ROW(H5Pget_nfilters,            Number,                      List),
     OWN(H5Pmodify_filter,           modifyFilter),
-    SET(H5Premove_filter,           Nothing,                     List, Filter),
+    SHIELDED(H5Premove_filter, hdf5::removeFilter, Nothing,      List, Filter),
     SET(H5Pset_alloc_time,          Nothing,                     List, Enum<H5D_alloc_time_t>),
     SET(H5Pset_attr_creation_order, Nothing,
                                     Id<"dataset or group creation property list">, Unsigned),

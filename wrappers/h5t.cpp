@@ -55,9 +55,6 @@ struct SizeOrVariable {
   }
 };
 
-herr_t setOffset(hid_t type, size_t offset) {
-  return hdf5::changeTransient<H5Tset_offset>("H5Tset_offset", type, offset);
-}
 herr_t setPadding(hid_t type, H5T_pad_t low, H5T_pad_t high) {
   return hdf5::changeTransient<H5Tset_pad>("H5Tset_pad", type, low, high);
 }
@@ -286,7 +283,7 @@ constexpr Row kDatatypeFunctions[] = {
     ROW(H5Tget_norm,          Number,                  Type),
     ROW(H5Tset_norm,          Nothing,                 Type, Enum<H5T_norm_t>),
     ROW(H5Tget_offset,        Number,                  Type),
-    CALL(H5Tset_offset, setOffset, Nothing,            Type, Unsigned),
+    CALL(H5Tset_offset, hdf5::setTypeOffset, Nothing,  Type, Unsigned),
     ROW(H5Tget_order,         Number,                  Type),
     ROW(H5Tset_order,         Nothing,                 Type, Enum<H5T_order_t>),
     ROW(H5Tget_pad,           Outputs<H5T_pad_t, H5T_pad_t>, Type),

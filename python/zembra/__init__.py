@@ -57,8 +57,9 @@ converts. Numbers go into a memory datatype with a name if every one of them sur
 it converts arguments no further than to the host's class for them (int64 arrays stay
 such), and gives results as the host has them, numbers as float.
 
-`inspect` reads a file from a stranger in a process of its own, and tells whether it is
-whole, damaged, or deadly for those who read it.
+`tree` shows what is in a file, `table` the records of a compound. `inspect` reads a file from
+a stranger in a process of its own, and tells whether it is whole, damaged, or deadly for those
+who read it. The module `zembra.dask` gives datasets as dask arrays, where dask is installed.
 
 `set_threads` says how many threads H5Dread and H5Dwrite use for compressed chunks: as many
 as there are cores, unless told otherwise.
@@ -80,7 +81,9 @@ from ._errors import (
 from ._id import Id
 from ._inspect import Finding, Inspection, inspect
 from ._records import records
+from ._table import Table, table
 from ._threads import set_threads
+from ._tree import Tree, tree
 from ._version import __version__
 from ._zembra import call
 from . import h5
@@ -98,12 +101,16 @@ __all__ = [
     "LibraryFileExistsError",
     "LibraryFileNotFoundError",
     "LibraryPermissionError",
+    "Table",
+    "Tree",
     "__version__",
     "call",
     "h5",
     "inspect",
     "records",
     "set_threads",
+    "table",
+    "tree",
 ]
 
 # Tracebacks and help() name things as scripts do.

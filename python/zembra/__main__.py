@@ -1,19 +1,25 @@
-"""The command line.
+"""`zembra`, and `python3 -m zembra`: a prompt, a script, or a command.
 
-    python3 -m zembra [script.py ...]     a script or a prompt with everything imported
-    python3 -m zembra check FILE ...      whether files are whole, by zembra.inspect
+    zembra                        a prompt with everything imported
+    zembra SCRIPT.py ...          a script with everything imported
+    zembra COMMAND ...            tree, show, plot, check, diff, copy; --help lists them
 """
 
 import code
+import difflib
 import os
 import runpy
+import signal
 import sys
+import warnings
 from typing import Any
 
 import numpy as np
 
 import zembra
-from zembra import h5
+from zembra import _command_line, h5
+
+INTERRUPTED = 128 + signal.SIGINT
 
 
 def _names() -> dict[str, Any]:
@@ -45,11 +51,65 @@ def _prompt() -> None:
     code.interact(banner=banner, local=names, exitmsg="")
 
 
-if sys.argv[1:2] == ["check"]:
-    from zembra import _check
+def _command(arguments: list[str]) -> int:
+    """In a process of its own: HDF5 does not survive every file."""
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", DeprecationWarning)  # of forks: no thread of ours runs
+        child = os.fork()
+    if child == 0:
+        status = INTERRUPTED
+        try:
+            signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # as of other commands before `head`
+            status = _command_line.main(arguments)
+        except SystemExit as end:  # of argparse
+            status = end.code if isinstance(end.code, int) else _command_line.FAILED
+        except KeyboardInterrupt:
+            pass
+        finally:
+            sys.stdout.flush()
+            sys.stderr.flush()
+            os._exit(status)
+    return _ended(child, arguments[0])
 
-    sys.exit(_check.main(sys.argv[2:]))
-elif len(sys.argv) > 1:
-    _run(sys.argv[1:])
-else:
-    _prompt()
+
+def _ended(child: int, command: str) -> int:
+    before = signal.signal(signal.SIGINT, signal.SIG_IGN)  # the command has it as well
+    try:
+        status = os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+    finally:
+        signal.signal(signal.SIGINT, before)
+    if status >= 0:
+        return status
+    if -status not in (signal.SIGPIPE, signal.SIGTERM):
+        print(
+            f"zembra {command}: HDF5 did not survive the file"
+            f" ({signal.strsignal(-status)}); 'zembra check' tells where",
+            file=sys.stderr,
+        )
+        return _command_line.FAILED
+    return 128 - status
+
+
+def _unknown(word: str) -> int:
+    near = difflib.get_close_matches(word, _command_line.command_names(), 1)
+    advice = f"; did you mean {near[0]!r}?" if near else "; --help lists the commands"
+    print(f"zembra: there is no command or script {word!r}{advice}", file=sys.stderr)
+    return _command_line.FAILED
+
+
+def main() -> int:
+    """The exit status."""
+    words = sys.argv[1:]
+    if not words:
+        _prompt()
+    elif words[0].startswith("-") or words[0] in _command_line.command_names():
+        return _command(words)
+    elif os.path.exists(words[0]):
+        _run(words)
+    else:
+        return _unknown(words[0])
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,7 +1,6 @@
-"""`python3 -m zembra check FILE ...`: whether files are whole."""
+"""`zembra check FILE ...`: whether files are whole."""
 
 import argparse
-import io
 import shutil
 import sys
 import time
@@ -9,6 +8,14 @@ from typing import TextIO
 
 from ._inspect import DEADLY, WHOLE, Inspector, printable, shortened
 
+DESCRIPTION = (
+    "Reads whole files, each in a process of its own, and tells which are damaged, and which"
+    " kill those who read them"
+)
+EPILOG = (
+    "Exit status: 0 if all files are whole, 1 if any is damaged, 2 if any is fatal or cannot be"
+    " looked at."
+)
 EXIT_WHOLE, EXIT_DAMAGED, EXIT_FATAL = range(3)
 PROGRESS_PERIOD = 0.1  # seconds
 
@@ -37,12 +44,9 @@ class _Progress:
         self._stream.flush()
 
 
-def main(arguments: list[str]) -> int:
+def run(options: argparse.Namespace) -> int:
     """The exit status: 0 if all are whole, 1 if any is damaged, 2 if any is fatal or cannot be
     looked at."""
-    options = _parser().parse_args(arguments)
-    if isinstance(sys.stdout, io.TextIOWrapper):
-        sys.stdout.reconfigure(errors="backslashreplace")  # names are in any language
     progress = _Progress(sys.stderr)
     worst = EXIT_WHOLE
     for file in options.files:
@@ -68,14 +72,7 @@ def _check(file: str, seconds: float, memory: int, progress: _Progress) -> int:
     return EXIT_FATAL if inspection.verdict == DEADLY else EXIT_DAMAGED
 
 
-def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser(
-        prog="python3 -m zembra check",
-        description="Reads whole HDF5 files, each in a process of its own, and tells which are"
-        " damaged, and which kill those who read them.",
-        epilog="Exit status: 0 if all files are whole, 1 if any is damaged, 2 if any is fatal or"
-        " cannot be looked at.",
-    )
+def add_arguments(parser: argparse.ArgumentParser) -> None:
     parser.add_argument("files", nargs="+", metavar="FILE", help="an HDF5 file")
     parser.add_argument(
         "--seconds",
@@ -90,7 +87,6 @@ def _parser() -> argparse.ArgumentParser:
         metavar="BYTES",
         help="how much memory reading may take, 2G unless said otherwise",
     )
-    return parser
 
 
 def _positive_number(text: str) -> float:

@@ -39,7 +39,7 @@ def test_the_default_prefix_takes_nothing(tmp_path):
 
 
 def test_everything_of_the_package_is_installed(prefix):
-    (package,) = prefix.glob("**/zembra")
+    (package,) = (file.parent for file in prefix.glob("**/zembra/__init__.py"))
     built = BUILD / "python/zembra"
 
     def files(folder):
@@ -47,3 +47,10 @@ def test_everything_of_the_package_is_installed(prefix):
         return {path.relative_to(folder) for path in found}
 
     assert files(package) == files(built)
+
+
+def test_the_command_finds_the_package(prefix):
+    environment = {key: value for key, value in os.environ.items() if key != "PYTHONPATH"}
+    text = output(prefix / "bin/zembra", "--version", env=environment, cwd="/")
+    assert text.startswith(f"zembra {project_version()} with HDF5 ")
+    assert (prefix / "share/bash-completion/completions/zembra").is_file()

@@ -26,6 +26,7 @@ list_packages > "$work/before"
 
 apt-get install --quiet --yes --no-install-recommends "${packages[@]}"
 libraries=$(dirname "$(dpkg --listfiles libh5gate1 | grep 'libh5gate\.so\.1$')")
+zembra --version
 (cd / && python3 -m zembra "$here/round_trip.py" "$work/trip.h5" "$version" "$libraries")
 
 # What the packages bring, as a project of one's own finds it.

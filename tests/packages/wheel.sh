@@ -20,6 +20,7 @@ pip=("$work/venv/bin/pip" --no-input --disable-pip-version-check)
 cd /
 "${pip[@]}" install --no-index --no-build-isolation "$root"
 version=$("${pip[@]}" show zembra | sed -n 's/^Version: //p')
+"$work/venv/bin/zembra" --version
 "$work/venv/bin/python" -m zembra "$here/round_trip.py" "$work/trip.h5" "$version" "$work/venv"
 
 "${pip[@]}" uninstall --yes zembra

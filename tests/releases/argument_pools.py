@@ -6,6 +6,7 @@ may be, and what it may not. Keys become more special from "argument" over
 """
 
 import re
+from pathlib import Path
 
 import numpy as np
 
@@ -231,46 +232,14 @@ def _texts():
 
 
 def _enumerations():
-    names = {
-        "operator": "H5S_SELECT_{SET OR AND XOR NOTB NOTA APPEND PREPEND INVALID}",
-        "index_type": "H5_INDEX_{NAME CRT_ORDER}",
-        "order": "H5_ITER_{INC DEC NATIVE}",
-        "H5T order": "H5T_ORDER_{BE LE VAX NONE}",
-        "ref_type": "H5R_{OBJECT DATASET_REGION}",
-        "H5Rget_region ref_type": "H5R_{DATASET_REGION OBJECT}",
-        "type_class": "H5T_{COMPOUND OPAQUE ENUM INTEGER FLOAT STRING BITFIELD REFERENCE VLEN "
-        "ARRAY TIME}",
-        "space_class": "H5S_{SCALAR SIMPLE NULL}",
-        "filter_id": "H5Z_FILTER_{DEFLATE SHUFFLE FLETCHER32 NBIT SCALEOFFSET ALL}",
-        "types": "H5F_OBJ_{ALL FILE DATASET GROUP DATATYPE ATTR LOCAL}",
-        "strpad": "H5T_STR_{NULLTERM NULLPAD SPACEPAD}",
-        "sign": "H5T_SGN_{NONE 2}",
-        "norm": "H5T_NORM_{IMPLIED MSBSET NONE}",
-        **dict.fromkeys({"inpad", "lsb", "msb"}, "H5T_PAD_{ZERO ONE BACKGROUND}"),
-        **dict.fromkeys({"cset", "encoding"}, "H5T_CSET_{ASCII UTF8}"),
-        "H5T direction": "H5T_DIR_{ASCEND DESCEND DEFAULT}",
-        "H5E direction": "H5E_WALK_{UPWARD DOWNWARD}",
-        "layout": "H5D_{COMPACT CONTIGUOUS CHUNKED}",
-        "fill_time": "H5D_FILL_TIME_{ALLOC NEVER IFSET}",
-        "alloc_time": "H5D_ALLOC_TIME_{EARLY LATE INCR DEFAULT}",
-        "scope": "H5F_SCOPE_{LOCAL GLOBAL}",
-        "degree": "H5F_CLOSE_{WEAK SEMI STRONG DEFAULT}",
-        "link_type": "H5G_LINK_{HARD SOFT}",
-        "scale_type": "H5Z_SO_{INT FLOAT_DSCALE FLOAT_ESCALE}",
-        "check": "H5Z_{ENABLE DISABLE}_EDC",
-        "H5F flags": "H5F_ACC_{RDONLY RDWR TRUNC EXCL}",
-        "H5Fcreate flags": "H5F_ACC_{TRUNC EXCL RDWR}",
-        "H5Pset_libver_bounds low": "H5F_LIBVER_{EARLIEST LATEST}",
-        "high": "H5F_LIBVER_{LATEST EARLIEST}",
-        "H5Pset_multi_type mem_type": "H5FD_MEM_{SUPER DEFAULT DRAW OHDR}",
-    }
-
     def spelled(pattern):
         before, _, rest = pattern.partition("{")
         words, _, after = rest.partition("}")
         return [*(before + word + after for word in words.split()), "none", 17, -1]
 
-    return {key: spelled(pattern) for key, pattern in names.items()}
+    lines = Path(__file__).with_name("enumerators.txt").read_text().splitlines()
+    entries = (line.split(": ") for line in lines if not line.startswith("#"))
+    return {key: spelled(pattern) for key, pattern in entries}
 
 
 def _numbers():

@@ -2,6 +2,7 @@
 
 import os
 import random
+import resource
 import re
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
@@ -14,7 +15,7 @@ import zembra
 from zembra._inspect import FAILURE_STATUS, MOST_FINDINGS
 from zembra._walk import pieces
 
-MUTATIONS = 40
+MUTATIONS = int(os.environ.get("H5GATE_MUTATIONS", "40"))
 
 
 def write_everything(path):
@@ -242,6 +243,11 @@ def test_what_is_no_file_of_ours(path, content):
     assert ("is no HDF5 file" in str(inspection)) == (not content.startswith(b"\x89HDF"))
 
 
+def most_memory():
+    """That this process ever had, in bytes."""
+    return resource.getrusage(resource.RUSAGE_SELF).ru_maxrss << 10
+
+
 def mutated(sample, seed):
     """Some bytes of the file are others, mostly where its structure is."""
     chance = random.Random(seed)
@@ -262,6 +268,7 @@ def inspect_mutated(samples, folder):
         return zembra.inspect(path, seconds=seconds, memory=256 << 20)
 
     verdicts = set()
+    before = most_memory()
     with ThreadPoolExecutor(2) as pool:
         for seed, inspection in enumerate(pool.map(one, range(MUTATIONS))):
             verdicts.add(inspection.verdict)
@@ -272,6 +279,7 @@ def inspect_mutated(samples, folder):
             )
             assert f"status {FAILURE_STATUS}" not in str(inspection), seed
     assert "damaged" in verdicts
+    assert most_memory() - before < 64 << 20  # whatever the walks were allowed
 
 
 def test_mutated_samples(shared_data, tmp_path):

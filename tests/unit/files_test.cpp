@@ -431,6 +431,10 @@ TEST(Mounting, TakesGroupsOnly) {
   makeDataset(parent, "data");
   makeSoftLink(parent, "data", "soft");
   expectLibraryError("H5Fmount", parent, "data", child, kDefault);
+  {
+    const Owned open = make("H5Dopen", parent, "data");
+    expectLibraryError("H5Fmount", parent, "data", child, kDefault);
+  }
   expectLibraryError("H5Fmount", parent, "soft", child, kDefault);
 }
 

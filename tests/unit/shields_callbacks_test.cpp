@@ -261,6 +261,46 @@ TEST(HostileCallbacks, DoNotEndTheProcess) {
   }
 }
 
+TEST(HostileCallbacks, CannotCloseTheListIteratedOver) {
+  const Owned list = make("H5Pcreate", "H5P_DATASET_CREATE");
+  int calls = 0;
+  const Value f = function([&](int, std::span<zbArray* const> inputs) {
+    const double given = zbGetScalar(inputs[0]);
+    if (++calls == 1) {
+      call("H5Iinc_ref", list);
+      call("H5Pclose", list);
+    }
+    expectStack(failureOf("H5Pclose", {given}));
+    EXPECT_LT(callNumber("H5Idec_ref", given), 0);
+    return Results{number(0)};
+  });
+  call("H5Piterate", list, 0, f);
+  EXPECT_GT(calls, 2);
+  EXPECT_EQ(callNumber("H5Iget_ref", list), 1);
+}
+
+TEST(HostileCallbacks, CannotCloseTheirArgument) {
+  for (const Iteration& iteration : iterationsOfAWorld()) {
+    const World world;
+    int calls = 0;
+    const Value f = function([&](int, std::span<zbArray* const> inputs) {
+      const double given = zbGetScalar(inputs[0]);
+      ++calls;
+      for (double count = callNumber("H5Iget_ref", given); count > 1; --count) {
+        call("H5Idec_ref", given);
+      }
+      EXPECT_LT(callNumber("H5Idec_ref", given), 0) << iteration.name;
+      if (static_cast<int>(callNumber("H5Iget_type", given)) == H5I_GROUP)
+        failureOf("H5Oclose", {given});
+      return Results(static_cast<std::size_t>(iteration.outputs), number(0));
+    });
+    iteration.run(world, f);
+    EXPECT_GT(calls, 1) << iteration.name;
+    raisedBy([&] { call("H5Gclose", world.group); });
+    call("H5Fclose", world.file);
+  }
+}
+
 TEST(HostileCallbacks, CannotCloseTheLibrary) {
   const MemoryFile file;
   makeGroup(file, "g");

@@ -9,6 +9,7 @@
 #include "tests/unit/error_records.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
@@ -184,6 +185,33 @@ TEST(FilesOfFiles, HaveNotTooManyFloors) {
   Owned list = plain();
   for (int floor = 0; floor < 10; ++floor) list = splitOf(list, plain(), "%s", "%s-r");
   expectRefused(temporaryPath("tower"), list);
+}
+
+// --- Groups that were deleted ----------------------------------------------------------
+
+TEST(DeletedGroups, KillHdf5WhenLinksAreMovedThere) {
+  EXPECT_EQ(kills([] {
+              const hid_t file =
+                  H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+              const hid_t group = H5Gcreate2(file, "g", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+              H5Gclose(H5Gcreate2(file, "a", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+              H5Ldelete(file, "g", H5P_DEFAULT);
+              H5Lmove(file, "a", group, "b", H5P_DEFAULT, H5P_DEFAULT);
+            }),
+            hdf5::kSince110 && !hdf5::kSince112);
+}
+
+TEST(DeletedGroups, TakeNoLinks) {
+  const Owned file = createFile(temporaryPath());
+  makeGroup(file, "a");
+  makeGroup(file, "g");
+  const Owned group = make("H5Gopen", file, "g");
+  call("H5Lmove", file, "a", group, "b", kDefault, kDefault);
+  call("H5Lmove", group, "b", file, "a", kDefault, kDefault);
+  call("H5Ldelete", file, "g", kDefault);
+  expectStack(failureOf("H5Lmove", {file, "a", group, "b", kDefault, kDefault}));
+  expectStack(failureOf("H5Gmove2", {file, "a", group, "b"}));
+  EXPECT_EQ(callNumber("H5Gget_num_objs", file), 1);
 }
 
 }  // namespace

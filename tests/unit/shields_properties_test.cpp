@@ -54,6 +54,65 @@ TEST(ChunklessLists, AreComparedAndCopied) {
   expectLibraryError("H5Dcreate", file, "d", "H5T_NATIVE_INT", makeSpace({5}), list);
 }
 
+// --- Filters that move up --------------------------------------------------------------
+
+TEST(MovedFilters, KillHdf5InACopy) {
+  const auto remove = [] {
+    const hid_t list = H5Pcreate(H5P_DATASET_CREATE);
+    H5Pset_deflate(list, 6);
+    H5Pset_nbit(list);
+    H5Premove_filter(list, H5Z_FILTER_DEFLATE);
+    const hid_t copy = H5Pcopy(list);
+    H5Pset_deflate(list, 6);  // whose memory may move
+    H5Pclose(list);
+    H5Pclose(copy);
+  };
+  EXPECT_EQ(kills(remove), hdf5::kSince110 && !hdf5::kSince112);
+}
+
+TEST(MovedFilters, AreCopied) {
+  const Owned list = chunked({3});
+  for (const char* set : {"H5Pset_shuffle", "H5Pset_nbit", "H5Pset_fletcher32"}) call(set, list);
+  call("H5Pset_deflate", list, 6);
+  call("H5Premove_filter", list, "H5Z_FILTER_SHUFFLE");
+  const Owned copy = make("H5Pcopy", list);
+  call("H5Pset_shuffle", list);
+  for (const Owned* one : {&list, &copy}) {
+    EXPECT_EQ(callNumber("H5Pget_nfilters", *one), one == &list ? 4 : 3);
+    EXPECT_EQ(numberOf(call("H5Pget_filter", *one, 0).at(0)), H5Z_FILTER_NBIT);
+    EXPECT_EQ(numberOf(call("H5Pget_filter", *one, 1).at(0)), H5Z_FILTER_FLETCHER32);
+    EXPECT_EQ(numberOf(call("H5Pget_filter", *one, 2).at(0)), H5Z_FILTER_DEFLATE);
+  }
+}
+
+TEST(MovedFilters, AreRefusedTwice) {
+  const Owned list = chunked({3});
+  call("H5Pset_deflate", list, 6);
+  call("H5Pset_nbit", list);
+  call("H5Pset_nbit", list);
+  expectStack(failureOf("H5Premove_filter", {list, "H5Z_FILTER_DEFLATE"}));
+  EXPECT_EQ(callNumber("H5Pget_nfilters", list), 3);
+  call("H5Premove_filter", list, "H5Z_FILTER_NBIT");
+  call("H5Premove_filter", list, "H5Z_FILTER_DEFLATE");
+  const Owned copy = make("H5Pcopy", list);
+  EXPECT_EQ(callNumber("H5Pget_nfilters", copy), 1);
+  call("H5Premove_filter", list, "H5Z_FILTER_ALL");
+  EXPECT_EQ(callNumber("H5Pget_nfilters", list), 0);
+}
+
+// --- Compact data in external files -----------------------------------------------------
+
+TEST(CompactElsewhere, IsRefused) {
+  const Owned list = makeList("H5P_DATASET_CREATE");
+  call("H5Pset_layout", list, "H5D_COMPACT");
+  call("H5Pset_external", list, "raw", 0, 40);
+  const MemoryFile file;
+  const Owned space = makeSpace({5});
+  expectStack(failureOf("H5Dcreate", {file, "d", "H5T_NATIVE_INT", space, list}));
+  expectStack(
+      failureOf("H5Dcreate", {file, "d", "H5T_NATIVE_INT", space, kDefault, list, kDefault}));
+}
+
 // --- The library's own identifiers ---------------------------------------------------
 
 TEST(LibraryIdentifiers, KillHdf5WhenTheyAreGivenUp) {

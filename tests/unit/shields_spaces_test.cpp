@@ -2,6 +2,7 @@
 // what near it works.
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <vector>
 
 #include "tests/unit/bare_hdf5.hpp"
@@ -178,6 +179,28 @@ TEST(VariableLengthSizesOfBareHdf5, OfAScalarKill) {
     H5Dvlen_get_buf_size(dataset, type, space, &size);
   };
   EXPECT_EQ(kills(ask), hdf5::kSince110);  // 1.8 fails
+}
+
+// --- Offsets of all --------------------------------------------------------------------
+
+TEST(OffsetsOfAll, MoveNothing) {
+  const MemoryFile file;
+  const Owned space = make("H5Screate_simple", 2, row({3, 4}), row({3, 4}));
+  const Owned dataset = make("H5Dcreate", file, "d", "H5T_IEEE_F64LE", space, chunked({2, 2}));
+  Numbers values(12);
+  std::iota(values.begin(), values.end(), 1);
+  const Value matrix = zembra::makeNumeric(zbClass::Double, {4, 3}, values.data());
+  for (const auto& offset : {row({3, 0}), row({1, 2}), row({100, 100})}) {
+    const Owned moved = make("H5Scopy", space);
+    call("H5Soffset_simple", moved, offset);
+    for (const Argument& memory : {Argument(moved), Argument("H5S_ALL")}) {
+      for (const Argument& stored : {Argument(moved), Argument("H5S_ALL")}) {
+        call("H5Dwrite", dataset, "H5ZB_DEFAULT", memory, stored, kDefault, matrix);
+        EXPECT_EQ(numbersOf(result("H5Dread", dataset, "H5ZB_DEFAULT", memory, stored, kDefault)),
+                  values);
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -144,6 +144,59 @@ TEST(VaxOrder, IsStoredOfFloats) {
   EXPECT_EQ(callNumber("H5Tget_order", stored), hdf5::kSince112 ? H5T_ORDER_BE : H5T_ORDER_VAX);
 }
 
+// --- Locked datatypes --------------------------------------------------------------------
+
+TEST(LockedTypes, KeepADatasetOfHdf5Open) {
+  EXPECT_TRUE(kills([] {
+    const hid_t type = H5Tcreate(H5T_OPAQUE, 5);
+    H5Tlock(type);
+    const hid_t file = H5Fcreate(temporaryPath().c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+    const hid_t dataset =
+        H5Dcreate2(file, "d", type, H5Screate(H5S_NULL), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+    H5Oclose(type);
+    if (H5Dclose(dataset) < 0) std::abort();
+  }));
+}
+
+TEST(LockedTypes, AreNotSharedWithDatasets) {
+  EXPECT_FALSE(kills([] {
+    const double type = callNumber("H5Tcreate", "H5T_OPAQUE", 5);
+    call("H5Tlock", type);
+    const MemoryFile file;
+    const double dataset = callNumber("H5Dcreate", file, "d", type, scalarSpace(), kDefault);
+    raisedBy([&] { call("H5Oclose", type); });
+    call("H5Dclose", dataset);
+  }));
+}
+
+// --- Offsets of what has none ----------------------------------------------------------
+
+TEST(OffsetsOfElements, KillHdf5WhereTheyAreOfACompound) {
+  EXPECT_TRUE(kills([] {
+    const hid_t compound = H5Tcreate(H5T_COMPOUND, 8);
+    H5Tinsert(compound, "a", 0, H5T_NATIVE_INT);
+    const hsize_t dims[] = {2};
+    const hid_t array = H5Tarray_create2(compound, 1, dims);
+    H5Tset_offset(array, 16);
+    H5Tclose(H5Tcopy(array));
+  }));
+}
+
+TEST(OffsetsOfElements, AreRefusedWhereTheyAreNoNumbers) {
+  std::vector<Owned> bases;
+  bases.push_back(compoundOf({{"a", H5T_NATIVE_INT}}));
+  bases.push_back(make("H5Tcreate", "H5T_OPAQUE", 5));
+  bases.push_back(make("H5Tcopy", "H5T_STD_REF_OBJ"));
+  for (const Owned& base : bases) {
+    expectStack(failureOf("H5Tset_offset", {arrayOf(base, {2}), 16}));
+    expectStack(failureOf("H5Tset_offset", {sequenceOf(arrayOf(base, {2})), 16}));
+  }
+  const Owned array = arrayOf(make("H5Tcopy", "H5T_NATIVE_INT"), {2});
+  call("H5Tset_precision", array, 8);
+  call("H5Tset_offset", array, 16);
+  EXPECT_EQ(callNumber("H5Tget_offset", array), 16);
+}
+
 // --- Datatypes that are too large for a file -----------------------------------------
 
 Owned compoundOfDoubles(std::size_t members) {

@@ -1,0 +1,72 @@
+#include "fuzz/child_process.hpp"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace fuzz {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+#else
+constexpr bool kSanitized = false;
+#endif
+
+void limit(__rlimit_resource_t what, rlim_t most) {
+  const struct rlimit limits = {most, most};
+  setrlimit(what, &limits);
+}
+
+void stayWithinBounds() {
+  // The sanitizers take all addresses for themselves, and have a bound of their own.
+  if (!kSanitized) limit(RLIMIT_AS, rlim_t{2} << 30);
+  limit(RLIMIT_CORE, 0);
+  limit(RLIMIT_FSIZE, rlim_t{16} << 20);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace
+
+std::string End::inWords() const {
+  if (WIFSIGNALED(status)) {
+    const char* name = sigabbrev_np(WTERMSIG(status));
+    return std::string("killed by SIG") + (name == nullptr ? "?" : name);
+  }
+  return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+End inChild(const std::string& folder, unsigned seconds, const std::string& output,
+            const std::function<void()>& action) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
+  if (child == 0) {
+    if (chdir(folder.c_str()) != 0) _exit(3);
+    const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    dup2(file, STDOUT_FILENO);
+    dup2(file, STDERR_FILENO);
+    stayWithinBounds();
+    alarm(seconds);
+    action();
+    std::exit(0);
+  }
+  End end;
+  waitpid(child, &end.status, 0);
+  return end;
+}
+
+}  // namespace fuzz

@@ -1,0 +1,38 @@
+// A folder for what nobody keeps.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace fuzz {
+
+class TemporaryFolder {
+ public:
+  explicit TemporaryFolder(const std::string& prefix) {
+    std::string name = (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
+    path_ = name;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  [[nodiscard]] std::string path() const { return path_.string(); }
+  void clear() const {
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+      std::filesystem::remove_all(entry.path(), ignored);
+    }
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace fuzz

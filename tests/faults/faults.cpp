@@ -1,0 +1,278 @@
+// Every allocation, write, sync, truncation, read and opening of a dozen tasks fails, one at a
+// time, and all from one on: each task then succeeds or ends with one error, leaks no
+// identifiers, what was in the file before is there afterwards, and the next task works.
+//
+//   faults                                    all of them
+//   faults --sample N                         N of each kind and task
+//   faults --only TASK OPERATION NUMBER once|onwards     one, told in words
+//
+// Each is tried in a child process. What HDF5 itself is known to do wrong stands in
+// known_weaknesses.hpp.
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "fuzz/child_process.hpp"
+#include "fuzz/temporary_folder.hpp"
+#include "runtime/gateway_loader.hpp"
+#include "runtime/host_error.hpp"
+#include "tests/faults/fault_shim.hpp"
+#include "tests/faults/fault_tasks.hpp"
+#include "tests/faults/innermost_frame.hpp"
+#include "tests/faults/known_weaknesses.hpp"
+#include "tests/unit/open_identifiers.hpp"
+
+namespace {
+
+using namespace faults;
+
+constexpr const char* kOperationNames[] = {"allocation", "write", "sync",
+                                           "truncate",   "read",  "open"};
+constexpr unsigned kSeconds = 30;
+
+struct Fault {
+  Operation operation;
+  std::uint64_t number;
+  bool onwards;
+};
+
+std::string inWords(const Task& task, const Fault& fault) {
+  return std::string(task.name) + " " + kOperationNames[static_cast<int>(fault.operation)] + " " +
+         std::to_string(fault.number) + (fault.onwards ? " onwards" : " once");
+}
+
+// --- One fault -----------------------------------------------------------------------------
+
+/// What a child tells; lies in memory that it shares with its parent.
+struct Report {
+  std::uint64_t operations;  // of the kind, in all of the task
+  bool ended;
+  bool failed;  // with one error
+  char complaint[400];
+  char where[100];  // the function of HDF5's, or of ours, that did not survive
+};
+
+void complain(Report& report, const std::string& words) {
+  if (report.complaint[0] != '\0') return;  // the first is what matters
+  std::snprintf(report.complaint, sizeof report.complaint, "%s", words.c_str());
+}
+
+/// Runs the action and says of an error that there should be none.
+template <class Action>
+void mustWork(Report& report, const char* what, Action action) {
+  try {
+    action();
+  } catch (const Wrong& wrong) {
+    complain(report, std::string(what) + ": wrong " + wrong.what);
+  } catch (const std::exception& error) {
+    complain(report, std::string(what) + ": " + error.what());
+  }
+}
+
+void act(const Task& task, Script& script, Report& report) {
+  try {
+    task.act(script);
+  } catch (const Wrong& wrong) {
+    faultDisarm();
+    complain(report, "wrong " + wrong.what);
+  } catch (const zembra::HostError& error) {
+    faultDisarm();
+    std::printf("%s: %s\n", task.name, error.what());
+    report.failed = true;
+  } catch (const std::bad_alloc&) {
+    report.failed = true;
+  }
+}
+
+/// Counts where there is no number.
+void tryFault(const Task& task, const Fault* fault, Operation counted, Report& report) {
+  Script script;
+  makeBase(script);
+  task.prepare(script);
+  const std::size_t before = h5test::openIdentifiers();
+  h5test::openIdentifiers();
+  Script own;
+  own.file = script.file;
+  own.dataset = script.dataset;
+  const bool closes = std::strcmp(task.name, "close") == 0;
+  const bool closesAll = std::strcmp(task.name, "library") == 0;
+  Script& actor = closes ? script : own;
+
+  if (fault == nullptr) {
+    faultCount(counted);
+  } else {
+    faultArm(fault->operation, fault->number, fault->onwards);
+  }
+  act(task, actor, report);
+  report.operations = faultDisarm();
+
+  if (closesAll && !report.failed) script = Script();  // nothing is open
+  mustWork(report, "closing what the task left open", [&] { own.closeAll(); });
+  if (!closes && !closesAll) {
+    const std::size_t after = h5test::openIdentifiers();
+    if (after != before) {
+      complain(report, "identifiers: " + std::to_string(before) + " before, " +
+                           std::to_string(after) + " after");
+    }
+  }
+  mustWork(report, "closing the file", [&] { script.closeAll(); });
+  mustWork(report, "the file", checkBase);
+  mustWork(report, "the next task", doNextTask);
+  report.ended = true;
+}
+
+// --- All of them ---------------------------------------------------------------------------
+
+int width(std::string_view words) { return static_cast<int>(words.size()); }
+
+struct Counts {
+  std::size_t tried = 0;
+  std::size_t succeeded = 0;
+  std::size_t failed = 0;
+  std::size_t known = 0;
+  std::size_t found = 0;
+};
+
+class Faults {
+ public:
+  explicit Faults(std::size_t sample) : sample_(sample) {}
+
+  void run() {
+    for (const Task& task : tasks()) {
+      for (int operation = 0; operation < kOperations; ++operation) {
+        tryAll(task, static_cast<Operation>(operation));
+      }
+    }
+  }
+
+  /// Whether nothing was found that is not known.
+  bool print() const {
+    std::printf("%-12s %8s %10s %10s %8s %8s\n", "", "tried", "succeeded", "one error", "known",
+                "found");
+    std::size_t found = 0;
+    for (int operation = 0; operation < kOperations; ++operation) {
+      const Counts& counts = counts_[operation];
+      std::printf("%-12s %8zu %10zu %10zu %8zu %8zu\n", kOperationNames[operation], counts.tried,
+                  counts.succeeded, counts.failed, counts.known, counts.found);
+      found += counts.found;
+    }
+    for (const Weakness& weakness : knownWeaknesses()) {
+      const auto times = known_.find(&weakness);
+      std::printf("known, %zu: %.*s: %.*s (%.*s)%s\n", times == known_.end() ? 0 : times->second,
+                  width(weakness.operation), weakness.operation.data(), width(weakness.reason),
+                  weakness.reason.data(), width(weakness.words), weakness.words.data(),
+                  times == known_.end() && sample_ == 0 ? ": HAPPENS NO MORE" : "");
+    }
+    for (const auto& [words, where] : found_) {
+      std::printf("FOUND, %zu: %s\n  faults --only %s\n", where.size(), words.c_str(),
+                  where.front().c_str());
+    }
+    return found == 0;
+  }
+
+  void tell(const Task& task, const Fault& fault) {
+    Report& report = *report_;
+    report = Report();
+    const fuzz::End end = fuzz::inChild(folder_.path(), kSeconds, "/dev/stdout", [&] {
+      tellInnermostFrame(report.where, sizeof report.where);
+      tryFault(task, &fault, fault.operation, report);
+    });
+    std::printf("%s: %s, %s, %s\n", inWords(task, fault).c_str(), end.inWords().c_str(),
+                report.failed ? "failed" : "went on",
+                report.complaint[0] != '\0' ? report.complaint : report.where);
+  }
+
+ private:
+  fuzz::End child(const Task& task, const Fault* fault, Operation counted) {
+    *report_ = Report();
+    const fuzz::End end = fuzz::inChild(folder_.path(), kSeconds, "/dev/null", [&] {
+      tellInnermostFrame(report_->where, sizeof report_->where);
+      tryFault(task, fault, counted, *report_);
+    });
+    folder_.clear();
+    return end;
+  }
+
+  void tryAll(const Task& task, Operation operation) {
+    const fuzz::End end = child(task, nullptr, operation);
+    if (!end.isGood() || report_->failed || report_->complaint[0] != '\0') {
+      std::printf("%s fails by itself: %s %s\n", task.name, end.inWords().c_str(),
+                  report_->complaint);
+      ++counts_[static_cast<int>(operation)].found;
+      return;
+    }
+    const std::uint64_t all = report_->operations;
+    const std::uint64_t step = sample_ == 0 ? 1 : std::max<std::uint64_t>(1, all / sample_);
+    for (const bool onwards : {false, true}) {
+      for (std::uint64_t number = all == 0 ? 0 : step / 2; number < all; number += step) {
+        const Fault fault = {operation, number, onwards};
+        judge(task, fault, child(task, &fault, operation));
+      }
+    }
+  }
+
+  void judge(const Task& task, const Fault& fault, const fuzz::End& end) {
+    Counts& counts = counts_[static_cast<int>(fault.operation)];
+    ++counts.tried;
+    std::string words;
+    if (!end.isGood()) {
+      words = end.inWords() + (report_->ended ? " at the end of the process" : "") + " in " +
+              (report_->where[0] != '\0' ? report_->where : "?");
+      if (report_->complaint[0] != '\0') words += std::string(" after ") + report_->complaint;
+    } else if (report_->complaint[0] != '\0') {
+      words = report_->complaint;
+    } else {
+      ++(report_->failed ? counts.failed : counts.succeeded);
+      return;
+    }
+    const std::string kind = kOperationNames[static_cast<int>(fault.operation)];
+    if (const Weakness* weakness = knownWeakness(kind, words)) {
+      ++counts.known;
+      ++known_[weakness];
+      return;
+    }
+    ++counts.found;
+    found_[kind + ": " + words].push_back(inWords(task, fault));
+  }
+
+  std::size_t sample_;
+  fuzz::TemporaryFolder folder_{"h5gate-faults"};
+  Report* const report_ =
+      new (mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+          Report();
+  Counts counts_[kOperations];
+  std::map<const Weakness*, std::size_t> known_;
+  std::map<std::string, std::vector<std::string>> found_;
+};
+
+int usage() {
+  std::fprintf(stderr, "faults [--sample N | --only TASK OPERATION NUMBER once|onwards]\n");
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  zembra::setWarningHandler([](const zembra::Warning&) {});
+  zembra::loadGateway();
+  if (arguments.size() == 5 && arguments[0] == "--only") {
+    const auto task = std::ranges::find(tasks(), arguments[1], &Task::name);
+    const auto* operation = std::ranges::find(kOperationNames, arguments[2]);
+    if (task == tasks().end() || operation == std::end(kOperationNames)) return usage();
+    Faults(0).tell(*task, {static_cast<Operation>(operation - kOperationNames),
+                           std::stoull(arguments[3]), arguments[4] == "onwards"});
+    return 0;
+  }
+  const bool sampled = arguments.size() == 2 && arguments[0] == "--sample";
+  if (!arguments.empty() && !sampled) return usage();
+  Faults faults(sampled ? std::stoul(arguments[1]) : 0);
+  faults.run();
+  return faults.print() ? 0 : 1;
+}
