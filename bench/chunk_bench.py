@@ -121,7 +121,7 @@ def read_points(path, name, reads=10_000, size=(4, 16)):
     pair = Pair(path, name)
     random = np.random.default_rng(3)
     extent = pair.theirs.shape
-    corners = []
+    corners: list[list[int]] = []
     while len(corners) < reads:
         centre = [random.integers(0, most - 300) for most in extent]
         for _ in range(50):
@@ -229,7 +229,8 @@ def print_peak(path, wanted, side):
     close()
 
 
-def print_row(name, ours, theirs, peaks=()):
+def print_row(name, times, peaks=()):
+    ours, theirs = times
     print(
         f"{name:38}{ours * 1e3:10.1f}{theirs * 1e3:10.1f}{ours / theirs:8.2f}"
         + "".join(f"{peak:9.0f}" for peak in peaks),
@@ -248,7 +249,7 @@ def main(wanted):
             with_zembra, with_h5py, close = setup()
             times = best_of([with_zembra, with_h5py])
             close()
-            print_row(name, *times, [peak_memory(path, name, side) for side in ("zembra", "h5py")])
+            print_row(name, times, [peak_memory(path, name, side) for side in ("zembra", "h5py")])
         if wanted and "threads" not in wanted:
             return
         for count in range(1, len(os.sched_getaffinity(0)) + 1):
@@ -257,7 +258,7 @@ def main(wanted):
                 with_zembra, with_h5py, close = make(path, "gzip 6, shuffle")
                 times = best_of([with_zembra, with_h5py])
                 close()
-                print_row(f"{verb}, gzip 6, shuffle, threads: {count}", *times)
+                print_row(f"{verb}, gzip 6, shuffle, threads: {count}", times)
 
 
 if __name__ == "__main__":

@@ -41,7 +41,8 @@ def space_of(selection, extent):
     """A dataspace that selects (start, stride, count, block); None selects all."""
     space = h5.H5Screate_simple(len(extent), list(extent), [])
     if selection is not None:
-        h5.H5Sselect_hyperslab(space, "H5S_SELECT_SET", *map(list, selection))
+        start, stride, count, block = ([*one] for one in selection)
+        h5.H5Sselect_hyperslab(space, "H5S_SELECT_SET", start, stride, count, block)
     return space
 
 
