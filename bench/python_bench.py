@@ -115,7 +115,7 @@ def records(folder):
     path = os.fsencode(os.path.join(folder, "records.h5"))
     table = np.zeros(ROWS, [("time", "f8"), ("station", "i4"), ("speed", "f4"), ("valid", "i1")])
     table["time"] = np.arange(ROWS)
-    columns = {name: np.ascontiguousarray(table[name]) for name in table.dtype.names}
+    columns = {name: np.ascontiguousarray(table[name]) for name in table.dtype.fields or {}}
     with h5py.File(os.fsdecode(path), "w") as file:
         file["table"] = table
     return transfers(path, "table", columns, table)

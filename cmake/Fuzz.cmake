@@ -29,19 +29,27 @@ if(H5GATE_TESTS)
   add_test(NAME calls COMMAND fuzz_calls 3 20000)
 endif()
 
-# Tasks of which everything fails once. The sanitizers have allocations of their own.
-if(NOT H5GATE_SANITIZE)
+# Tasks of which everything fails once. The sanitizers have allocations of their own: there it
+# is for the static checks only.
+set(fault_sources
+  "${PROJECT_SOURCE_DIR}/tests/faults/faults.cpp"
+  "${PROJECT_SOURCE_DIR}/tests/faults/fault_tasks.cpp"
+  "${PROJECT_SOURCE_DIR}/tests/faults/innermost_frame.cpp"
+  "${PROJECT_SOURCE_DIR}/tests/faults/known_weaknesses.cpp")
+if(H5GATE_SANITIZE)
+  add_library(faults OBJECT EXCLUDE_FROM_ALL
+    ${fault_sources} "${PROJECT_SOURCE_DIR}/tests/faults/fault_shim.cpp")
+  target_link_libraries(faults PRIVATE h5gate_options)
+else()
   add_library(fault_shim SHARED "${PROJECT_SOURCE_DIR}/tests/faults/fault_shim.cpp")
   target_link_libraries(fault_shim PRIVATE h5gate_options ${CMAKE_DL_LIBS})
-  add_executable(faults
-    "${PROJECT_SOURCE_DIR}/tests/faults/faults.cpp"
-    "${PROJECT_SOURCE_DIR}/tests/faults/fault_tasks.cpp"
-    "${PROJECT_SOURCE_DIR}/tests/faults/innermost_frame.cpp"
-    "${PROJECT_SOURCE_DIR}/tests/faults/known_weaknesses.cpp"
-    "${PROJECT_SOURCE_DIR}/tests/unit/open_identifiers.cpp")
+  add_executable(faults ${fault_sources} "${PROJECT_SOURCE_DIR}/tests/unit/open_identifiers.cpp")
   target_link_libraries(faults PRIVATE fault_shim fuzz_objects)
   add_dependencies(faults h5gate)
-  if(H5GATE_TESTS)
+  # What HDF5 itself does wrong is known of this release.
+  if(H5GATE_TESTS AND HDF5_VERSION VERSION_GREATER_EQUAL 1.10 AND HDF5_VERSION VERSION_LESS 1.11)
     add_test(NAME faults COMMAND faults --sample 4)
+  elseif(H5GATE_TESTS)
+    message(STATUS "What fails in HDF5 ${HDF5_VERSION} is not tried: only 1.10's own faults are known")
   endif()
 endif()

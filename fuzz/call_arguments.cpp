@@ -27,7 +27,7 @@ bool endsWithOneOf(std::string_view name, Names ends) {
 /// The class of list that has the property, by HDF5's name for it.
 std::string classOfProperty(std::string_view function) {
   struct Properties {
-    const char* listClass;
+    const char* listClass = nullptr;
     Names ends;
   };
   static const Properties kProperties[] = {

@@ -278,7 +278,7 @@ void CallSequence::prepareFiles() {
 
   const auto create = [&](const char* path, const Value& type, const Value& space,
                           const Value& list, const Value& data) {
-    const Value dataset = make("H5Dcreate", {file, text(path), type, space, list});
+    Value dataset = make("H5Dcreate", {file, text(path), type, space, list});
     make("H5Dwrite", {dataset, same, everything, everything, all, data});
     make("H5Dread", {dataset, same, everything, everything, all});
     return dataset;

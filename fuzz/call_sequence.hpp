@@ -27,9 +27,9 @@ struct Tally {
   std::uint64_t refusedByHdf5 = 0;
   std::uint64_t refusedByUs = 0;
   std::uint64_t withoutMemory = 0;
-  std::uint64_t steps = 0;        // of the sequence
-  std::uint64_t keptOpen = 0;     // libraries that would not close
-  std::array<char, 64> function;  // called last
+  std::uint64_t steps = 0;          // of the sequence
+  std::uint64_t keptOpen = 0;       // libraries that would not close
+  std::array<char, 64> function{};  // called last
 };
 
 class CallSequence {

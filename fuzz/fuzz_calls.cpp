@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -141,7 +142,7 @@ int replay(const Bytes& bytes) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   zembra::setWarningHandler([](const zembra::Warning&) {});
   zembra::loadGateway();
@@ -157,4 +158,7 @@ int main(int argc, char** argv) {
   Fuzzer fuzzer(seed);
   fuzzer.run(calls);
   return fuzzer.report() ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 2;
 }

@@ -71,7 +71,8 @@ Vocabulary collect() {
     }
   }
   std::ranges::sort(words.properties);
-  words.properties.erase(std::ranges::unique(words.properties).begin(), words.properties.end());
+  words.properties.erase(std::unique(words.properties.begin(), words.properties.end()),
+                         words.properties.end());
   return words;
 }
 

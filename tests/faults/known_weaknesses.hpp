@@ -1,5 +1,6 @@
-// What HDF5 does wrong where something fails, and nobody outside of it can prevent: seen with
-// 1.10.8, and none of it in what this system has written.
+// What HDF5 does wrong where something fails and nobody outside of it can prevent it: seen
+// with 1.10.8, by the innermost function that was running. They tell kinds of ends apart, not
+// causes: each covers whatever else ends in the same way.
 #pragma once
 
 #include <span>

@@ -13,6 +13,7 @@ import sys
 import tempfile
 import traceback
 from math import prod
+from typing import Any
 
 import numpy as np
 
@@ -241,7 +242,7 @@ class Trial:
     def __init__(self, seed):
         rng = random.Random(seed)
         self.rng = rng
-        self.type = rng.choice(BRANCHES)(rng, rng.randint(1, 4))
+        self.type: Any = rng.choice(BRANCHES)(rng, rng.randint(1, 4))
         self.extent = rng.choice([(), (1,), (2,), (5,), (2, 3)])
         self.chunked = len(self.extent) > 0 and rng.random() < 0.5
 
@@ -340,7 +341,7 @@ def failures(seeds):
             try:
                 trial.run(f"{folder}/{seed}.h5")
             except Exception as error:
-                reason = traceback.format_exception_only(error)[0].strip()
+                reason = traceback.format_exception_only(type(error), error)[0].strip()
                 yield f"seed {seed}: {trial}: {reason}"
 
 

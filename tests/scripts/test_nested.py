@@ -90,8 +90,8 @@ def test_h5py_reads_the_same(path):
         ours = h5.H5Dread(found, "H5ZB_DEFAULT", *DEFAULTS)
         h5.H5Dclose(found)
         h5.H5Fclose(file)
-        with h5py.File(path) as file:
-            assert_same(ours, file["d"][()], file["d"].dtype, file["d"].shape)
+        with h5py.File(path) as peer:
+            assert_same(ours, peer["d"][()], peer["d"].dtype, peer["d"].shape)
     assert len(trials) > 10
 
 

@@ -139,9 +139,9 @@ def test_samples_as_h5py_reads_them(shared_data, capsys):
             file = h5py.File(path)
         except OSError:
             continue  # the family and the split file take drivers of their own
-        datasets = []
+        datasets: list[str] = []
         file.visititems(
-            lambda name, thing: isinstance(thing, h5py.Dataset) and datasets.append(name)
+            lambda name, thing: datasets.extend([name] * isinstance(thing, h5py.Dataset))
         )
         for name in datasets:
             done = run(capsys, "show", path, f"/{name}")

@@ -41,7 +41,8 @@ def table(rows=ROWS):
 
 
 def read(dataset, *spaces):
-    return h5.H5Dread(dataset, "H5ZB_DEFAULT", *(spaces or ("H5S_ALL", "H5S_ALL")), "H5P_DEFAULT")
+    memory, file = spaces or ("H5S_ALL", "H5S_ALL")
+    return h5.H5Dread(dataset, "H5ZB_DEFAULT", memory, file, "H5P_DEFAULT")
 
 
 def assert_columns(found, expected):
