@@ -15,10 +15,12 @@
 
 extern "C" {
 // What malloc is in the C library: dlsym() could not be asked, which allocates.
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library's own
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 namespace {
@@ -125,6 +127,7 @@ FILE_FUNCTION(Read, EIO, ssize_t, pread64, (int file, void* data, std::size_t si
 #undef FILE_FUNCTION
 
 // A disk that is full from some write on has had little room before.
+// NOLINTBEGIN(bugprone-macro-parentheses): types take none
 #define ROOM_FUNCTION(name, Room)                                                    \
   int name(const char* path, Room* room) {                                           \
     static auto* const real = next<int(const char*, Room*)>(#name);                  \
@@ -137,6 +140,7 @@ FILE_FUNCTION(Read, EIO, ssize_t, pread64, (int file, void* data, std::size_t si
 ROOM_FUNCTION(statvfs, struct statvfs)
 ROOM_FUNCTION(statvfs64, struct statvfs64)
 #undef ROOM_FUNCTION
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define OPEN_FUNCTION(name)                                                        \
   int name(const char* path, int flags, ...) {                                     \

@@ -70,12 +70,12 @@ Value create(Script& script, const Value& file, const char* name, const Value& t
   return script.open("H5Dcreate", {file, text(name), type, space, list}, "H5Dclose");
 }
 Value chunks(Script& script) {
-  const Value list = script.open("H5Pcreate", {text("H5P_DATASET_CREATE")}, "H5Pclose");
+  Value list = script.open("H5Pcreate", {text("H5P_DATASET_CREATE")}, "H5Pclose");
   script.call("H5Pset_chunk", {list, number(5)}, 0);
   return list;
 }
 Value textType(Script& script) {
-  const Value type = script.open("H5Tcopy", {text("H5T_C_S1")}, "H5Tclose");
+  Value type = script.open("H5Tcopy", {text("H5T_C_S1")}, "H5Tclose");
   script.call("H5Tset_size", {type, text("H5T_VARIABLE")}, 0);
   return type;
 }

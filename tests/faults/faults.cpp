@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <map>
 #include <new>
 #include <string>
@@ -258,7 +259,7 @@ int usage() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   zembra::setWarningHandler([](const zembra::Warning&) {});
   zembra::loadGateway();
@@ -275,4 +276,7 @@ int main(int argc, char** argv) {
   Faults faults(sampled ? std::stoul(arguments[1]) : 0);
   faults.run();
   return faults.print() ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 2;
 }
