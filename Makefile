@@ -7,7 +7,8 @@
 #   make test-releases  the tests with every HDF5 release and compiler
 #   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
-#                    with clang, as many that coverage guides; mutated files
+#                    mutated files
+#   make fuzz-guided CALLS calls that coverage guides, by clang
 #   make faults      tasks of which every allocation and every access to a file fails
 #   make bench       build and run the benchmarks
 #   make docs        build, then make the site of the documents, in build/docs/html
@@ -28,8 +29,8 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz faults \
-  lint format install uninstall deb clean
+.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz \
+  fuzz-guided faults lint format install uninstall deb clean
 
 setup:
 	@tools/setup.sh
@@ -113,9 +114,12 @@ fuzz:
 	cmake --preset sanitize $(CMAKE_ARGS)
 	cmake --build --preset sanitize --target fuzz_calls h5gate
 	build-sanitize/bin/fuzz_calls 2 $$(($(CALLS) / 10))
-	tools/fuzz_guided.sh $$(($(CALLS) / 10))
 	H5GATE_MUTATIONS=$(MUTATIONS) PYTHONPATH=build/python $(PYTHON) -m pytest -k mutated \
 	  tests/scripts/test_inspect.py
+
+fuzz-guided:
+	@tools/setup.sh releases
+	tools/fuzz_guided.sh $(CALLS)
 
 faults:
 	@tools/setup.sh test
