@@ -153,6 +153,13 @@ const char* troubleWith(const char* name, hid_t accessList) {
   return troubleOf({name, accessList, all, 0});
 }
 
+bool hasWideAddresses(hid_t creationList) {
+  std::size_t address = 0;
+  std::size_t length = 0;
+  return creationList != H5P_DEFAULT && H5Pisa_class(creationList, H5P_FILE_CREATE) > 0 &&
+         H5Pget_sizes(creationList, &address, &length) >= 0 && address > sizeof(haddr_t);
+}
+
 }  // namespace
 
 MemberList::MemberList(hid_t given) : given_(given) {
@@ -160,6 +167,9 @@ MemberList::MemberList(hid_t given) : given_(given) {
 }
 
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList) {
+  if (hasWideAddresses(creationList)) {
+    return refuse("H5Fcreate", "no file has addresses of more than 8 bytes");
+  }
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fcreate", trouble);
   return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
 }

@@ -14,7 +14,8 @@ namespace hdf5 {
 /// has: such names are refused. So is a member of the multi driver that is of that driver
 /// itself, unless all that is kept there begins at its address 0: later releases then
 /// cannot write the file, and 1.8 and 1.10 do not survive to close it. The same is true of
-/// blocks and an alignment of more than 2^50 bytes.
+/// blocks and an alignment of more than 2^50 bytes. Of addresses of 16 bytes, which H5Pset_sizes
+/// takes, every release writes the second half beyond its memory.
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList);
 hid_t openFile(const char* name, unsigned flags, hid_t accessList);
 

@@ -118,6 +118,14 @@ TEST(NamesOfMembers, AreFormatsOnEveryFloor) {
 
 // --- Members -------------------------------------------------------------------------
 
+TEST(WideAddresses, OfAFileAreRefused) {
+  const Owned list = make("H5Pcreate", "H5P_FILE_CREATE");
+  call("H5Pset_sizes", list, 16, 8);
+  expectStack(failureOf("H5Fcreate", {temporaryPath(), "H5F_ACC_TRUNC", list, kDefault}));
+  call("H5Pset_sizes", list, 8, 16);
+  make("H5Fcreate", temporaryPath(), "H5F_ACC_TRUNC", list, kDefault);
+}
+
 TEST(FilesOfFiles, ThatAreTheirOwnMembersKillHdf5) {
   const auto create = [] {
     const hid_t list = H5Pcreate(H5P_FILE_ACCESS);
