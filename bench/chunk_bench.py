@@ -62,6 +62,11 @@ class Pair:
         self.file.close()
 
 
+def extent_of(path, name):
+    with h5py.File(path) as file:
+        return file[name].shape
+
+
 def read(path, name):
     pair = Pair(path, name)
 
@@ -91,45 +96,13 @@ def write(path, name):
     return with_zembra, with_h5py, pair.close
 
 
-def read_slab(path, name, start, count):
+def read_blocks(path, name, size, corners):
+    """Blocks of one size, one after the other."""
     pair = Pair(path, name)
     file = h5.H5Screate_simple(2, list(pair.theirs.shape), [])
-    h5.H5Sselect_hyperslab(file, "H5S_SELECT_SET", start, [], count, [])
-    memory = h5.H5Screate_simple(2, count, [])
-    their_file = h5py.h5s.create_simple(pair.theirs.shape)
-    their_file.select_hyperslab(tuple(start), tuple(count))
-    their_memory = h5py.h5s.create_simple(tuple(count))
-
-    def with_zembra():
-        return h5.H5Dread(pair.ours, "H5ZB_DEFAULT", memory, file, DEFAULT)
-
-    def with_h5py():
-        values = np.empty(count)
-        pair.theirs.read(their_memory, their_file, values)
-        return values
-
-    def close():
-        h5.H5Sclose(file)
-        h5.H5Sclose(memory)
-        pair.close()
-
-    return with_zembra, with_h5py, close
-
-
-def read_points(path, name, reads=10_000, size=(4, 16)):
-    """Small blocks, near one another for a while, as somebody who looks around reads them."""
-    pair = Pair(path, name)
-    random = np.random.default_rng(3)
-    extent = pair.theirs.shape
-    corners: list[list[int]] = []
-    while len(corners) < reads:
-        centre = [random.integers(0, most - 300) for most in extent]
-        for _ in range(50):
-            corners.append([int(at + random.integers(0, 250)) for at in centre])
-    file = h5.H5Screate_simple(2, list(extent), [])
     memory = h5.H5Screate_simple(2, list(size), [])
-    their_file = h5py.h5s.create_simple(extent)
-    their_memory = h5py.h5s.create_simple(size)
+    their_file = h5py.h5s.create_simple(pair.theirs.shape)
+    their_memory = h5py.h5s.create_simple(tuple(size))
 
     def with_zembra():
         for corner in corners:
@@ -139,7 +112,7 @@ def read_points(path, name, reads=10_000, size=(4, 16)):
 
     def with_h5py():
         for corner in corners:
-            their_file.select_hyperslab(tuple(corner), size)
+            their_file.select_hyperslab(tuple(corner), tuple(size))
             values = np.empty(size)
             pair.theirs.read(their_memory, their_file, values)
         return values
@@ -152,35 +125,22 @@ def read_points(path, name, reads=10_000, size=(4, 16)):
     return with_zembra, with_h5py, close
 
 
+def read_points(path, name, reads=10_000, size=(4, 16)):
+    """Small blocks, near one another for a while, as somebody who looks around reads them."""
+    random = np.random.default_rng(3)
+    extent = extent_of(path, name)
+    corners: list[list[int]] = []
+    while len(corners) < reads:
+        centre = [random.integers(0, most - 300) for most in extent]
+        for _ in range(50):
+            corners.append([int(at + random.integers(0, 250)) for at in centre])
+    return read_blocks(path, name, size, corners)
+
+
 def read_windows(path, name, height=192, step=32):
     """One window after the other, of which most was in the one before."""
-    pair = Pair(path, name)
-    width = pair.theirs.shape[1]
-    starts = range(0, 512 - height, step)
-    file = h5.H5Screate_simple(2, list(pair.theirs.shape), [])
-    memory = h5.H5Screate_simple(2, [height, width], [])
-    their_file = h5py.h5s.create_simple(pair.theirs.shape)
-    their_memory = h5py.h5s.create_simple((height, width))
-
-    def with_zembra():
-        for start in starts:
-            h5.H5Sselect_hyperslab(file, "H5S_SELECT_SET", [start, 0], [], [height, width], [])
-            values = h5.H5Dread(pair.ours, "H5ZB_DEFAULT", memory, file, DEFAULT)
-        return values
-
-    def with_h5py():
-        for start in starts:
-            their_file.select_hyperslab((start, 0), (height, width))
-            values = np.empty((height, width))
-            pair.theirs.read(their_memory, their_file, values)
-        return values
-
-    def close():
-        h5.H5Sclose(file)
-        h5.H5Sclose(memory)
-        pair.close()
-
-    return with_zembra, with_h5py, close
+    corners = [[start, 0] for start in range(0, 512 - height, step)]
+    return read_blocks(path, name, [height, extent_of(path, name)[1]], corners)
 
 
 def rows(path):
@@ -192,8 +152,8 @@ def rows(path):
     slabs = [("1 %", [100, 0], [10, 8192]), ("1 %, square", [200, 900], [102, 819])]
     slabs += [("10 %", [100, 0], [102, 8192]), ("50 %", [0, 0], [1024, 4096])]
     for share, start, count in slabs:
-        yield f"read {share}, gzip 6, shuffle", lambda start=start, count=count: read_slab(
-            path, "gzip 6, shuffle", start, count
+        yield f"read {share}, gzip 6, shuffle", lambda start=start, count=count: read_blocks(
+            path, "gzip 6, shuffle", count, [start]
         )
     yield "windows of 12 MB, gzip 6, shuffle", lambda: read_windows(path, "gzip 6, shuffle")
     yield "windows of 3 MB, small chunks", lambda: read_windows(path, "small chunks")
