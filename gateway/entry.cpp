@@ -4,6 +4,7 @@
 
 #include "gateway/function_table.hpp"
 #include "hdf5/compat.hpp"
+#include "hdf5/family_shields.hpp"
 #include "host/call.hpp"
 
 #define H5GATE_EXPORT __attribute__((visibility("default")))
@@ -18,7 +19,7 @@ extern "C" H5GATE_EXPORT void zebFunction(int nOut, zbArray** outs, int nIn, con
   // stack, because anybody in the process may have switched that on since. Neither call
   // changes the error stack that the last call left.
   [[maybe_unused]] static const herr_t keptFromExit = H5dont_atexit();
-  H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
+  H5Eset_auto2(H5E_DEFAULT, hdf5::failureObserver(), nullptr);
 
   // A name is looked up where it stands; other texts are converted by the host.
   const std::string_view name(static_cast<const char*>(zbGetData(ins[0])),

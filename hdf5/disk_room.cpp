@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "hdf5/error_stack.hpp"
+#include "hdf5/family_shields.hpp"
 #include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 
@@ -44,7 +45,7 @@ std::uint64_t roomBelowLimit(hid_t object) {
   if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAny;
   const Handle<H5Fclose> file(H5Iget_file_id(object));
   hsize_t size = 0;
-  if (H5Fget_filesize(file.get(), &size) < 0) return kAny;
+  if (getFileSize(file.get(), &size) < 0) return kAny;
   return limit.rlim_cur > size ? limit.rlim_cur - size : 0;
 }
 

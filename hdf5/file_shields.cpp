@@ -6,6 +6,7 @@
 
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/external_link_shields.hpp"
+#include "hdf5/family_shields.hpp"
 #include "hdf5/file_name_pattern.hpp"
 
 namespace hdf5 {
@@ -149,11 +150,11 @@ bool isFileAccess(hid_t list) {
   return list != H5P_DEFAULT && H5Pisa_class(list, H5P_FILE_ACCESS) > 0;
 }
 
-/// Before a file is opened by a driver that prints names.
-void watchLinksOf(hid_t accessList) {
-  if (!isFileAccess(accessList)) return;
-  const hid_t driver = H5Pget_driver(accessList);
-  if (driver == H5FD_FAMILY || driver == H5FD_MULTI) watchExternalLinks();
+/// Before a file is opened.
+void watchDriverOf(hid_t accessList) {
+  if (!isFileAccess(accessList) || !mayBeFamily(accessList)) return;
+  watchExternalLinks();
+  expectFamilies();
 }
 
 bool hasWideAddresses(hid_t creationList) {
@@ -168,6 +169,8 @@ bool hasWideAddresses(hid_t creationList) {
 const char* troubleWith(const char* name, hid_t accessList) {
   if (!isFileAccess(accessList)) return nullptr;
   if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
+  const char* trouble = mayBeFamily(accessList) ? troubleWithFamilies() : nullptr;
+  if (trouble != nullptr) return trouble;
   Uses all;
   all.fill(true);
   return troubleOf({name, accessList, all, 0});
@@ -182,13 +185,13 @@ hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t acc
     return refuse("H5Fcreate", "no file has addresses of more than 8 bytes");
   }
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fcreate", trouble);
-  watchLinksOf(accessList);
+  watchDriverOf(accessList);
   return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
 }
 
 hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fopen", trouble);
-  watchLinksOf(accessList);
+  watchDriverOf(accessList);
   return H5Fopen(name, flags, Trusting(accessList).get());
 }
 

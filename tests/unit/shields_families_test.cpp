@@ -1,0 +1,80 @@
+// Families of files that cannot grow, because the process may open no more files.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <string>
+
+#include "tests/unit/bare_hdf5.hpp"
+#include "tests/unit/error_records.hpp"
+#include "tests/unit/files.hpp"
+#include "tests/unit/lists.hpp"
+#include "tests/unit/objects.hpp"
+#include "tests/unit/stored.hpp"
+
+namespace {
+
+using namespace h5test;
+
+constexpr int kMemberSize = 4096;
+constexpr int kMoreThanFits = 1 << 20;
+
+/// For as long as it lives, the process may open few files.
+class FewFiles {
+ public:
+  FewFiles() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit few = {64, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  ~FewFiles() { setrlimit(RLIMIT_NOFILE, &before_); }
+  FewFiles(const FewFiles&) = delete;
+  FewFiles& operator=(const FewFiles&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+Owned family() {
+  Owned list = makeList("H5P_FILE_ACCESS");
+  call("H5Pset_fapl_family", list, kMemberSize, kDefault);
+  return list;
+}
+
+TEST(Families, ThatCouldNotGrowKillHdf5WhenTheyAreMeasured) {
+  EXPECT_TRUE(kills([] {
+    const FewFiles few;
+    const hid_t list = H5Pcreate(H5P_FILE_ACCESS);
+    H5Pset_fapl_family(list, kMemberSize, H5P_DEFAULT);
+    const hid_t file =
+        H5Fcreate(temporaryPath("kills%d").c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, list);
+    H5Gcreate1(file, "g", kMoreThanFits);
+    hsize_t size = 0;
+    H5Fget_filesize(file, &size);
+  }));
+}
+
+TEST(Families, ThatCouldNotGrowAreMeasuredAndOpenedOnceTheyAreClosed) {
+  const Owned list = family();
+  const std::string path = temporaryPath("grows%d");
+  const Owned plain = createFile(temporaryPath("plain"));
+  const Numbers values = ramp(300);
+  {
+    const Owned file = createFile(path, "H5F_ACC_TRUNC", list);
+    writeDoubles(file, "d", values);
+    {
+      const FewFiles few;
+      expectStack(failureOf("H5Gcreate", {file, "g", kMoreThanFits}));
+    }
+    expectStack(failureOf("H5Fget_filesize", {file}));
+    expectStack(failureOf("H5Fopen", {path, "H5F_ACC_RDWR", list}));
+    EXPECT_GT(callNumber("H5Fget_filesize", plain), 0);
+    makeGroup(file, "g");
+    EXPECT_EQ(readDoubles(file, "d"), values);
+  }
+  const Owned file = openFile(path, "H5F_ACC_RDWR", list);
+  EXPECT_GT(callNumber("H5Fget_filesize", file), 300 * 8);
+  EXPECT_EQ(readDoubles(file, "d"), values);
+  make("H5Gopen", file, "g");
+}
+
+}  // namespace
