@@ -156,12 +156,12 @@ int releaseReference(hid_t id) {
   return H5Idec_ref(id);
 }
 
-herr_t closeEverything() {
+herr_t closeEverything(bool andLibrary) {
   if (!flushAll()) return -1;
   std::ranges::for_each(openIdentifiers(H5F_OBJ_ALL, kObjects), giveUp);
   std::ranges::for_each(openIdentifiers(H5F_OBJ_ALL, H5F_OBJ_FILE), giveUp);
   closeLists();
-  return closeInSilence();
+  return andLibrary ? closeInSilence() : 0;
 }
 
 bool closeWhatCanBe(const Complaint& complain) {

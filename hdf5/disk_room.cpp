@@ -39,13 +39,15 @@ std::uint64_t roomIn(const std::string& folder) {
   return std::uint64_t{disk.f_bavail} * disk.f_frsize;
 }
 
-/// Bytes that the file may grow by before the process's limit of file sizes.
+/// Bytes that the file may grow by before the process's limit of file sizes. The size of what
+/// consists of files says nothing of theirs.
 std::uint64_t roomBelowLimit(hid_t object) {
   struct rlimit limit {};
   if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAny;
   const Handle<H5Fclose> file(H5Iget_file_id(object));
+  if (mayBeFamily(PropertyList(H5Fget_access_plist(file.get())).get())) return kAny;
   hsize_t size = 0;
-  if (getFileSize(file.get(), &size) < 0) return kAny;
+  if (H5Fget_filesize(file.get(), &size) < 0) return kAny;
   return limit.rlim_cur > size ? limit.rlim_cur - size : 0;
 }
 

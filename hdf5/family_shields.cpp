@@ -1,28 +1,14 @@
 #include "hdf5/family_shields.hpp"
 
 #include <algorithm>
-#include <atomic>
-#include <string_view>
 #include <vector>
 
 #include "hdf5/error_stack.hpp"
 #include "hdf5/handle.hpp"
+#include "hdf5/observed_failures.hpp"
 
 namespace hdf5 {
 namespace {
-
-std::atomic<bool> expecting = false;
-std::atomic<bool> lacksMember = false;
-
-herr_t lookForFamily(unsigned /*position*/, const H5E_error2_t* record, void* /*nothing*/) {
-  const std::string_view function = record->func_name;
-  if (function == "H5FD_family_set_eoa" || function == "H5FD__family_set_eoa") lacksMember = true;
-  return 0;
-}
-
-herr_t observeFailure(hid_t stack, void* /*nothing*/) {
-  return H5Ewalk2(stack, H5E_WALK_UPWARD, lookForFamily, nullptr);
-}
 
 bool isInFamily(hid_t object) {
   const Handle<H5Fclose> file(H5Iget_file_id(object));
@@ -45,20 +31,16 @@ bool mayBeFamily(hid_t accessList) {
   return driver == H5FD_FAMILY || driver == H5FD_MULTI;
 }
 
-void expectFamilies() { expecting = true; }
-
-H5E_auto2_t failureObserver() { return expecting ? observeFailure : nullptr; }
-
 const char* troubleWithFamilies() {
-  if (!lacksMember) return nullptr;
-  lacksMember = isAnyOpen();
-  return lacksMember
-             ? "a member of a family of files could not be made, and the family is still open"
-             : nullptr;
+  if (!someFamilyLacksMember()) return nullptr;
+  if (isAnyOpen()) return "a member of a family of files could not be made, and the family is open";
+  forgetLackingMembers();
+  return nullptr;
 }
 
 herr_t getFileSize(hid_t file, hsize_t* size) {
-  const char* trouble = lacksMember && isInFamily(file) ? troubleWithFamilies() : nullptr;
+  const char* trouble =
+      someFamilyLacksMember() && isInFamily(file) ? troubleWithFamilies() : nullptr;
   return trouble == nullptr ? H5Fget_filesize(file, size) : refuse("H5Fget_filesize", trouble);
 }
 

@@ -7,15 +7,8 @@
 
 namespace hdf5 {
 
-/// A file of the driver of families, or of one that may have families for members, is about to
-/// be opened.
-void expectFamilies();
-
-/// What HDF5 is to call when it fails; null where there is nothing to look at.
-H5E_auto2_t failureObserver();
-
-/// Why no file of such a driver can be opened or measured now; null where it can. It can again
-/// when those that are open have been closed.
+/// Why no file that may be of families can be opened or measured now; null where it can. It can
+/// again when those that are open have been closed.
 const char* troubleWithFamilies();
 
 /// H5Fget_filesize.

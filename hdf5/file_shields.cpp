@@ -150,11 +150,9 @@ bool isFileAccess(hid_t list) {
   return list != H5P_DEFAULT && H5Pisa_class(list, H5P_FILE_ACCESS) > 0;
 }
 
-/// Before a file is opened.
-void watchDriverOf(hid_t accessList) {
-  if (!isFileAccess(accessList) || !mayBeFamily(accessList)) return;
-  watchExternalLinks();
-  expectFamilies();
+/// Before a file is opened, by a driver that may print names.
+void watchLinksOf(hid_t accessList) {
+  if (isFileAccess(accessList) && mayBeFamily(accessList)) watchExternalLinks();
 }
 
 bool hasWideAddresses(hid_t creationList) {
@@ -185,13 +183,13 @@ hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t acc
     return refuse("H5Fcreate", "no file has addresses of more than 8 bytes");
   }
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fcreate", trouble);
-  watchDriverOf(accessList);
+  watchLinksOf(accessList);
   return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
 }
 
 hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fopen", trouble);
-  watchDriverOf(accessList);
+  watchLinksOf(accessList);
   return H5Fopen(name, flags, Trusting(accessList).get());
 }
 
