@@ -9,7 +9,10 @@ namespace hdf5 {
 /// What is called for each link.
 using VisitLink = herr_t (*)(hid_t group, const char* name, const LinkInfo* link, void* data);
 
-/// H5Lvisit_by_name. 1.8 frees what it never set up where the group cannot be opened.
+/// H5Lvisit and H5Lvisit_by_name. 1.8 frees what it never set up where the group cannot be
+/// opened, as one that was deleted.
+herr_t visitLinksOf(hid_t group, H5_index_t index, H5_iter_order_t order, VisitLink visit,
+                    void* data);
 herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
                     VisitLink visit, void* data, hid_t accessList);
 
