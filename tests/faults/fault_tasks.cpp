@@ -286,6 +286,19 @@ void copyAndDelete(Script& script) {
   script.call("H5Gunlink", {script.file, text("copy")}, 0);
 }
 
+/// A file grows by what nobody has written yet, and shrinks again.
+void reserve(Script& script) {
+  const Value list = script.open("H5Pcreate", {text("H5P_DATASET_CREATE")}, "H5Pclose");
+  script.call("H5Pset_alloc_time", {list, text("H5D_ALLOC_TIME_EARLY")}, 0);
+  script.call("H5Pset_fill_time", {list, text("H5D_FILL_TIME_NEVER")}, 0);
+  const Value dataset = create(script, script.file, "reserved", text("H5T_IEEE_F64LE"),
+                               line(script, 100000, 100000), list);
+  script.call("H5Fflush", {script.file, text("H5F_SCOPE_GLOBAL")}, 0);
+  script.close(dataset);
+  script.call("H5Gunlink", {script.file, text("reserved")}, 0);
+  script.call("H5Fflush", {script.file, text("H5F_SCOPE_GLOBAL")}, 0);
+}
+
 void useScales(Script& script) {
   const Value scale = create(script, script.file, "scale", text("H5T_IEEE_F64LE"),
                              line(script, kValues, kValues), standard());
@@ -317,6 +330,7 @@ const std::vector<Task>& tasks() {
       {"references", nothing, useReferences},
       {"open", closeFile, openAndRead},
       {"copy", nothing, copyAndDelete},
+      {"reserve", nothing, reserve},
       {"scales", nothing, useScales},
       {"library", dirty, closeLibrary},
   };
