@@ -105,7 +105,6 @@ bool namesFiles(std::string_view function) {
                             "H5Pset_fapl_multi", "H5Pset_fapl_split", "H5Pset_mdc_config"});
 }
 
-/// What HDF5 calls with them trusts what they are.
 bool readsReferences(std::string_view function) {
   return function.starts_with("H5R") && function != "H5Rcreate";
 }
@@ -143,7 +142,7 @@ Values CallArguments::make() {
   for (std::size_t i = 0; i < count; ++i) {
     arguments[i] = i >= form_.arguments.size() || choices_.oneIn(24) ? anything() : proper(i);
     if (readsReferences(form_.function) && form_.name(i) == "reference") {
-      arguments[i] = pools_.reference(choices_);
+      arguments[i] = reference();
     }
     if (namesFiles(form_.function)) arguments[i] = keptInFolder(arguments[i]);
   }
@@ -356,6 +355,25 @@ Value CallArguments::rawBytes() {
   if (choices_.oneIn(4)) return pools_.data(choices_);
   const std::size_t shape[] = {1, choices_.any(kSizes)};
   return random(choices_, zbClass::UInt8, shape);
+}
+
+/// One of a file's, one with some bytes that are others, or just bytes of that size.
+Value CallArguments::reference() {
+  const Value real = pools_.reference(choices_);
+  const zbArray* array = real.get();
+  if (zbGetClass(array) != zbClass::UInt8 || !choices_.oneIn(3)) return real;
+  const auto* const begin = static_cast<const std::uint8_t*>(zbGetData(array));
+  std::vector<std::uint8_t> bytes(begin, begin + zbGetNumberOfElements(array));
+  if (bytes.empty()) return real;
+  const bool all = choices_.oneIn(4);
+  for (std::uint8_t& byte : bytes) {
+    if (all) byte = static_cast<std::uint8_t>(choices_.word());
+  }
+  for (std::size_t i = choices_.below(4); i > 0; --i) {
+    choices_.any(bytes) = static_cast<std::uint8_t>(choices_.word() >> choices_.below(9));
+  }
+  const std::size_t shape[] = {1, bytes.size()};
+  return zembra::makeNumeric(zbClass::UInt8, shape, bytes.data());
 }
 
 /// The configuration of a cache, with something else in one place or none.

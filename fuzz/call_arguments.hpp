@@ -35,6 +35,7 @@ class CallArguments {
   Value matrix();
   Value array();
   Value rawBytes();
+  Value reference();
   double smallNumber();
   double number();
   bool isRow(std::string_view name) const;

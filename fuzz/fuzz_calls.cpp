@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -38,6 +39,7 @@ using namespace fuzz;
 constexpr std::size_t kCallsInSequence = 6000;
 constexpr std::size_t kCallsToClose = 150;
 constexpr unsigned kSeconds = 120;  // of a sequence: it takes less than one
+constexpr auto kShrinking = std::chrono::minutes(3);
 
 // --- Sequences -----------------------------------------------------------------------------
 
@@ -52,6 +54,12 @@ Bytes sequence(std::uint32_t seed, std::size_t index) {
     std::ranges::copy(closingCall(place[0]), place);
   }
   return bytes;
+}
+
+void write(const Bytes& bytes, const std::string& path) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
 }
 
 class Fuzzer {
@@ -69,7 +77,7 @@ class Fuzzer {
       const End end = runIn(bytes, tally_);
       if (end.isGood()) continue;
       bytes.resize(std::min(bytes.size(), 1 + tally_.steps * kBytesOfCall));
-      find(bytes, end);
+      find(bytes, end, index);
     }
   }
 
@@ -87,18 +95,20 @@ class Fuzzer {
 
   /// The calls of the shortest sequence that ends as badly go to FILE.txt.
   void shrink(const Bytes& bytes, const std::string& file) {
-    const auto fails = [&](const Bytes& some) { return !runIn(some, scratch_).isGood(); };
+    const std::string path = std::filesystem::absolute(file).string();
+    write(bytes, path);
+    const auto end = std::chrono::steady_clock::now() + kShrinking;
+    const auto fails = [&](const Bytes& some) {
+      return std::chrono::steady_clock::now() < end && !runIn(some, scratch_).isGood();
+    };
     const bool again = fails(bytes);
     const Bytes least = again ? shrunk(bytes, fails) : bytes;
-    const std::string path = std::filesystem::absolute(file).string();
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(least.data()),
-               static_cast<std::streamsize>(least.size()));
-    const End end = inChild(folder_.path(), kSeconds, path + ".txt",
-                            [&] { CallSequence(least, scratch_, true).run(); });
+    write(least, path);
+    const End last = inChild(folder_.path(), kSeconds, path + ".txt",
+                             [&] { CallSequence(least, scratch_, true).run(); });
     std::printf("%s has %zu calls: %s; see %s.txt\n", file.c_str(),
                 (least.size() - 1) / kBytesOfCall,
-                again ? end.inWords().c_str() : "ends well the next time", file.c_str());
+                again ? last.inWords().c_str() : "ends well the next time", file.c_str());
     std::fflush(stdout);
   }
 
@@ -110,10 +120,10 @@ class Fuzzer {
     return end;
   }
 
-  void find(const Bytes& bytes, const End& end) {
+  void find(const Bytes& bytes, const End& end, std::size_t index) {
     const std::string words = std::string(tally_.function.data()) + " " + end.inWords();
+    std::printf("=== %s in sequence %zu\n", words.c_str(), index);
     if (++found_[words] > 1) return;
-    std::printf("=== %s\n", words.c_str());
     std::fflush(stdout);
     shrink(bytes, "crash-" + std::to_string(seed_) + "-" + std::to_string(found_.size()));
   }

@@ -45,8 +45,8 @@ herr_t closeObject(hid_t object);
 /// H5close. HDF5 does not survive it where a file that consists of files is open (the multi,
 /// split and family drivers), or a list that names members of such, or one of a virtual dataset:
 /// it closes what these consist of by functions that find the library closed already. So these
-/// are closed while it is still open.
-herr_t closeEverything();
+/// are closed while it is still open. Without the library, it stays open, empty as it is.
+herr_t closeEverything(bool andLibrary);
 
 /// What could not be written, and HDF5's reason.
 using Complaint = std::function<void(const std::string& file, const std::string& reason)>;

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "hdf5/error_stack.hpp"
+#include "hdf5/family_shields.hpp"
 #include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 
@@ -151,6 +152,61 @@ std::pair<std::uint64_t, bool> needsOf(hid_t dataset, hid_t fileSpace) {
   return {storage.bytesNeeded(fileSpace), storage.isChunked()};
 }
 
+void refuseForRoom(const char* function, const char* what, std::uint64_t room,
+                   std::uint64_t needed) {
+  const std::string reason = "the disk has room for " + std::to_string(room) + " bytes, and the " +
+                             what + " may need " + std::to_string(needed);
+  refuse(function, reason.c_str());
+}
+
+// --- Copies --------------------------------------------------------------------------------
+
+/// What an object holds in its file. Of data that lead to others HDF5 does not tell how many
+/// these are: all that is in the file, at most.
+std::uint64_t bytesIn(hid_t object) {
+  if (H5Iget_type(object) != H5I_DATASET) return 0;
+  if (!holdsPointers(Type(H5Dget_type(object)).get())) return H5Dget_storage_size(object);
+  return kAny;
+}
+
+struct Copied {
+  std::uint64_t bytes = 0;
+  bool isAll = false;
+};
+
+herr_t addObject(hid_t object, const char* name, const ObjectInfo* /*info*/, void* data) {
+  auto& copied = *static_cast<Copied*>(data);
+  const Handle<H5Oclose> one(H5Oopen(object, name, H5P_DEFAULT));
+  const std::uint64_t bytes = bytesIn(one.get());
+  copied.isAll = bytes == kAny;
+  copied.bytes += bytes;
+  return copied.isAll ? 1 : 0;
+}
+
+std::uint64_t sizeOfFile(hid_t object) {
+  const Handle<H5Fclose> file(H5Iget_file_id(object));
+  hsize_t size = 0;
+  return getFileSize(file.get(), &size) < 0 ? kAny : size;
+}
+
+/// Whether the copy is of more than what has the name and what is in it.
+bool followsLinks(hid_t copyList) {
+  constexpr unsigned kFollows = H5O_COPY_EXPAND_SOFT_LINK_FLAG | H5O_COPY_EXPAND_EXT_LINK_FLAG |
+                                H5O_COPY_EXPAND_REFERENCE_FLAG;
+  unsigned options = 0;
+  return copyList != H5P_DEFAULT && H5Pget_copy_object(copyList, &options) >= 0 &&
+         (options & kFollows) != 0;
+}
+
+/// At most, but for what stands around the data.
+std::uint64_t bytesToCopy(hid_t source, const char* name, hid_t copyList) {
+  if (followsLinks(copyList)) return sizeOfFile(source);
+  Copied copied;
+  // What cannot be visited cannot be copied either, which is HDF5's to say.
+  visitObjectsByName(source, name, H5_INDEX_NAME, H5_ITER_NATIVE, addObject, &copied, H5P_DEFAULT);
+  return copied.isAll ? sizeOfFile(source) : copied.bytes + copied.bytes / 16;
+}
+
 // --- When to look --------------------------------------------------------------------------
 
 using Clock = std::chrono::steady_clock;
@@ -181,12 +237,19 @@ DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace) {
   }
   const auto [needed, chunked] = needsOf(dataset, fileSpace);
   if (const std::uint64_t room = roomFor(dataset); needed > room) {
-    const std::string reason = "the disk has room for " + std::to_string(room) +
-                               " bytes, and the dataset may need " + std::to_string(needed);
-    refuse("H5Dwrite", reason.c_str());
+    refuseForRoom("H5Dwrite", "dataset", room, needed);
     return DiskRoom::kTooLittle;
   }
   return chunked ? DiskRoom::kEnough : DiskRoom::kPlenty;
+}
+
+bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList) {
+  const std::uint64_t room = roomFor(destination);
+  if (room >= kPlenty || isInMemory(destination)) return true;
+  const std::uint64_t needed = bytesToCopy(source, name, copyList);
+  if (needed <= room) return true;
+  refuseForRoom("H5Ocopy", "copy", room, needed);
+  return false;
 }
 
 herr_t flushDataset(hid_t dataset) {

@@ -17,6 +17,10 @@ enum class DiskRoom {
 };
 DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace);
 
+/// Whether a copy fits, where little room is left; else the error stack says why. 1.8 to 1.12
+/// close a datatype twice where they cannot write all data of a copy.
+bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList);
+
 herr_t flushDataset(hid_t dataset);
 
 /// `write()`, which is to write to a file space that is not H5S_ALL and returns HDF5's status.

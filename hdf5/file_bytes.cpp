@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "hdf5/family_shields.hpp"
 #include "hdf5/handle.hpp"
 
 namespace hdf5 {
@@ -17,7 +18,7 @@ FileBytes::FileBytes(hid_t file) : file_(file) {
   H5Fget_intent(file, &intent);
   // What could not be written out is nowhere to be read.
   if ((intent & H5F_ACC_RDWR) != 0 && H5Fflush(file, H5F_SCOPE_LOCAL) < 0) return;
-  H5Fget_filesize(file, &end_);
+  getFileSize(file, &end_);
 }
 
 FileBytes::~FileBytes() {

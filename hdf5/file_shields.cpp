@@ -5,6 +5,8 @@
 #include <string>
 
 #include "hdf5/allocated_text.hpp"
+#include "hdf5/external_link_shields.hpp"
+#include "hdf5/family_shields.hpp"
 #include "hdf5/file_name_pattern.hpp"
 
 namespace hdf5 {
@@ -143,14 +145,14 @@ bool wantsTooMuch(hid_t accessList) {
   return std::max({meta, small, alignment}) > kMost;
 }
 
-/// Why HDF5 would not survive a file of this name; null where it does.
-const char* troubleWith(const char* name, hid_t accessList) {
+bool isFileAccess(hid_t list) {
   // A list of another class is HDF5's to refuse.
-  if (accessList == H5P_DEFAULT || H5Pisa_class(accessList, H5P_FILE_ACCESS) <= 0) return nullptr;
-  if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
-  Uses all;
-  all.fill(true);
-  return troubleOf({name, accessList, all, 0});
+  return list != H5P_DEFAULT && H5Pisa_class(list, H5P_FILE_ACCESS) > 0;
+}
+
+/// Before a file is opened, by a driver that may print names.
+void watchLinksOf(hid_t accessList) {
+  if (isFileAccess(accessList) && mayBeFamily(accessList)) watchExternalLinks();
 }
 
 bool hasWideAddresses(hid_t creationList) {
@@ -162,6 +164,16 @@ bool hasWideAddresses(hid_t creationList) {
 
 }  // namespace
 
+const char* troubleWith(const char* name, hid_t accessList) {
+  if (!isFileAccess(accessList)) return nullptr;
+  if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
+  const char* trouble = mayBeFamily(accessList) ? troubleWithFamilies() : nullptr;
+  if (trouble != nullptr) return trouble;
+  Uses all;
+  all.fill(true);
+  return troubleOf({name, accessList, all, 0});
+}
+
 MemberList::MemberList(hid_t given) : given_(given) {
   if (given > 0 && H5Iget_type(given) == H5I_GENPROP_LST) copy_ = PropertyList(H5Pcopy(given));
 }
@@ -171,11 +183,13 @@ hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t acc
     return refuse("H5Fcreate", "no file has addresses of more than 8 bytes");
   }
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fcreate", trouble);
+  watchLinksOf(accessList);
   return H5Fcreate(name, flags, creationList, Trusting(accessList).get());
 }
 
 hid_t openFile(const char* name, unsigned flags, hid_t accessList) {
   if (const char* trouble = troubleWith(name, accessList)) return refuse("H5Fopen", trouble);
+  watchLinksOf(accessList);
   return H5Fopen(name, flags, Trusting(accessList).get());
 }
 

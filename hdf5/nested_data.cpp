@@ -8,6 +8,7 @@
 
 #include "hdf5/allocated_text.hpp"
 #include "hdf5/array_conversion.hpp"
+#include "hdf5/disk_room.hpp"
 #include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 #include "hdf5/type_shields.hpp"
@@ -193,7 +194,7 @@ herr_t setFillValue(hid_t list, hid_t type, const void* value) {
 herr_t copyObject(hid_t source, const char* sourceName, hid_t destination,
                   const char* destinationName, hid_t copyList, hid_t linkList) {
   const ArrayConversion arrays;
-  if (!arrays.valid()) return -1;
+  if (!arrays.valid() || !hasRoomForCopy(source, sourceName, destination, copyList)) return -1;
   return H5Ocopy(source, sourceName, destination, destinationName, copyList, linkList);
 }
 

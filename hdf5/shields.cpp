@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "hdf5/external_link_shields.hpp"
+
 namespace hdf5 {
 namespace {
 
@@ -29,7 +31,9 @@ std::vector<hsize_t> inMoreDimensions(const std::vector<hsize_t>& points, std::s
 
 hid_t listOrNothing(hid_t id) {
   if (id == H5P_DEFAULT) return id;
-  return H5Iget_type(id) == H5I_GENPROP_LST ? id : H5I_INVALID_HID;
+  if (H5Iget_type(id) != H5I_GENPROP_LST) return H5I_INVALID_HID;
+  watchLinksBy(id);
+  return id;
 }
 
 bool selectionFits(hid_t space) {

@@ -9,7 +9,8 @@
 namespace hdf5 {
 
 /// Later releases look into an access list without asking whether it is a list: an
-/// identifier of anything else becomes one of nothing, which every release refuses.
+/// identifier of anything else becomes one of nothing, which every release refuses. Links are
+/// followed by the list only where HDF5 survives it.
 hid_t listOrNothing(hid_t id);
 
 /// Whether all that is selected, moved by the selection's offset, lies in the extent.

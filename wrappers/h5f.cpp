@@ -7,6 +7,7 @@
 #include "convert/constants.hpp"
 #include "convert/record.hpp"
 #include "hdf5/closing.hpp"
+#include "hdf5/family_shields.hpp"
 #include "hdf5/file_shields.hpp"
 #include "hdf5/link_shields.hpp"
 #include "wrappers/cache_config.hpp"
@@ -103,7 +104,7 @@ constexpr Row kFileFunctions[] = {
     CALL(H5Fflush, hdf5::flush, Nothing,                            ObjectId, Enum<H5F_scope_t>),
     ROW(H5Fget_access_plist, Identifier,                            FileId),
     ROW(H5Fget_create_plist, Identifier,                            FileId),
-    ROW(H5Fget_filesize,     Outputs<hsize_t>,                      FileId),
+    CALL(H5Fget_filesize, hdf5::getFileSize, Outputs<hsize_t>,      FileId),
     ROW(H5Fget_freespace,    Unchecked<Number>,                     FileId),
     CALL(H5Fget_info, hdf5::getFileInfo, Outputs<Record<kFileInfo>>, ObjectId),
     ROW(H5Fget_mdc_config,   Outputs<CacheConfig>,                  FileId),
