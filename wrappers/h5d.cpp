@@ -227,10 +227,11 @@ void read(Inputs ins, Results& outs) {
     return status;
   };
   if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
-    DatasetParts parts(from.dataset, spaces.file.get(), type, givenList);
+    const DatasetParts parts({from.dataset, type, spaces.transferred(), spaces.file.get(),
+                              givenList, givenList});
     if (parts.possible()) {
       HDF5Dataset host(type, spaces.memory.get());
-      if (host.readsInParts()) return outs.give(parts.readInto(host));
+      if (host.goesInParts()) return outs.give(parts.read(host));
     }
   }
   outs.give(readData(type, spaces.memory.get(), points, transfer));
@@ -243,9 +244,26 @@ void write(Inputs ins, Results& /*outs*/) {
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
                                   spaces.file.get(), list,       list};
-  const auto writeBytes = [&transfer](const void* bytes) {
-    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
-                                  [&] { return chunks::write(transfer, bytes); });
+  const auto whereItFits = [&transfer](auto one) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace, one);
+  };
+  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type.get()) == H5T_COMPOUND) {
+    const DatasetParts parts(transfer);
+    if (parts.possibleToWrite()) {
+      HDF5Dataset host(type.get(), spaces.memory.get());
+      if (host.goesInParts()) {
+        host.beginWriting(data);
+        const auto writeParts = [&](const void* /*all*/) {
+          return whereItFits([&] { return parts.write(host); });
+        };
+        checked(hdf5::writeNested(dataset, transfer.memoryType, transfer.memorySpace, nullptr,
+                                  writeParts));
+        return;
+      }
+    }
+  }
+  const auto writeBytes = [&](const void* bytes) {
+    return whereItFits([&] { return chunks::write(transfer, bytes); });
   };
   const auto writeBuffer = [&](const void* buffer) {
     return hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, buffer,
