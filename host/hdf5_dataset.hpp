@@ -43,7 +43,7 @@ class HDF5Dataset {
   zbArray* endReading();
 
   /// The array is looked at as write() does; then parts of it are laid out, in any order, and
-  /// by several threads at once. Bytes between members stay as they are in the buffer.
+  /// by several threads at once. Bytes between members are zero.
   void beginWriting(const zbArray* data);
   void layPart(void* buffer, std::size_t first, std::size_t count) const;
 

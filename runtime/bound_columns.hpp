@@ -23,8 +23,8 @@ class BoundColumns {
   BoundColumns(const DatatypePlan& plan, std::size_t count, const zbArray* data,
                const ValuePath& path);
 
-  /// The elements from the `first` one on; bytes between members stay as they are. Several
-  /// threads may lay out parts at once.
+  /// The elements from the `first` one on; bytes between members stay as they are. Parts may
+  /// be laid out by several threads at once.
   void lay(const Strided<std::byte>& elements, std::size_t first) const {
     copyLanes(std::span<const Lane<Scattering>>(lanes_), elements, first);
   }

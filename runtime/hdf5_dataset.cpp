@@ -118,6 +118,7 @@ struct HDF5Dataset::Transfer {
   zembra::Buffers written;                // what write() gives
   std::optional<zembra::Columns> read;    // in parts
   std::optional<zembra::BoundColumns> laid;
+  bool gaps = false;  // between members
 };
 
 HDF5Dataset::HDF5Dataset(hid_t memoryType, hid_t memorySpace)
@@ -169,8 +170,7 @@ bool HDF5Dataset::goesInParts() const {
 void HDF5Dataset::beginReading() { transfer_->read.emplace(transfer_->plan, transfer_->extent); }
 
 void HDF5Dataset::putPart(const void* buffer, std::size_t first, std::size_t count) const {
-  transfer_->read->put(
-      {static_cast<const std::byte*>(buffer), count, transfer_->plan.size}, first);
+  transfer_->read->put({static_cast<const std::byte*>(buffer), count, transfer_->plan.size}, first);
 }
 
 zbArray* HDF5Dataset::endReading() {
@@ -185,10 +185,13 @@ void HDF5Dataset::beginWriting(const zbArray* data) {
   const zembra::ValuePath path(advice);
   zembra::requireFit(transfer.plan, transfer.points, data, path);
   transfer_->laid.emplace(transfer.plan, transfer.points, data, path);
+  transfer_->gaps = transfer.plan.hasGaps();
 }
 
 void HDF5Dataset::layPart(void* buffer, std::size_t first, std::size_t count) const {
-  transfer_->laid->lay({static_cast<std::byte*>(buffer), count, transfer_->plan.size}, first);
+  const std::size_t size = transfer_->plan.size;
+  if (transfer_->gaps) std::memset(buffer, 0, count * size);
+  transfer_->laid->lay({static_cast<std::byte*>(buffer), count, size}, first);
 }
 
 const void* HDF5Dataset::write(const zbArray* data) {

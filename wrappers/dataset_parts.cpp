@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "chunks/buffer.hpp"
 #include "chunks/crew.hpp"
 #include "chunks/thread_count.hpp"
 #include "convert/failure.hpp"
@@ -10,7 +11,7 @@
 namespace h5gate {
 namespace {
 
-constexpr hsize_t kPart = hsize_t{256} << 10;
+constexpr hsize_t kPart = hsize_t{512} << 10;
 constexpr hsize_t kLargestPart = hsize_t{4} << 20;
 /// What takes so long to copy that a second thread has begun long before the end.
 constexpr hsize_t kWorthAThread = hsize_t{2} << 20;
@@ -40,8 +41,7 @@ Parting partingOf(hid_t dataset) {
 
 }  // namespace
 
-/// What parts are in until they are done, in turns. Zeros at first: what lies between members
-/// reaches the file.
+/// What parts are in until they are done, in turns.
 struct DatasetParts::Buffers {
   explicit Buffers(const DatasetParts& parts)
       : members(parts.count() * parts.length() * parts.size_ < kWorthAThread
@@ -49,12 +49,12 @@ struct DatasetParts::Buffers {
                     : std::min(chunks::threadCount().threads, 2U)),
         // One that is being copied, one in HDF5's hands, one that is ready.
         buffers(members == 1 ? 1 : 3) {
-    for (auto& buffer : buffers) buffer.resize(parts.length() * parts.size_);
+    for (chunks::Buffer& buffer : buffers) buffer.ofSize(parts.length() * parts.size_);
   }
-  [[nodiscard]] std::byte* operator[](std::size_t job) { return buffers[job].data(); }
+  [[nodiscard]] std::byte* operator[](std::size_t job) const { return buffers[job].data(); }
 
   unsigned members;
-  std::vector<std::vector<std::byte>> buffers;
+  std::vector<chunks::Buffer> buffers;
 };
 
 DatasetParts::DatasetParts(const chunks::Transfer& whole) : whole_(whole) {
@@ -102,7 +102,7 @@ std::size_t DatasetParts::lengthOf(std::size_t part) const {
 
 zbArray* DatasetParts::read(HDF5Dataset& host) const {
   host.beginReading();
-  Buffers buffers(*this);
+  const Buffers buffers(*this);
   const auto read = [](const chunks::Transfer& part, std::byte* buffer) {
     return chunks::read(part, buffer);
   };
@@ -123,7 +123,7 @@ zbArray* DatasetParts::read(HDF5Dataset& host) const {
 }
 
 herr_t DatasetParts::write(const HDF5Dataset& host) const {
-  Buffers buffers(*this);
+  const Buffers buffers(*this);
   const auto write = [](const chunks::Transfer& part, std::byte* buffer) {
     return chunks::write(part, buffer);
   };

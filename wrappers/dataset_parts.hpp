@@ -31,9 +31,7 @@ class DatasetParts {
   struct Buffers;
   using TransferPart = herr_t (*)(const chunks::Transfer& part, std::byte* buffer);
 
-  [[nodiscard]] std::size_t length() const {
-    return static_cast<std::size_t>(rows_ * rowLength_);
-  }
+  [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(rows_ * rowLength_); }
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] std::size_t lengthOf(std::size_t part) const;
   [[nodiscard]] herr_t transfer(std::size_t part, std::byte* buffer, TransferPart one) const;

@@ -227,8 +227,8 @@ void read(Inputs ins, Results& outs) {
     return status;
   };
   if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
-    const DatasetParts parts({from.dataset, type, spaces.transferred(), spaces.file.get(),
-                              givenList, givenList});
+    const DatasetParts parts(
+        {from.dataset, type, spaces.transferred(), spaces.file.get(), givenList, givenList});
     if (parts.possible()) {
       HDF5Dataset host(type, spaces.memory.get());
       if (host.goesInParts()) return outs.give(parts.read(host));
