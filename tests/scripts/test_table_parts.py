@@ -1,4 +1,6 @@
-"""Tables at the borders of the parts that they are read and written in, by one thread and by two."""
+"""Tables at the borders of the parts that they go in, by one thread and by two."""
+
+from typing import Any
 
 import numpy as np
 import pytest
@@ -146,7 +148,7 @@ def test_what_does_not_fit_writes_nothing(path, threads):
 
     record = np.dtype([("time", "f8"), ("level", enumeration())])
     rows = 200_000
-    good = {"time": np.ones(rows), "level": np.ones(rows, "i1")}
+    good: dict[str, Any] = {"time": np.ones(rows), "level": np.ones(rows, "i1")}
     codes = good["level"].astype("i4")
     codes[-1] = 1000
     bad = [
@@ -171,7 +173,7 @@ def test_a_damaged_part_in_the_middle_is_an_error(path, threads):
 
     data = table(200_000, SMALL)
     with h5py.File(path, "w") as file:
-        dataset = file.create_dataset("d", data=data, chunks=(10_000,))
+        file.create_dataset("d", data=data, chunks=(10_000,))
         with_sum = file.create_dataset(
             "s", data=table(1_000_000, SMALL), chunks=(10_000,), fletcher32=True
         )
