@@ -57,10 +57,10 @@ struct DatasetParts::Buffers {
   std::vector<chunks::Buffer> buffers;
 };
 
-DatasetParts::DatasetParts(const chunks::Transfer& whole) : whole_(whole) {
+DatasetParts::DatasetParts(const chunks::Transfer& whole)
+    : whole_(whole), size_(H5Tget_size(whole.memoryType)) {
   const int rank = H5Sget_simple_extent_ndims(whole.fileSpace);
   const hssize_t points = H5Sget_simple_extent_npoints(whole.fileSpace);
-  size_ = H5Tget_size(whole.memoryType);
   // Twice as much as a part, and no count that wraps around.
   if (rank < 1 || size_ == 0 || points < 1) return;
   const auto elements = static_cast<hsize_t>(points);

@@ -37,10 +37,10 @@ class DatasetParts {
   [[nodiscard]] herr_t transfer(std::size_t part, std::byte* buffer, TransferPart one) const;
 
   chunks::Transfer whole_;
+  std::size_t size_;  // of an element
   std::vector<hsize_t> extent_;
   hsize_t rowLength_ = 1;  // elements in an index of the slowest dimension
   hsize_t rows_ = 0;       // of a part
-  std::size_t size_ = 0;   // of an element
   hdf5::Space file_;
 };
 

@@ -200,6 +200,11 @@ class ReadingList {
   Own own_;
 };
 
+/// What may go in parts.
+bool isWholeTable(hid_t memoryType, hid_t memorySpace, hid_t fileSpace) {
+  return memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(memoryType) == H5T_COMPOUND;
+}
+
 /// Where a read comes from and the memory datatype that it is given or that suits it:
 /// two inputs.
 struct ReadFrom {
@@ -226,7 +231,7 @@ void read(Inputs ins, Results& outs) {
     if (status < 0) list.close();
     return status;
   };
-  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
+  if (isWholeTable(type, memorySpace, fileSpace)) {
     const DatasetParts parts(
         {from.dataset, type, spaces.transferred(), spaces.file.get(), givenList, givenList});
     if (parts.possible()) {
@@ -237,6 +242,22 @@ void read(Inputs ins, Results& outs) {
   outs.give(readData(type, spaces.memory.get(), points, transfer));
 }
 
+/// False where the data have to go at once.
+bool writeInParts(const chunks::Transfer& transfer, hid_t memorySpace, const zbArray* data) {
+  const DatasetParts parts(transfer);
+  if (!parts.possibleToWrite()) return false;
+  HDF5Dataset host(transfer.memoryType, memorySpace);
+  if (!host.goesInParts()) return false;
+  host.beginWriting(data);
+  const auto writeParts = [&](const void* /*all*/) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return parts.write(host); });
+  };
+  checked(hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, nullptr,
+                            writeParts));
+  return true;
+}
+
 void write(Inputs ins, Results& /*outs*/) {
   const auto [dataset, memoryType, memorySpace, fileSpace, list, data] =
       take<DatasetId, Any, MemorySpaceId, FileSpaceId, TransferList, Any>(ins);
@@ -244,26 +265,13 @@ void write(Inputs ins, Results& /*outs*/) {
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
                                   spaces.file.get(), list,       list};
-  const auto whereItFits = [&transfer](auto one) {
-    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace, one);
-  };
-  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type.get()) == H5T_COMPOUND) {
-    const DatasetParts parts(transfer);
-    if (parts.possibleToWrite()) {
-      HDF5Dataset host(type.get(), spaces.memory.get());
-      if (host.goesInParts()) {
-        host.beginWriting(data);
-        const auto writeParts = [&](const void* /*all*/) {
-          return whereItFits([&] { return parts.write(host); });
-        };
-        checked(hdf5::writeNested(dataset, transfer.memoryType, transfer.memorySpace, nullptr,
-                                  writeParts));
-        return;
-      }
-    }
+  if (isWholeTable(type.get(), memorySpace, fileSpace) &&
+      writeInParts(transfer, spaces.memory.get(), data)) {
+    return;
   }
-  const auto writeBytes = [&](const void* bytes) {
-    return whereItFits([&] { return chunks::write(transfer, bytes); });
+  const auto writeBytes = [&transfer](const void* bytes) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return chunks::write(transfer, bytes); });
   };
   const auto writeBuffer = [&](const void* buffer) {
     return hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, buffer,

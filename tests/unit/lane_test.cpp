@@ -28,7 +28,7 @@ constexpr std::size_t kStride = 61;
 
 std::vector<Tried> tried() {
   std::vector<Tried> all;
-  for (const std::size_t size : {1, 2, 3, 4, 5, 8, 17}) {
+  for (const std::size_t size : {1U, 2U, 3U, 4U, 5U, 8U, 17U}) {
     all.push_back({LanePlace().at(4).ofPieces(size), size, {4}});
   }
   // Two of {x, y, y, y}, whose y have three bytes each.
@@ -59,7 +59,7 @@ TEST(Lane, PiecesThatContinueEachOtherAreOne) {
 }
 
 TEST(Lane, ColumnsHaveTheBytesOfTheElements) {
-  for (const std::size_t count : {0, 1, 3, 4, 5, 133, 134, 135, 1000}) {
+  for (const std::size_t count : {0U, 1U, 3U, 4U, 5U, 133U, 134U, 135U, 1000U}) {
     const Bytes elements = counted(count * kStride);
     for (const Tried& one : tried()) {
       const Bytes expected = gathered(one, elements, count);
