@@ -1,0 +1,210 @@
+"""Small calls: what there is to be felt is the overhead."""
+
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from typing import Any
+
+import h5py
+import numpy as np
+
+from compiled import compiled
+from files import Grid
+from opened import NAME, WHOLE, by_h5py, by_zembra, file_by_h5py, file_by_zembra
+from row import Row
+from zembra import h5
+
+ALL = h5py.h5s.ALL
+Works = Iterator[Callable[[], Any]]
+
+
+def small(path: str) -> None:
+    """500 numbers, less than a page of 4 KB, with attributes."""
+    with h5py.File(path, "w") as file:
+        dataset = file.create_dataset("x", data=np.arange(500.0))
+        dataset.attrs["number"] = 2.5
+        dataset.attrs["text"] = "metres"
+
+
+# --- The number of elements of a dataspace --------------------------------------------------
+
+
+@contextmanager
+def zembra_extent(_path: str) -> Works:
+    space, query = h5.H5Screate_simple(2, [3, 4], []), h5.H5Sget_simple_extent_npoints
+    yield lambda: query(space)
+    h5.H5Sclose(space)
+
+
+@contextmanager
+def h5py_extent(_path: str) -> Works:
+    space = h5py.h5s.create_simple((3, 4))
+    yield lambda: space.get_simple_extent_npoints()
+
+
+# --- Making a dataspace and closing it ------------------------------------------------------
+
+
+@contextmanager
+def zembra_space(_path: str) -> Works:
+    create, close = h5.H5Screate, h5.H5Sclose
+    yield lambda: close(create("H5S_SIMPLE"))
+
+
+@contextmanager
+def h5py_space(_path: str) -> Works:
+    def work() -> None:  # what an identifier object names is closed when the object goes away
+        h5py.h5s.create(h5py.h5s.SIMPLE)
+
+    yield work
+
+
+# --- A dataset, opened and closed, and read in between --------------------------------------
+
+
+@contextmanager
+def zembra_open(path: str) -> Works:
+    open_, close = h5.H5Dopen, h5.H5Dclose
+    with file_by_zembra(path) as file:
+        yield lambda: close(open_(file, NAME))
+
+
+@contextmanager
+def h5py_open(path: str) -> Works:
+    def work() -> None:
+        h5py.h5d.open(file, b"x")
+
+    with file_by_h5py(path) as file:
+        yield work
+
+
+@contextmanager
+def zembra_small(path: str) -> Works:
+    def work() -> Any:
+        dataset = h5.H5Dopen(file, NAME)
+        values = h5.H5Dread(dataset, *WHOLE)
+        h5.H5Dclose(dataset)
+        return values
+
+    with file_by_zembra(path) as file:
+        yield work
+
+
+@contextmanager
+def h5py_small(path: str) -> Works:
+    def work() -> Any:
+        dataset = h5py.h5d.open(file, b"x")
+        values = np.empty(dataset.shape, dataset.dtype)
+        dataset.read(ALL, ALL, values)
+        return values
+
+    with file_by_h5py(path) as file:
+        yield work
+
+
+# --- An attribute: opened, read or written, closed ------------------------------------------
+
+
+def zembra_attribute(name: str, value: object = None) -> Callable[[str], Any]:
+    """Written if there is a value."""
+
+    @contextmanager
+    def contestant(path: str) -> Works:
+        def read() -> Any:
+            attribute = h5.H5Aopen(dataset, name, "H5P_DEFAULT")
+            found = h5.H5Aread(attribute, "H5ZB_DEFAULT")
+            h5.H5Aclose(attribute)
+            return found
+
+        def write() -> None:
+            attribute = h5.H5Aopen(dataset, name, "H5P_DEFAULT")
+            h5.H5Awrite(attribute, "H5ZB_DEFAULT", value)
+            h5.H5Aclose(attribute)
+
+        with by_zembra(path, writes=value is not None) as (_, dataset):
+            yield read if value is None else write
+
+    return contestant
+
+
+def h5py_attribute(name: str, value: object = None) -> Callable[[str], Any]:
+    encoded = name.encode()
+
+    @contextmanager
+    def contestant(path: str) -> Works:
+        def read() -> Any:
+            attribute = h5py.h5a.open(dataset, encoded)
+            found = np.empty(attribute.shape, attribute.dtype)
+            attribute.read(found)
+            return found[()]
+
+        def read_text() -> str:
+            return str(read().decode())
+
+        def write() -> None:
+            attribute = h5py.h5a.open(dataset, encoded)
+            attribute.write(np.asarray(value, attribute.dtype))
+
+        with by_h5py(path, writes=value is not None) as (_, dataset):
+            is_text = h5py.h5a.open(dataset, encoded).dtype == object
+            yield write if value is not None else read_text if is_text else read
+
+    return contestant
+
+
+# --- The rows -------------------------------------------------------------------------------
+
+CALLS = [
+    Row(
+        "number of elements of a dataspace", "ns", file=small, peak=False,
+        zembra=zembra_extent, h5py=h5py_extent, c=compiled("extent", "bare"),
+    ),
+    Row(
+        "create and close a dataspace", "ns", file=small, peak=False,
+        zembra=zembra_space, h5py=h5py_space, c=compiled("space", "bare"),
+    ),
+    Row(
+        "open and close a dataset", "us", file=small, peak=False,
+        zembra=zembra_open, h5py=h5py_open, c=compiled("open", "bare"),
+    ),
+    Row(
+        "open, read, close 4 KB", "us", file=small, peak=False,
+        zembra=zembra_small, h5py=h5py_small, c=compiled("small dataset", "bare"),
+    ),
+    Row(
+        "open, read, close an attribute", "us", file=small, peak=False,
+        zembra=zembra_attribute("number"), h5py=h5py_attribute("number"),
+        c=compiled("attribute read", "bare"),
+    ),
+    Row(
+        "open, write, close an attribute", "us", file=small, peak=False, writes=True,
+        zembra=zembra_attribute("number", 2.5), h5py=h5py_attribute("number", 2.5),
+        c=compiled("attribute write", "bare"),
+    ),
+    Row(
+        "open, read, close a text", "us", file=small, peak=False,
+        zembra=zembra_attribute("text"), h5py=h5py_attribute("text"),
+    ),
+    Row(
+        "open, write, close a text", "us", file=small, peak=False, writes=True,
+        zembra=zembra_attribute("text", "metres"), h5py=h5py_attribute("text", "metres"),
+    ),
+]  # fmt: skip
+
+CONTIGUOUS = Grid(chunks=None)
+
+# Without Python: the gateway's one symbol.
+SYMBOL = [
+    Row(
+        name, unit, file=file, peak=False, writes=subject == "attribute write",
+        zembra=compiled(subject, "gateway"), c=compiled(subject, "bare"),
+    )
+    for subject, name, unit, file in [
+        ("extent", "number of elements, by the symbol", "ns", small),
+        ("space", "create and close a dataspace, by the symbol", "ns", small),
+        ("open", "open and close a dataset, by the symbol", "us", small),
+        ("small dataset", "open, read, close 4 KB, by the symbol", "us", small),
+        ("attribute read", "open, read, close an attribute, by the symbol", "us", small),
+        ("attribute write", "open, write, close an attribute, by the symbol", "us", small),
+        ("read", "read 64 MB contiguous, by the symbol", "ms", CONTIGUOUS),
+    ]
+]  # fmt: skip
