@@ -134,12 +134,6 @@ std::size_t elementsOf(hid_t dataset) {
   return static_cast<std::size_t>(H5Sget_simple_extent_npoints(space.get()));
 }
 
-PreparedCall readCall(zembra::Value dataset) {
-  return {"H5Dread",
-          {std::move(dataset), text("H5ZB_DEFAULT"), text("H5S_ALL"), text("H5S_ALL"),
-           text("H5P_DEFAULT")}};
-}
-
 double bareSmall(hid_t file, long times) {
   return seconds(times, [&] {
     const Dataset dataset(H5Dopen1(file, kDataset));
@@ -149,7 +143,8 @@ double bareSmall(hid_t file, long times) {
 
 double gatewaySmall(hid_t file, long times) {
   PreparedCall open("H5Dopen", {identifier(file), text(kDataset)});
-  PreparedCall read = readCall(zembra::makeEmpty());
+  PreparedCall read("H5Dread", {zembra::makeEmpty(), text("H5ZB_DEFAULT"), text("H5S_ALL"),
+                                text("H5S_ALL"), text("H5P_DEFAULT")});
   PreparedCall close("H5Dclose", {zembra::makeEmpty()});
   return seconds(times, [&] {
     zbArray* dataset = open();
@@ -157,17 +152,6 @@ double gatewaySmall(hid_t file, long times) {
     close(dataset);
     zbDestroyArray(dataset);
   });
-}
-
-double bareRead(hid_t file, long times) {
-  const Dataset dataset(H5Dopen1(file, kDataset));
-  return seconds(times, [&] { readAll(dataset.get(), elementsOf(dataset.get())); });
-}
-
-double gatewayRead(hid_t file, long times) {
-  const Dataset dataset(H5Dopen1(file, kDataset));
-  PreparedCall read = readCall(identifier(dataset.get()));
-  return seconds(times, [&] { zbDestroyArray(read()); });
 }
 
 // --- An attribute of one number: opened, read or written, closed ----------------------
@@ -250,7 +234,6 @@ constexpr Subject kSubjects[] = {
     {"space", bareSpace, gatewaySpace},
     {"open", bareOpen, gatewayOpen},
     {"small dataset", bareSmall, gatewaySmall},
-    {"read", bareRead, gatewayRead},
     {"attribute read", bareAttributeRead, gatewayAttributeRead},
     {"attribute write", bareAttributeWrite, gatewayAttributeWrite},
     {"iterate", bareIterate, nullptr},

@@ -6,7 +6,8 @@ when the work begins: data that are written are there by then, what is read is n
 """
 
 import multiprocessing
-from collections.abc import Sequence
+import os
+import sys
 from multiprocessing.connection import Connection
 
 from every_row import GROUPS
@@ -15,9 +16,10 @@ from row import Work
 _processes = multiprocessing.get_context("forkserver")
 
 
-def prepare(modules: Sequence[str] = ("every_row",)) -> None:
-    """Has the children's parent load what they need."""
-    _processes.set_forkserver_preload(list(modules))
+def prepare() -> None:
+    """Has the children's parent load what they need, and find it where we do."""
+    os.environ["PYTHONPATH"] = os.pathsep.join(sys.path)
+    _processes.set_forkserver_preload([__name__])
 
 
 def peak_memory(group: str, name: str, side: str, path: str) -> float:

@@ -8,7 +8,6 @@ import h5py
 import numpy as np
 
 from compiled import compiled
-from files import Grid
 from opened import NAME, WHOLE, by_h5py, by_zembra, file_by_h5py, file_by_zembra
 from row import Row
 from zembra import h5
@@ -190,21 +189,18 @@ CALLS = [
     ),
 ]  # fmt: skip
 
-CONTIGUOUS = Grid(chunks=None)
-
 # Without Python: the gateway's one symbol.
 SYMBOL = [
     Row(
-        name, unit, file=file, peak=False, writes=subject == "attribute write",
+        name, unit, file=small, peak=False, writes=subject == "attribute write",
         zembra=compiled(subject, "gateway"), c=compiled(subject, "bare"),
     )
-    for subject, name, unit, file in [
-        ("extent", "number of elements, by the symbol", "ns", small),
-        ("space", "create and close a dataspace, by the symbol", "ns", small),
-        ("open", "open and close a dataset, by the symbol", "us", small),
-        ("small dataset", "open, read, close 4 KB, by the symbol", "us", small),
-        ("attribute read", "open, read, close an attribute, by the symbol", "us", small),
-        ("attribute write", "open, write, close an attribute, by the symbol", "us", small),
-        ("read", "read 64 MB contiguous, by the symbol", "ms", CONTIGUOUS),
+    for subject, name, unit in [
+        ("extent", "number of elements, by the symbol", "ns"),
+        ("space", "create and close a dataspace, by the symbol", "ns"),
+        ("open", "open and close a dataset, by the symbol", "us"),
+        ("small dataset", "open, read, close 4 KB, by the symbol", "us"),
+        ("attribute read", "open, read, close an attribute, by the symbol", "us"),
+        ("attribute write", "open, write, close an attribute, by the symbol", "us"),
     ]
 ]  # fmt: skip
