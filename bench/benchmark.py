@@ -13,7 +13,7 @@ import argparse
 import json
 import sys
 import tempfile
-from collections.abc import Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from pathlib import Path
 from typing import Any
 
@@ -86,10 +86,15 @@ def measured(rows: list[tuple[str, Row]], peaks: bool) -> list[Result]:
     peak.prepare()
     with tempfile.TemporaryDirectory(prefix="bench-") as folder:
         seen = measure(rows, folder, peaks)
-        lines = text_table((results.append(result) or result for result in seen), width_of(rows))
-        for line in lines:
+        for line in text_table(kept(seen, results), width_of(rows)):
             print(line, flush=True)
     return results
+
+
+def kept(seen: Iterable[Result], results: list[Result]) -> Iterator[Result]:
+    for result in seen:
+        results.append(result)
+        yield result
 
 
 def width_of(rows: list[tuple[str, Row]]) -> int:

@@ -8,9 +8,9 @@ from contextlib import ExitStack
 from contest import best_times
 from peak import peak_memory
 from result import Result
-from row import SIDES, File, Row
+from row import File, Row
 
-WITH_PEAK = SIDES[:2]  # the memory of the two packages
+WITH_PEAK = ("zembra", "h5py")
 
 
 class Files:
@@ -22,7 +22,7 @@ class Files:
 
     def of(self, row: Row) -> dict[str, str]:
         """Paths, by side."""
-        sides = row.contestants()
+        sides = row.sides.by_name()
         if row.file is None:
             return {side: self._path(side) for side in sides}
         if row.file not in self._made:
@@ -51,7 +51,7 @@ def measure(rows: Iterable[tuple[str, Row]], folder: str, peaks: bool) -> Iterat
         with ExitStack() as opened:
             works = {
                 side: opened.enter_context(contestant(paths[side]))
-                for side, contestant in row.contestants().items()
+                for side, contestant in row.sides.by_name().items()
             }
             seconds = best_times(works, row.alike)
         memory = {

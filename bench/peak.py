@@ -38,7 +38,7 @@ def peak_memory(group: str, name: str, side: str, path: str) -> float:
 
 def _tell(sender: Connection, group: str, name: str, side: str, path: str) -> None:
     row = next(row for row in GROUPS[group] if row.name == name)
-    with row.contestants()[side](path) as work:
+    with row.sides.by_name()[side](path) as work:
         sender.send(_growth(work))
 
 

@@ -6,7 +6,7 @@ from itertools import groupby
 
 from result import UNITS, Result
 
-HEADS = ("zembra", "h5py", "C", "to h5py", "to C", "MB", "MB h5py")
+HEADS = ("zembra", "h5py", "C", "to h5py", "to C", "MB zembra", "MB h5py")
 
 _BEGIN, _END = "<!-- make bench PLOT=1 writes this -->", "<!-- up to here -->"
 

@@ -2,31 +2,41 @@
 
 from collections.abc import Callable
 from contextlib import AbstractContextManager
-from dataclasses import dataclass
+from dataclasses import dataclass, fields, replace
 from typing import Any
 
 from compiled import Compiled
 
 Work = Callable[[], Any] | Compiled  # what is timed; what it gives is compared
 Contestant = Callable[[str], AbstractContextManager[Work]]  # prepares it on the file of a path
+PythonContestant = Callable[[str], AbstractContextManager[Callable[[], Any]]]
 File = Callable[[str], None]  # makes a file; equal ones are made once
 
-SIDES = ("zembra", "h5py", "c")
+
+@dataclass(frozen=True)
+class Sides:
+    """Who does it."""
+
+    zembra: Contestant
+    h5py: Contestant | None = None
+    c: Contestant | None = None  # HDF5's own functions
+
+    def but(self, **others: Contestant) -> "Sides":
+        """These with others in the place of some."""
+        return replace(self, **others)
+
+    def by_name(self) -> dict[str, Contestant]:
+        """Those that there are."""
+        each = {field.name: getattr(self, field.name) for field in fields(self)}
+        return {side: contestant for side, contestant in each.items() if contestant is not None}
 
 
 @dataclass(frozen=True)
 class Row:
     name: str  # what is done
     unit: str  # of its time: ns, us, ms or s
-    zembra: Contestant
-    h5py: Contestant | None = None
-    c: Contestant | None = None  # HDF5's own functions
-    file: File | None = None  # on which; None: the contestants make theirs
+    sides: Sides
+    file: File | None = None  # on which; None: each makes its own
     writes: bool = False  # each has a copy of the file then
     alike: bool = True  # all give the same, in the same form
     peak: bool = True  # memory is measured, too
-
-    def contestants(self) -> dict[str, Contestant]:
-        """By side, those that there are."""
-        each = {side: getattr(self, side) for side in SIDES}
-        return {side: contestant for side, contestant in each.items() if contestant is not None}

@@ -5,12 +5,12 @@ from row import Row
 from whole import READ, WRITE
 
 ARRAYS = [
-    Row("read 64 MB contiguous", "ms", file=Grid(chunks=None), **READ),
-    Row("write 64 MB contiguous", "ms", file=Grid(chunks=None), **WRITE),
-    Row("read 64 MB chunked", "ms", file=Grid(), **READ),
-    Row("write 64 MB chunked", "ms", file=Grid(), **WRITE),
-    Row("read 32 MB big-endian int32", "ms", file=Grid(chunks=None, dtype=">i4"), **READ),
-    Row("write 32 MB big-endian int32", "ms", file=Grid(chunks=None, dtype=">i4"), **WRITE),
+    Row("read 64 MB contiguous", "ms", READ, Grid(chunks=None)),
+    Row("write 64 MB contiguous", "ms", WRITE, Grid(chunks=None), writes=True),
+    Row("read 64 MB chunked", "ms", READ, Grid()),
+    Row("write 64 MB chunked", "ms", WRITE, Grid(), writes=True),
+    Row("read 32 MB big-endian int32", "ms", READ, Grid(chunks=None, dtype=">i4")),
+    Row("write 32 MB big-endian int32", "ms", WRITE, Grid(chunks=None, dtype=">i4"), writes=True),
 ]
 
 FILTERED = {  # 64 MB in chunks of 512 KB
@@ -21,6 +21,6 @@ FILTERED = {  # 64 MB in chunks of 512 KB
 }
 
 FILTERS = [
-    *(Row(f"read {name}", "ms", file=grid, **READ) for name, grid in FILTERED.items()),
-    *(Row(f"write {name}", "ms", file=grid, **WRITE) for name, grid in FILTERED.items()),
+    *(Row(f"read {name}", "ms", READ, grid) for name, grid in FILTERED.items()),
+    *(Row(f"write {name}", "ms", WRITE, grid, writes=True) for name, grid in FILTERED.items()),
 ]

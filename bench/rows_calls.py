@@ -1,4 +1,4 @@
-"""Small calls: what there is to be felt is the overhead."""
+"""Small calls: by the gateway's one symbol, where Python is not in the way, and from Python."""
 
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
@@ -9,7 +9,7 @@ import numpy as np
 
 from compiled import compiled
 from opened import NAME, WHOLE, by_h5py, by_zembra, file_by_h5py, file_by_zembra
-from row import Row
+from row import Contestant, Row, Sides
 from zembra import h5
 
 ALL = h5py.h5s.ALL
@@ -103,7 +103,7 @@ def h5py_small(path: str) -> Works:
 # --- An attribute: opened, read or written, closed ------------------------------------------
 
 
-def zembra_attribute(name: str, value: object = None) -> Callable[[str], Any]:
+def zembra_attribute(name: str, value: object = None) -> Contestant:
     """Written if there is a value."""
 
     @contextmanager
@@ -125,7 +125,7 @@ def zembra_attribute(name: str, value: object = None) -> Callable[[str], Any]:
     return contestant
 
 
-def h5py_attribute(name: str, value: object = None) -> Callable[[str], Any]:
+def h5py_attribute(name: str, value: object = None) -> Contestant:
     encoded = name.encode()
 
     @contextmanager
@@ -154,53 +154,60 @@ def h5py_attribute(name: str, value: object = None) -> Callable[[str], Any]:
 
 CALLS = [
     Row(
-        "number of elements of a dataspace", "ns", file=small, peak=False,
-        zembra=zembra_extent, h5py=h5py_extent, c=compiled("extent", "bare"),
+        "number of elements of a dataspace", "ns",
+        Sides(zembra_extent, h5py_extent, compiled("extent", "bare")), small, peak=False,
     ),
     Row(
-        "create and close a dataspace", "ns", file=small, peak=False,
-        zembra=zembra_space, h5py=h5py_space, c=compiled("space", "bare"),
+        "create and close a dataspace", "ns",
+        Sides(zembra_space, h5py_space, compiled("space", "bare")), small, peak=False,
     ),
     Row(
-        "open and close a dataset", "us", file=small, peak=False,
-        zembra=zembra_open, h5py=h5py_open, c=compiled("open", "bare"),
+        "open and close a dataset", "us",
+        Sides(zembra_open, h5py_open, compiled("open", "bare")), small, peak=False,
     ),
     Row(
-        "open, read, close 4 KB", "us", file=small, peak=False,
-        zembra=zembra_small, h5py=h5py_small, c=compiled("small dataset", "bare"),
+        "open, read, close 4 KB", "us",
+        Sides(zembra_small, h5py_small, compiled("small dataset", "bare")), small, peak=False,
     ),
     Row(
-        "open, read, close an attribute", "us", file=small, peak=False,
-        zembra=zembra_attribute("number"), h5py=h5py_attribute("number"),
-        c=compiled("attribute read", "bare"),
+        "open, read, close an attribute", "us",
+        Sides(
+            zembra_attribute("number"), h5py_attribute("number"),
+            compiled("attribute read", "bare"),
+        ),
+        small, peak=False,
     ),
     Row(
-        "open, write, close an attribute", "us", file=small, peak=False, writes=True,
-        zembra=zembra_attribute("number", 2.5), h5py=h5py_attribute("number", 2.5),
-        c=compiled("attribute write", "bare"),
+        "open, write, close an attribute", "us",
+        Sides(
+            zembra_attribute("number", 2.5), h5py_attribute("number", 2.5),
+            compiled("attribute write", "bare"),
+        ),
+        small, writes=True, peak=False,
     ),
     Row(
-        "open, read, close a text", "us", file=small, peak=False,
-        zembra=zembra_attribute("text"), h5py=h5py_attribute("text"),
+        "open, read, close a text", "us",
+        Sides(zembra_attribute("text"), h5py_attribute("text")), small, peak=False,
     ),
     Row(
-        "open, write, close a text", "us", file=small, peak=False, writes=True,
-        zembra=zembra_attribute("text", "metres"), h5py=h5py_attribute("text", "metres"),
+        "open, write, close a text", "us",
+        Sides(zembra_attribute("text", "metres"), h5py_attribute("text", "metres")),
+        small, writes=True, peak=False,
     ),
 ]  # fmt: skip
 
-# Without Python: the gateway's one symbol.
 SYMBOL = [
     Row(
-        name, unit, file=small, peak=False, writes=subject == "attribute write",
-        zembra=compiled(subject, "gateway"), c=compiled(subject, "bare"),
+        f"{name}, by the symbol", unit,
+        Sides(compiled(subject, "gateway"), c=compiled(subject, "bare")), small,
+        writes="write" in name, peak=False,
     )
     for subject, name, unit in [
-        ("extent", "number of elements, by the symbol", "ns"),
-        ("space", "create and close a dataspace, by the symbol", "ns"),
-        ("open", "open and close a dataset, by the symbol", "us"),
-        ("small dataset", "open, read, close 4 KB, by the symbol", "us"),
-        ("attribute read", "open, read, close an attribute, by the symbol", "us"),
-        ("attribute write", "open, write, close an attribute, by the symbol", "us"),
+        ("extent", "number of elements", "ns"),
+        ("space", "create and close a dataspace", "ns"),
+        ("open", "open and close a dataset", "us"),
+        ("small dataset", "open, read, close 4 KB", "us"),
+        ("attribute read", "open, read, close an attribute", "us"),
+        ("attribute write", "open, write, close an attribute", "us"),
     ]
 ]  # fmt: skip

@@ -16,8 +16,8 @@ import numpy as np
 
 import sizes
 from files import Grid
-from row import Contestant, Row
-from whole import READ
+from row import Contestant, PythonContestant, Row, Sides
+from whole import c_reads, h5py_reads, zembra_reads
 from zembra.dask import from_dataset
 
 Works = Iterator[Callable[[], Any]]
@@ -60,10 +60,10 @@ def mean_by(workers: int, array: Callable[[str], Any]) -> Contestant:
     return contestant
 
 
-def without(side: str) -> Contestant:
+def without_dask(reads: PythonContestant) -> Contestant:
     @contextmanager
     def contestant(path: str) -> Works:
-        with READ[side](path) as read:
+        with reads(path) as read:
             yield lambda: read().mean()
 
     return contestant
@@ -71,14 +71,13 @@ def without(side: str) -> Contestant:
 
 DASK = [
     Row(
-        "mean of 128 MB, without dask", "ms", file=GRID, peak=False, alike=False,
-        zembra=without("zembra"), h5py=without("h5py"), c=without("c"),
+        "mean of 128 MB, without dask", "ms",
+        Sides(*map(without_dask, (zembra_reads, h5py_reads, c_reads))), GRID, peak=False,
     ),
     *(
         Row(
             f"mean of 128 MB, dask, {workers} worker{'s' * (workers > 1)}", "ms",
-            file=GRID, peak=False,
-            zembra=mean_by(workers, by_zembra), h5py=mean_by(workers, by_h5py),
+            Sides(mean_by(workers, by_zembra), mean_by(workers, by_h5py)), GRID, peak=False,
         )
         for workers in range(1, 5)
     ),

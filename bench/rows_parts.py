@@ -13,7 +13,7 @@ import sizes
 import zembra
 from files import Grid
 from opened import DEFAULT, by_h5py, by_zembra
-from row import Row
+from row import Row, Sides
 from zembra import h5
 
 Works = Iterator[Callable[[], Any]]
@@ -76,8 +76,8 @@ class Blocks:
 
             yield work
 
-    def contestants(self) -> dict[str, Any]:
-        return {"zembra": self.by_zembra, "h5py": self.by_h5py, "c": self.by_c}
+    def sides(self) -> Sides:
+        return Sides(self.by_zembra, self.by_h5py, self.by_c)
 
 
 def slab(rows: float, columns: float) -> Blocks:
@@ -106,14 +106,13 @@ def small_reads() -> Blocks:
 
 
 PARTS = [
-    Row("read 1 %, rows", "ms", file=GRID, **slab(0.01, 1).contestants()),
-    Row("read 1 %, a square", "ms", file=GRID, **slab(0.1, 0.1).contestants()),
-    Row("read 10 %, rows", "ms", file=GRID, **slab(0.1, 1).contestants()),
-    Row("read 50 %, columns", "ms", file=GRID, **slab(1, 0.5).contestants()),
-    Row("read overlapping windows of 12 MB", "ms", file=GRID, **windows(COLUMNS).contestants()),
+    Row("read 1 %, rows", "ms", slab(0.01, 1).sides(), GRID),
+    Row("read 1 %, a square", "ms", slab(0.1, 0.1).sides(), GRID),
+    Row("read 10 %, rows", "ms", slab(0.1, 1).sides(), GRID),
+    Row("read 50 %, columns", "ms", slab(1, 0.5).sides(), GRID),
+    Row("read overlapping windows of 12 MB", "ms", windows(COLUMNS).sides(), GRID),
     Row(
-        "the same of 3 MB, in chunks of 64 KB", "ms", file=SMALL_CHUNKS,
-        **windows(COLUMNS // 4).contestants(),
+        "the same of 3 MB, in chunks of 64 KB", "ms", windows(COLUMNS // 4).sides(), SMALL_CHUNKS,
     ),
-    Row("10,000 random small reads", "ms", file=SMALL_CHUNKS, **small_reads().contestants()),
+    Row("10,000 random small reads", "ms", small_reads().sides(), SMALL_CHUNKS),
 ]  # fmt: skip

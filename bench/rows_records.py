@@ -15,8 +15,8 @@ import bare_c
 import sizes
 import zembra
 from opened import WHOLE, by_h5py, by_zembra
-from row import Row
-from whole import READ, WRITE, contents
+from row import Row, Sides
+from whole import READ, WRITE, contents, h5py_reads, zembra_reads
 from zembra import h5
 
 Works = Iterator[Callable[[], Any]]
@@ -43,7 +43,7 @@ def columns_of(records: Any) -> dict[str, Any]:
 
 @contextmanager
 def h5py_reads_columns(path: str) -> Works:
-    with READ["h5py"](path) as read:
+    with h5py_reads(path) as read:
         yield lambda: columns_of(read())
 
 
@@ -69,7 +69,7 @@ def c_reads_columns(path: str) -> Works:
 
 @contextmanager
 def zembra_reads_records(path: str) -> Works:
-    with READ["zembra"](path) as read:
+    with zembra_reads(path) as read:
         yield lambda: zembra.records(read())
 
 
@@ -119,23 +119,20 @@ def c_writes_columns(path: str) -> Works:
 
 # --- The rows -------------------------------------------------------------------------------
 
-_READ_COLUMNS = {**READ, "h5py": h5py_reads_columns, "c": c_reads_columns}
-_READ_RECORDS = {**READ, "zembra": zembra_reads_records}
-_WRITE_COLUMNS = {
-    **WRITE,
-    "zembra": zembra_writes_columns,
-    "h5py": h5py_writes_columns,
-    "c": c_writes_columns,
-}
-
 RECORDS = [
-    Row("read 10^6 records: columns here, records there", "ms", file=table, alike=False, **READ),
-    Row("read 10^6 records as columns", "ms", file=table, **_READ_COLUMNS),
-    Row("read 10^6 records as records", "ms", file=table, **_READ_RECORDS),
+    Row("read 10^6 records: columns here, records there", "ms", READ, table, alike=False),
     Row(
-        "write 10^6 records: columns here, records there", "ms", file=table,
-        **{**WRITE, "zembra": zembra_writes_columns},
+        "read 10^6 records as columns", "ms",
+        READ.but(h5py=h5py_reads_columns, c=c_reads_columns), table,
     ),
-    Row("write 10^6 records from columns", "ms", file=table, **_WRITE_COLUMNS),
-    Row("write 10^6 records from records", "ms", file=table, **WRITE),
+    Row("read 10^6 records as records", "ms", READ.but(zembra=zembra_reads_records), table),
+    Row(
+        "write 10^6 records: columns here, records there", "ms",
+        WRITE.but(zembra=zembra_writes_columns), table, writes=True,
+    ),
+    Row(
+        "write 10^6 records from columns", "ms",
+        Sides(zembra_writes_columns, h5py_writes_columns, c_writes_columns), table, writes=True,
+    ),
+    Row("write 10^6 records from records", "ms", WRITE, table, writes=True),
 ]  # fmt: skip

@@ -10,7 +10,7 @@ import numpy as np
 import bare_c
 import sizes
 from opened import WHOLE, by_h5py, by_zembra
-from row import Row
+from row import Row, Sides
 from whole import READ
 from zembra import h5
 
@@ -131,15 +131,15 @@ def c_follows(path: str) -> Works:
 
 REFERENCES = [
     Row(
-        "read 100,000 references", "ms", file=references, alike=False,
-        **{**READ, "h5py": h5py_reads, "c": c_reads},
+        "read 100,000 references", "ms",
+        READ.but(h5py=h5py_reads, c=c_reads), references, alike=False,
     ),
     Row(
-        "write 100,000 references", "ms", file=references, writes=True,
-        zembra=zembra_writes, h5py=h5py_writes, c=c_writes,
+        "write 100,000 references", "ms",
+        Sides(zembra_writes, h5py_writes, c_writes), references, writes=True,
     ),
     Row(
-        "follow 1,000 references", "ms", file=references, peak=False,
-        zembra=zembra_follows, h5py=h5py_follows, c=c_follows,
+        "follow 1,000 references", "ms",
+        Sides(zembra_follows, h5py_follows, c_follows), references, peak=False,
     ),
 ]  # fmt: skip

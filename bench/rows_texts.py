@@ -16,7 +16,7 @@ import bare_c
 import sizes
 import zembra
 from opened import DEFAULT, WHOLE, by_h5py, by_zembra
-from row import Row
+from row import Row, Sides
 from whole import READ, WRITE
 from zembra import h5
 
@@ -164,25 +164,23 @@ def c_writes_new(path: str) -> Works:
 
 # --- The rows -------------------------------------------------------------------------------
 
-_OVER: dict[str, Any] = {
-    "zembra": zembra_writes_over,
-    "h5py": h5py_writes_over,
-    "c": c_writes_over,
-}
-_NEW: dict[str, Any] = {"zembra": zembra_writes_new, "h5py": h5py_writes_new, "c": c_writes_new}
-
 TEXTS = [
     Row(
-        "read 500,000 texts (h5py: bytes)", "ms", file=varying, alike=False,
-        **{**READ, "h5py": h5py_reads_bytes, "c": c_reads_pointers},
+        "read 500,000 texts (h5py: bytes)", "ms",
+        Sides(READ.zembra, h5py_reads_bytes, c_reads_pointers), varying, alike=False,
     ),
     Row(
-        "read 500,000 texts as str", "ms", file=varying,
-        **{**READ, "h5py": h5py_reads_str, "c": c_reads_pointers},
+        "read 500,000 texts as str", "ms",
+        Sides(READ.zembra, h5py_reads_str, c_reads_pointers), varying,
     ),
-    Row("write 500,000 texts, a new file", "ms", **_NEW, writes=True),
-    Row("write 500,000 texts over others", "ms", file=varying, **_OVER, writes=True),
-    Row("read 500,000 fixed texts", "ms", file=fixed, **READ),
-    Row("write 500,000 fixed texts", "ms", file=fixed, **WRITE),
+    Row(
+        "write 500,000 texts, a new file", "ms",
+        Sides(zembra_writes_new, h5py_writes_new, c_writes_new), writes=True,
+    ),
+    Row(
+        "write 500,000 texts over others", "ms",
+        Sides(zembra_writes_over, h5py_writes_over, c_writes_over), varying, writes=True,
+    ),
+    Row("read 500,000 fixed texts", "ms", READ, fixed),
+    Row("write 500,000 fixed texts", "ms", WRITE, fixed, writes=True),
 ]  # fmt: skip
-

@@ -8,8 +8,8 @@ from typing import Any
 
 import zembra
 from files import Grid
-from row import Row
-from whole import READ, WRITE
+from row import Contestant, PythonContestant, Row
+from whole import READ, WRITE, zembra_reads, zembra_writes
 
 GRID = Grid(gzip=6, shuffle=True)
 CORES = len(os.sched_getaffinity(0))
@@ -20,8 +20,8 @@ def counts(cores: int) -> list[int]:
     return sorted({*doubled, cores})
 
 
-def by_threads(count: int, contestants: dict[str, Any]) -> dict[str, Any]:
-    """The same contestants, of which zembra has so many threads."""
+def with_threads(count: int, does: PythonContestant) -> Contestant:
+    """The same by so many threads."""
 
     @contextmanager
     def contestant(path: str) -> Iterator[Callable[[], Any]]:
@@ -33,10 +33,10 @@ def by_threads(count: int, contestants: dict[str, Any]) -> dict[str, Any]:
             finally:
                 zembra.set_threads(None if before is None else int(before))
 
-        with contestants["zembra"](path) as work:
+        with does(path) as work:
             yield threaded
 
-    return {**contestants, "zembra": contestant}
+    return contestant
 
 
 def threads(count: int) -> str:
@@ -45,11 +45,14 @@ def threads(count: int) -> str:
 
 THREADS = [
     *(
-        Row(f"read by {threads(count)}", "ms", file=GRID, **by_threads(count, READ))
-        for count in counts(CORES)
+        Row(f"read by {threads(n)}", "ms", READ.but(zembra=with_threads(n, zembra_reads)), GRID)
+        for n in counts(CORES)
     ),
     *(
-        Row(f"write by {threads(count)}", "ms", file=GRID, **by_threads(count, WRITE))
-        for count in counts(CORES)
+        Row(
+            f"write by {threads(n)}", "ms",
+            WRITE.but(zembra=with_threads(n, zembra_writes)), GRID, writes=True,
+        )
+        for n in counts(CORES)
     ),
-]
+]  # fmt: skip

@@ -11,12 +11,10 @@ import sizes
 import zembra
 from compiled import compiled
 from opened import file_by_h5py, file_by_zembra
-from row import Row
+from row import Row, Sides
 from zembra import h5
 
 Works = Iterator[Callable[[], Any]]
-
-BY_NAME = "H5_INDEX_NAME", "H5_ITER_INC"
 
 
 def links(path: str) -> None:
@@ -51,7 +49,7 @@ def zembra_iterates(path: str) -> Works:
     counter = Counter()
 
     def work() -> int:
-        h5.H5Literate(group, *BY_NAME, 0, counter.by_zembra, None)
+        h5.H5Literate(group, "H5_INDEX_NAME", "H5_ITER_INC", 0, counter.by_zembra, None)
         return counter.counted()
 
     with file_by_zembra(path) as file:
@@ -77,7 +75,7 @@ def zembra_visits(path: str) -> Works:
     counter = Counter()
 
     def work() -> int:
-        h5.H5Ovisit(group, *BY_NAME, counter.by_zembra, None)
+        h5.H5Ovisit(group, "H5_INDEX_NAME", "H5_ITER_INC", counter.by_zembra, None)
         return counter.counted()
 
     with file_by_zembra(path) as file:
@@ -100,11 +98,12 @@ def h5py_visits(path: str) -> Works:
 
 WALKS = [
     Row(
-        "iterate 100,000 links", "ms", file=links, peak=False,
-        zembra=zembra_iterates, h5py=h5py_iterates, c=compiled("iterate", "bare"),
+        "iterate 100,000 links", "ms",
+        Sides(zembra_iterates, h5py_iterates, compiled("iterate", "bare")), links, peak=False,
     ),
     Row(
-        "visit 100,000 objects", "ms", file=links, peak=False, alike=False,
-        zembra=zembra_visits, h5py=h5py_visits, c=compiled("visit", "bare"),
+        "visit 100,000 objects", "ms",
+        Sides(zembra_visits, h5py_visits, compiled("visit", "bare")), links,
+        alike=False, peak=False,
     ),
 ]  # fmt: skip

@@ -1,7 +1,4 @@
-"""A dataset of numbers, read and written whole, by each.
-
-Row("read ...", ..., **READ) and Row("write ...", ..., **WRITE) have the contestants.
-"""
+"""A dataset of numbers, read and written whole, by each."""
 
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
@@ -12,6 +9,7 @@ import numpy as np
 
 import bare_c
 from opened import WHOLE, by_h5py, by_zembra
+from row import Sides
 from zembra import h5
 
 ALL = h5py.h5s.ALL
@@ -98,10 +96,5 @@ def c_writes(path: str) -> Iterator[Callable[[], Any]]:
         yield work
 
 
-READ: dict[str, Any] = {"zembra": zembra_reads, "h5py": h5py_reads, "c": c_reads}
-WRITE: dict[str, Any] = {
-    "zembra": zembra_writes,
-    "h5py": h5py_writes,
-    "c": c_writes,
-    "writes": True,
-}
+READ = Sides(zembra_reads, h5py_reads, c_reads)
+WRITE = Sides(zembra_writes, h5py_writes, c_writes)
