@@ -260,7 +260,7 @@ Value CallArguments::whole(std::string_view name) {
   if (name == "coordinates") return matrix();
   if (isRow(name)) return row();
   if (!choices_.oneIn(16)) {
-    const Words& names = enumeratorsOf(function_, std::string(name));
+    const Words& names = enumeratorsOf(function_, name);
     if (!names.empty()) return zembra::makeText(choices_.any(names));
   }
   const bool isPlace =

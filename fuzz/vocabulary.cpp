@@ -83,11 +83,12 @@ const Vocabulary& vocabulary() {
   return words;
 }
 
-const Words& enumeratorsOf(const std::string& function, const std::string& argument) {
+const Words& enumeratorsOf(const std::string& function, std::string_view name) {
   static const std::map<std::string, Words> enumerators = readEnumerators();
   static const Words none;
   const std::string interface =
       function.substr(0, function.find_first_of("abcdefghijklmnopqrstuvwxyz"));
+  const std::string argument(name);
   for (const std::string& key : {function + " " + argument, interface + " " + argument, argument}) {
     if (const auto found = enumerators.find(key); found != enumerators.end()) return found->second;
   }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fuzz {
@@ -28,6 +29,6 @@ struct Vocabulary {
 const Vocabulary& vocabulary();
 
 /// What the argument takes if it is of an enumeration; none if it is not.
-const Words& enumeratorsOf(const std::string& function, const std::string& argument);
+const Words& enumeratorsOf(const std::string& function, std::string_view argument);
 
 }  // namespace fuzz

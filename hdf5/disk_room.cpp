@@ -38,11 +38,19 @@ std::uint64_t roomIn(const std::string& folder) {
   return std::uint64_t{disk.f_bavail} * disk.f_frsize;
 }
 
-/// Bytes that the file may grow by before the process's limit of file sizes.
+hid_t driverOf(hid_t file) {
+  const PropertyList access(H5Fget_access_plist(file));
+  return H5Pget_driver(access.get());
+}
+
+/// Bytes that the file may grow by before the process's limit of file sizes. One of several
+/// parts has a size that none of them has.
 std::uint64_t roomBelowLimit(hid_t object) {
   struct rlimit limit {};
   if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAny;
   const Handle<H5Fclose> file(H5Iget_file_id(object));
+  const hid_t driver = driverOf(file.get());
+  if (driver == H5FD_FAMILY || driver == H5FD_MULTI) return kAny;
   hsize_t size = 0;
   if (H5Fget_filesize(file.get(), &size) < 0) return kAny;
   return limit.rlim_cur > size ? limit.rlim_cur - size : 0;
@@ -54,8 +62,7 @@ std::uint64_t roomFor(hid_t object) {
 
 bool isInMemory(hid_t object) {
   const Handle<H5Fclose> file(H5Iget_file_id(object));
-  const PropertyList access(H5Fget_access_plist(file.get()));
-  return H5Pget_driver(access.get()) == H5FD_CORE;
+  return driverOf(file.get()) == H5FD_CORE;
 }
 
 using Corner = std::array<hsize_t, H5S_MAX_RANK>;

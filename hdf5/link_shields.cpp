@@ -33,6 +33,12 @@ hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? ot
 
 }  // namespace
 
+herr_t visitLinksOf(hid_t group, H5_index_t index, H5_iter_order_t order, VisitLink visit,
+                    void* data) {
+  if constexpr (kSince110) return visitLinks(group, index, order, visit, data);
+  return visitLinksIn(group, ".", index, order, visit, data, H5P_DEFAULT);
+}
+
 herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
                     VisitLink visit, void* data, hid_t accessList) {
   if constexpr (kSince110) {

@@ -9,7 +9,10 @@ namespace hdf5 {
 /// What is called for each link.
 using VisitLink = herr_t (*)(hid_t group, const char* name, const LinkInfo* link, void* data);
 
-/// H5Lvisit_by_name. 1.8 frees what it never set up where the group cannot be opened.
+/// H5Lvisit and H5Lvisit_by_name. 1.8 frees what it never set up where the group cannot be
+/// opened, as one that was deleted.
+herr_t visitLinksOf(hid_t group, H5_index_t index, H5_iter_order_t order, VisitLink visit,
+                    void* data);
 herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_order_t order,
                     VisitLink visit, void* data, hid_t accessList);
 
@@ -23,7 +26,7 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName);
 
 /// H5Lmove. It looks for the path of the new location, as H5Gmove2 does, which a group that was
-/// deleted has not: 1.10 follows a null pointer.
+/// deleted has not, and follows a null pointer.
 herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
                 hid_t creationList, hid_t accessList);
 

@@ -33,7 +33,7 @@ herr_t modifyFilter(hid_t list, H5Z_filter_t filter, unsigned flags, size_t coun
                     const unsigned* data);
 
 /// H5Premove_filter. What moves up has its client data looked for in its old place where it
-/// has none, and a copy of the list takes that for memory of its own: 1.10 does not survive to
+/// has none, and a copy of the list takes that for memory of its own: nobody survives to
 /// close either.
 herr_t removeFilter(hid_t list, H5Z_filter_t filter);
 

@@ -56,26 +56,44 @@ Bytes objectIn(Bytes collection, std::uint64_t index, std::size_t lengthSize) {
   return {};
 }
 
+/// What stands before a selection's rank and how many bytes its numbers have, which every
+/// version of HDF5's writers does in its own way.
+struct Encoding {
+  std::size_t rankAt;
+  std::size_t width;
+  bool regular;  // a hyperslab's start, stride, count and block; else a list of corners
+};
+
+std::optional<Encoding> encodingOf(Bytes bytes, bool points) {
+  constexpr std::uint8_t kRegular = 1;
+  switch (numberIn(bytes.subspan(4), 4)) {
+    case 1: return Encoding{16, 4, false};
+    case 2: return points ? Encoding{9, bytes[8], false} : Encoding{13, 8, true};
+    case 3:
+      if (!points) return Encoding{10, bytes[9], (bytes[8] & kRegular) != 0};
+      [[fallthrough]];
+    default: return std::nullopt;
+  }
+}
+
 /// Whether the bytes are as many as the selection that they begin has.
 bool isSelection(Bytes bytes) {
-  constexpr std::size_t kHeader = 16;
-  if (bytes.size() < kHeader) return false;
+  constexpr std::size_t kLeast = 16;
+  if (bytes.size() < kLeast) return false;
   const std::uint64_t kind = numberIn(bytes, 4);
-  const std::uint64_t version = numberIn(bytes.subspan(4), 4);
   if (kind == H5S_SEL_NONE || kind == H5S_SEL_ALL) return true;
-  if (kind != H5S_SEL_POINTS && kind != H5S_SEL_HYPERSLABS) return false;
-  if (version == 1) {
-    if (bytes.size() < kHeader + 8) return false;
-    const std::uint64_t rank = numberIn(bytes.subspan(kHeader), 4);
-    const std::uint64_t count = numberIn(bytes.subspan(kHeader + 4), 4);
-    const std::uint64_t corners = kind == H5S_SEL_HYPERSLABS ? 2 : 1;
-    return rank <= H5S_MAX_RANK && count * rank * corners <= (bytes.size() - kHeader - 8) / 4;
-  }
-  // Of 1.10: a regular hyperslab, with start, stride, count and block in 64 bits each.
-  constexpr std::size_t kRegularHeader = 17;
-  if (version != 2 || kind != H5S_SEL_HYPERSLABS || bytes.size() < kRegularHeader) return false;
-  const std::uint64_t rank = numberIn(bytes.subspan(kRegularHeader - 4), 4);
-  return rank <= H5S_MAX_RANK && rank * 4 * 8 <= bytes.size() - kRegularHeader;
+  const bool points = kind == H5S_SEL_POINTS;
+  if (!points && kind != H5S_SEL_HYPERSLABS) return false;
+  const auto encoding = encodingOf(bytes, points);
+  if (!encoding || bytes.size() < encoding->rankAt + 4) return false;
+  const auto [rankAt, width, regular] = *encoding;
+  if (width != 2 && width != 4 && width != 8) return false;
+  const std::uint64_t rank = numberIn(bytes.subspan(rankAt), 4);
+  const Bytes numbers = bytes.subspan(rankAt + 4);
+  if (rank == 0 || rank > H5S_MAX_RANK) return false;
+  if (regular) return numbers.size() / width >= 4 * rank;
+  const std::uint64_t each = points ? rank : 2 * rank;
+  return numbers.size() >= width && numberIn(numbers, width) <= (numbers.size() / width - 1) / each;
 }
 
 }  // namespace

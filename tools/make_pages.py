@@ -20,7 +20,9 @@ from load_reference import load_reference
 from make_stubs import given, taken
 
 ROOT = Path(__file__).resolve().parents[1]
-MANUAL = "https://support.hdfgroup.org/HDF5/doc1.8/RM/RM_{}.html"
+# A function's entry in its interface's page begins with "Name: " and its name, to which
+# browsers scroll.
+MANUAL = "https://support.hdfgroup.org/HDF5/doc1.8/RM/RM_{}.html#:~:text=Name%3A-,{}"
 TASKS = ROOT / "docs/tasks.md"
 OWN = "H5ZB"  # the interface that HDF5 does not have
 
@@ -91,7 +93,7 @@ def _function(name: str, entry: Any, records: Any, keys: set[str], used: list[Pa
     text += _table("gives", [form.results for form in entry.forms], given, records)
     notes = []
     if interface_of(name) != OWN:
-        page = MANUAL.format(interface_of(name))
+        page = MANUAL.format(interface_of(name), name)
         notes.append(f"[{name}]({page}) in HDF5's manual")
     if used:
         notes.append(f"used in {_link(used[0])}")

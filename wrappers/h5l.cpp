@@ -151,7 +151,7 @@ constexpr Row kLinkFunctions[] = {
                              GroupId, Index, Order, Start, WithDataUnreported),
     CALL(H5Literate_by_name, hdf5::iterateLinksByName, WalkedOr<msg::linkIterationByNameFailure>,
                              LocationId, GroupName, Index, Order, Start, WithData, AccessList),
-    CALL(H5Lvisit,           hdf5::visitLinks,         WalkedOr<msg::linkVisitFailure>,
+    CALL(H5Lvisit,           hdf5::visitLinksOf,       WalkedOr<msg::linkVisitFailure>,
                              GroupId, Index, Order, WithData),
     CALL(H5Lvisit_by_name,   visitByName,              WalkedOr<msg::linkVisitationByNameFailure>,
                              LocationId, At<6, AccessList>, At<0, FileOrGroup>, At<1, GroupName>,

@@ -448,7 +448,9 @@ def _join(written: Sequence[str], plan: Any) -> str:
 
 
 def _write_numbers(group: Id, name: str, numbers: Sequence[int]) -> None:
-    with Id(h5.H5Screate_simple(1, [len(numbers)], [])) as space:
+    # The first releases of HDF5 1.8 have no dimension of 0.
+    extent = h5.H5Screate_simple(1, [len(numbers)], []) if numbers else h5.H5Screate("H5S_NULL")
+    with Id(extent) as space:
         with Id(h5.H5Acreate(group, name, "H5T_STD_I64LE", space, DEFAULT, DEFAULT)) as attribute:
             h5.H5Awrite(attribute, "H5ZB_DEFAULT", np.array(numbers, np.int64))
 

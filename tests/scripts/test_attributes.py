@@ -9,7 +9,8 @@ import pytest
 import zembra
 from compare import assert_same_or_empty, follower, h5py_read_attribute
 from reader import h5dump
-from test_data import IN_PARTS, NESTED, STRICT, WRITTEN, closing, pytest_generate_tests, space_of
+from samples import IN_PARTS, STRICT
+from test_data import NESTED, WRITTEN, closing, pytest_generate_tests, space_of
 from zembra import h5
 
 __all__ = ["pytest_generate_tests"]  # a test for every sample file

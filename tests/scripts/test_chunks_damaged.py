@@ -1,5 +1,6 @@
 """Files with damage in their chunks: HDF5's own error, and nothing beside the array."""
 
+import re
 import zlib
 from pathlib import Path
 
@@ -50,7 +51,8 @@ def test_a_wrong_checksum(path, names, memory_type):
     offset, size = chunk_place(path, 4)
     patch(path, offset + size // 2, lambda byte: byte ^ 0x10)
     said = both_answers(path, memory_type=memory_type)
-    assert any("Fletcher32" in line for line in said)
+    # 1.14 does not tell what its filters say.
+    assert any(re.search("Fletcher32|filter returned failure", line) for line in said)
 
 
 def test_the_rest_of_a_damaged_dataset_is_there(path):

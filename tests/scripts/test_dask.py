@@ -246,7 +246,7 @@ def test_a_block_that_cannot_be_written_is_told(tmp_path):
     (tmp_path / "out.h5.blocks").write_text("in the way")
     with pytest.raises(OSError) as caught:
         to_dataset(array_of_blocks(), tmp_path / "out.h5", "x", **SERIAL)
-    assert any(note.startswith("writing block [0:30, 0:40] of") for note in caught.value.__notes__)
+    assert any(note.startswith("writing block [") for note in caught.value.__notes__)
     assert not (tmp_path / "out.h5").exists()
 
 

@@ -11,13 +11,8 @@ import pytest
 
 from compare import assert_same_or_empty, follower, h5py_read
 from reader import h5dump
+from samples import IN_PARTS
 from zembra import LibraryError, h5
-
-# Files of several parts, opened through their drivers: see test_properties.py.
-IN_PARTS = ("family_", "tsplit_")
-# Since 1.14.4 HDF5 takes some sound numbers for signs of corruption. The gateway tells it
-# not to, h5py does not, and whoever opens a file first decides for both.
-STRICT = ("tfilters.h5",) if h5.H5get_libversion() >= (1, 14, 4) else ()
 
 
 def datasets_of(file):

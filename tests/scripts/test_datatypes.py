@@ -8,7 +8,8 @@ import pytest
 import zembra
 from h5py import h5t
 from test_attributes import objects_of, plain
-from test_data import IN_PARTS, STRICT, WRITTEN, pytest_generate_tests
+from samples import IN_PARTS, STRICT
+from test_data import WRITTEN, pytest_generate_tests
 from zembra import h5
 
 __all__ = ["pytest_generate_tests"]  # a test for every sample file

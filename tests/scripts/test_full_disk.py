@@ -80,6 +80,38 @@ full_disk.Limit(paths[1]).fill()
     check(tmp_path / "c.h5", "attributes")
 
 
+@pytest.mark.parametrize(
+    "driver",
+    ["H5Pset_fapl_split(access, '-m', 0, '-r', 0)", "H5Pset_fapl_family(access, 65536, 0)"],
+)
+def test_a_limit_is_of_each_part_of_a_file(tmp_path, driver):
+    """All parts together have room for more, or addresses in gaps that no part has."""
+    script = f"""
+import resource
+import numpy as np
+from zembra import h5
+resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, resource.getrlimit(resource.RLIMIT_FSIZE)[1]))
+access = h5.H5Pcreate("H5P_FILE_ACCESS")
+h5.{driver}
+file = h5.H5Fcreate({str(tmp_path / "parts%d")!r}, "H5F_ACC_TRUNC", 0, access)
+creation = h5.H5Pcreate("H5P_DATASET_CREATE")
+h5.H5Pset_chunk(creation, [5000])
+h5.H5Pset_deflate(creation, 1)
+space = h5.H5Screate_simple(1, [15_000], [])
+values = np.random.default_rng(0).integers(0, 256, 15_000)
+for name in range({5 if "split" in driver else 8}):  # the raw part has all values
+    data = h5.H5Dcreate(file, str(name), "H5T_STD_U8LE", space, creation)
+    h5.H5Dwrite(data, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", 0, values)
+    assert (h5.H5Dread(data, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", 0) == values).all()
+    h5.H5Dclose(data)
+h5.H5Fclose(file)
+"""
+    done = subprocess.run(
+        [sys.executable, "-c", script], capture_output=True, text=True, timeout=60
+    )
+    assert (done.returncode, done.stderr) == (0, "")
+
+
 def test_nothing_is_lost_on_a_full_disk(tmp_path):
     """On a disk of its own of 1 MB, where this process may mount one."""
     if os.geteuid() != 0 or subprocess.run(["unshare", "--mount", "true"]).returncode != 0:

@@ -128,7 +128,7 @@ def test_a_part_that_cannot_be_read_is_an_error(path):
         raw.seek(last.byte_offset + 100)
         raw.write(b"damage")
     with h5py.File(path) as file:
-        with pytest.raises(zembra.LibraryError, match="checksum"):
+        with pytest.raises(zembra.LibraryError, match="checksum|filter returned failure"):
             read(file["d"])
 
 

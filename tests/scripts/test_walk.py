@@ -9,7 +9,7 @@ import numpy as np
 import pytest
 
 import zembra
-from test_data import STRICT
+from samples import STRICT
 from zembra import h5
 
 ROOT = Path(__file__).resolve().parents[2]

@@ -76,6 +76,10 @@ const Storage kStorages[] = {
     {"memory", "memory.h5",
      [](const Owned&, const Owned& access) { call("H5Pset_fapl_core", access, 65536, false); }},
     {"usual", "usual.h5", [](const Owned&, const Owned&) {}},
+    {"newest", "newest.h5",
+     [](const Owned&, const Owned& access) {
+       call("H5Pset_libver_bounds", access, "H5F_LIBVER_LATEST", "H5F_LIBVER_LATEST");
+     }},
     {"user_block", "block.h5",
      [](const Owned& creation, const Owned&) { call("H5Pset_userblock", creation, 1024); }},
     {"small_numbers", "small.h5",
@@ -100,8 +104,8 @@ class StoredReferences : public testing::TestWithParam<Storage> {
   static Owned makeFile() {
     const Owned creation = make("H5Pcreate", "H5P_FILE_CREATE");
     const Owned access = make("H5Pcreate", "H5P_FILE_ACCESS");
-    GetParam().set(creation, access);
     call("H5Pset_libver_bounds", access, "H5F_LIBVER_EARLIEST", "H5F_LIBVER_LATEST");
+    GetParam().set(creation, access);
     return make("H5Fcreate", temporaryPath(GetParam().path), "H5F_ACC_TRUNC", creation, access);
   }
 };
@@ -116,6 +120,8 @@ TEST_P(StoredReferences, LeadToWhatTheyAreOf) {
   call("H5Sselect_hyperslab", space, "H5S_SELECT_SET", row({0, 0}), row({4, 4}), row({9, 9}),
        row({2, 2}));
   expectRegionOf(324, file, regionOf(file, space));
+  call("H5Sselect_hyperslab", space, "H5S_SELECT_OR", row({39, 59}), empty(), row({1, 1}), empty());
+  expectRegionOf(325, file, regionOf(file, space));
 }
 
 TEST_P(StoredReferences, AreFollowedInTheLargestHeap) {
