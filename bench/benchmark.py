@@ -19,7 +19,7 @@ from typing import Any
 
 import peak
 from every_row import GROUPS
-from machine import is_busy, machine
+from machine import busy_share, machine
 from measure import measure
 from report import markdown, renewed, text_table
 from result import Result
@@ -27,6 +27,7 @@ from row import Row
 
 DOCS = Path(__file__).resolve().parents[1] / "docs"
 PAGE, PICTURE = "speed.md", "static/speed.svg"
+QUIET = 0.1  # of the cores' time may be taken by others
 
 
 def main(arguments: Sequence[str]) -> None:
@@ -34,9 +35,10 @@ def main(arguments: Sequence[str]) -> None:
     rows = chosen(options.only)
     if options.plot:
         from draw import draw  # before minutes go by: matplotlib may be missing
-    facts = machine()
+    busy = busy_share()
+    facts = machine(busy)
     print("\n".join(f"{name:8} {words}" for name, words in facts.items()))
-    if is_busy():
+    if busy > QUIET:
         print("warning: something else is at work on this machine; do not trust what follows")
     print(flush=True)
     results = measured(rows, options.peak)

@@ -3,6 +3,7 @@
 import datetime
 import os
 import platform
+import time
 
 import h5py
 import numpy as np
@@ -10,7 +11,7 @@ import numpy as np
 import zembra
 
 
-def machine() -> dict[str, str]:
+def machine(busy: float) -> dict[str, str]:
     """Words for each, in the order to be told in."""
     return {
         "date": datetime.date.today().isoformat(),
@@ -21,13 +22,23 @@ def machine() -> dict[str, str]:
         "h5py": h5py.__version__,
         "NumPy": np.__version__,
         "Python": platform.python_version(),
-        "load": f"{os.getloadavg()[0]:.1f} when it began",
+        "others": f"took {busy:.0%} of the cores' time when it began",
     }
 
 
-def is_busy() -> bool:
-    """Whether something else is at work, which makes figures worthless."""
-    return os.getloadavg()[0] > 0.5
+def busy_share(seconds: float = 1.0) -> float:
+    """Of the cores' time, what others take while we sleep."""
+    idle, total = _core_time()
+    time.sleep(seconds)
+    idle_now, total_now = _core_time()
+    return 1 - (idle_now - idle) / max(1, total_now - total)
+
+
+def _core_time() -> tuple[int, int]:
+    """Idle, and all, since the machine started."""
+    with open("/proc/stat", encoding="ascii") as lines:
+        spent = [int(word) for word in lines.readline().split()[1:9]]  # the rest counts twice
+    return spent[3] + spent[4], sum(spent)
 
 
 def _cores() -> str:

@@ -1,4 +1,11 @@
-"""What a line of the benchmark's table consists of."""
+"""What a line of the benchmark's table consists of.
+
+    Row("read gzip 6", "ms", READ, Grid(gzip=6))
+
+A side is a function that is given the path of the row's file, makes ready in a with block, and
+yields what is to be timed. The rows of a group stand at the end of rows_*.py, and every_row.py
+has the groups.
+"""
 
 from collections.abc import Callable
 from contextlib import AbstractContextManager
