@@ -27,7 +27,6 @@ from row import Row
 
 DOCS = Path(__file__).resolve().parents[1] / "docs"
 PAGE, PICTURE = "speed.md", "static/speed.svg"
-QUIET = 0.1  # of the cores' time may be taken by others
 
 
 def main(arguments: Sequence[str]) -> None:
@@ -35,12 +34,8 @@ def main(arguments: Sequence[str]) -> None:
     rows = chosen(options.only)
     if options.plot:
         from draw import draw  # before minutes go by: matplotlib may be missing
-    busy = busy_share()
-    facts = machine(busy)
-    print("\n".join(f"{name:8} {words}" for name, words in facts.items()))
-    if busy > QUIET:
-        print("warning: something else is at work on this machine; do not trust what follows")
-    print(flush=True)
+    facts = machine(busy_share())
+    print("\n".join(f"{name:8} {words}" for name, words in facts.items()), end="\n\n", flush=True)
     results = measured(rows, options.peak)
     if options.json is not None:
         write_json(options.json, facts, results)
