@@ -15,6 +15,7 @@ smartquotes = False  # names of constants stand in plain ones
 html_theme = "furo"
 html_title = "h5gate"
 html_show_sphinx = False
+html_use_index = False  # the reference is its own
 html_static_path = ["static"]
 html_css_files = ["side_by_side.css"]
 highlight_language = "text"

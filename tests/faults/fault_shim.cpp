@@ -8,6 +8,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstddef>
@@ -30,9 +31,9 @@ using faults::Operation;
 constexpr std::uint64_t kLittle = std::uint64_t{4} << 20;  // bytes
 constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 
-bool armed = false;
+std::atomic<bool> armed = false;  // threads ask as well
 Operation watched = Operation::Allocation;
-std::uint64_t count = 0;
+std::atomic<std::uint64_t> count = 0;
 std::uint64_t firstToFail = kNever;
 std::uint64_t lastToFail = kNever;
 

@@ -69,9 +69,9 @@ Value create(Script& script, const Value& file, const char* name, const Value& t
              const Value& space, const Value& list) {
   return script.open("H5Dcreate", {file, text(name), type, space, list}, "H5Dclose");
 }
-Value chunks(Script& script) {
+Value chunks(Script& script, double size = 5) {
   Value list = script.open("H5Pcreate", {text("H5P_DATASET_CREATE")}, "H5Pclose");
-  script.call("H5Pset_chunk", {list, number(5)}, 0);
+  script.call("H5Pset_chunk", {list, number(size)}, 0);
   return list;
 }
 Value textType(Script& script) {
@@ -137,18 +137,24 @@ void transferRecords(Script& script) {
   expect(zembra::share(fields.at(1)), names, "records' texts");
 }
 
-void compress(Script& script) {
-  const Value list = chunks(script);
+void compressIn(Script& script, double chunk, std::size_t count) {
+  const Value list = chunks(script, chunk);
   script.call("H5Pset_shuffle", {list}, 0);
-  script.call("H5Pset_deflate", {list, number(6)}, 0);
+  script.call("H5Pset_deflate", {list, number(1)}, 0);
+  const auto size = static_cast<double>(count);
   const Value dataset =
-      create(script, script.file, "packed", text("H5T_IEEE_F64LE"), line(script, 1000, 1000), list);
-  write(script, dataset, counting(1, 1000));
+      create(script, script.file, "packed", text("H5T_IEEE_F64LE"), line(script, size, size), list);
+  write(script, dataset, counting(1, count));
   script.call("H5Fflush", {script.file, text("H5F_SCOPE_GLOBAL")}, 0);
   script.close(dataset);
   const Value again = script.open("H5Dopen", {script.file, text("packed")}, "H5Dclose");
-  expect(read(script, again), counting(1, 1000), "packed");
+  expect(read(script, again), counting(1, count), "packed");
 }
+
+void compress(Script& script) { compressIn(script, 5, 1000); }
+
+/// Enough for the gateway to pack and unpack the chunks itself, on threads.
+void compressMuch(Script& script) { compressIn(script, 100'000, 450'000); }
 
 void useAttributes(Script& script) {
   const Value space = line(script, 3, 3);
@@ -286,6 +292,19 @@ void copyAndDelete(Script& script) {
   script.call("H5Gunlink", {script.file, text("copy")}, 0);
 }
 
+/// A file grows by what nobody has written yet, and shrinks again.
+void reserve(Script& script) {
+  const Value list = script.open("H5Pcreate", {text("H5P_DATASET_CREATE")}, "H5Pclose");
+  script.call("H5Pset_alloc_time", {list, text("H5D_ALLOC_TIME_EARLY")}, 0);
+  script.call("H5Pset_fill_time", {list, text("H5D_FILL_TIME_NEVER")}, 0);
+  const Value dataset = create(script, script.file, "reserved", text("H5T_IEEE_F64LE"),
+                               line(script, 100000, 100000), list);
+  script.call("H5Fflush", {script.file, text("H5F_SCOPE_GLOBAL")}, 0);
+  script.close(dataset);
+  script.call("H5Gunlink", {script.file, text("reserved")}, 0);
+  script.call("H5Fflush", {script.file, text("H5F_SCOPE_GLOBAL")}, 0);
+}
+
 void useScales(Script& script) {
   const Value scale = create(script, script.file, "scale", text("H5T_IEEE_F64LE"),
                              line(script, kValues, kValues), standard());
@@ -307,6 +326,7 @@ const std::vector<Task>& tasks() {
       {"texts", nothing, transferTexts},
       {"records", nothing, transferRecords},
       {"compress", nothing, compress},
+      {"threads", nothing, compressMuch},
       {"attributes", nothing, useAttributes},
       {"links", nothing, useLinks},
       {"iterate", nothing, iterate},
@@ -317,6 +337,7 @@ const std::vector<Task>& tasks() {
       {"references", nothing, useReferences},
       {"open", closeFile, openAndRead},
       {"copy", nothing, copyAndDelete},
+      {"reserve", nothing, reserve},
       {"scales", nothing, useScales},
       {"library", dirty, closeLibrary},
   };
