@@ -4,7 +4,7 @@
 #include <string>
 
 #include "hdf5/error_stack.hpp"
-#include "hdf5/file_shields.hpp"
+#include "hdf5/files_of_files.hpp"
 
 namespace hdf5 {
 namespace {
