@@ -3,7 +3,7 @@
 #   make demo        build, then run the example scripts
 #   make test        build, then run the unit tests and the Python tests
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
-#   make sanitize-threads  compressed chunks under the thread sanitizer
+#   make sanitize-threads  compressed chunks and tables under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
 #   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
@@ -99,8 +99,9 @@ sanitize:
 sanitize-threads:
 	@tools/setup.sh test
 	cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) $(CMAKE_ARGS)
-	cmake --build --preset release --target chunks_at_work
+	cmake --build --preset release --target chunks_at_work tables_at_work
 	TSAN_OPTIONS=halt_on_error=1 build/bin/chunks_at_work
+	TSAN_OPTIONS=halt_on_error=1 build/bin/tables_at_work
 
 # Other calls than these: build/bin/fuzz_calls SEED CALLS
 CALLS ?= 1000000

@@ -17,14 +17,22 @@ set_tests_properties(unit PROPERTIES
   TIMEOUT 900)
 
 # The work of threads, for their sanitizer: of the sources that take part and no others.
-file(GLOB thread_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/threads/*.cpp"
+file(GLOB chunk_sources CONFIGURE_DEPENDS
      "${PROJECT_SOURCE_DIR}/chunks/*.cpp" "${PROJECT_SOURCE_DIR}/hdf5/*.cpp")
-add_executable(chunks_at_work EXCLUDE_FROM_ALL ${thread_sources})
-target_link_libraries(chunks_at_work PRIVATE h5gate_options libdeflate::interface Threads::Threads)
+file(GLOB host_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/runtime/*.cpp")
+list(FILTER host_sources EXCLUDE REGEX gateway_loader)  # there is no gateway
+add_library(chunks_and_threads OBJECT EXCLUDE_FROM_ALL ${chunk_sources})
+add_executable(chunks_at_work EXCLUDE_FROM_ALL tests/threads/chunks_at_work.cpp)
+add_executable(tables_at_work EXCLUDE_FROM_ALL tests/threads/tables_at_work.cpp
+  wrappers/dataset_parts.cpp ${host_sources})
+target_link_libraries(chunks_and_threads PUBLIC
+  h5gate_options libdeflate::interface Threads::Threads ${CMAKE_DL_LIBS})
 if(NOT H5GATE_SANITIZE)
-  target_compile_options(chunks_at_work PRIVATE -fsanitize=thread -g -O1)
-  target_link_options(chunks_at_work PRIVATE -fsanitize=thread)
+  target_compile_options(chunks_and_threads PUBLIC -fsanitize=thread -g -O1)
+  target_link_options(chunks_and_threads PUBLIC -fsanitize=thread)
 endif()
+target_link_libraries(chunks_at_work PRIVATE chunks_and_threads)
+target_link_libraries(tables_at_work PRIVATE chunks_and_threads)
 
 # What the tests of scripts and of the installed tree compile themselves: no target needs
 # it here, and the static checks see it all the same.

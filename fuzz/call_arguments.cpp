@@ -359,7 +359,7 @@ Value CallArguments::rawBytes() {
 
 /// One of a file's, one with some bytes that are others, or just bytes of that size.
 Value CallArguments::reference() {
-  const Value real = pools_.reference(choices_);
+  Value real = pools_.reference(choices_);
   const zbArray* array = real.get();
   if (zbGetClass(array) != zbClass::UInt8 || !choices_.oneIn(3)) return real;
   const auto* const begin = static_cast<const std::uint8_t*>(zbGetData(array));

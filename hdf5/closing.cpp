@@ -106,6 +106,17 @@ herr_t closeInSilence() {
   return H5close();
 }
 
+/// Whether the system would not do what a driver asked of it.
+bool tellsOfTransfer(hid_t stack) {
+  bool found = false;
+  const auto look = [](unsigned /*position*/, const H5E_error2_t* record, void* data) -> herr_t {
+    if (record->maj_num == H5E_IO) *static_cast<bool*>(data) = true;
+    return 0;
+  };
+  H5Ewalk2(stack, H5E_WALK_UPWARD, look, &found);
+  return found;
+}
+
 bool flushAll() {
   return std::ranges::all_of(openIdentifiers(H5F_OBJ_ALL, H5F_OBJ_ALL), [](hid_t id) {
     return !isInFile(id) || flush(id, H5F_SCOPE_GLOBAL) >= 0;
@@ -127,7 +138,7 @@ bool isLastOfUsed(hid_t id) {
 herr_t flush(hid_t object, H5F_scope_t scope) {
   if (H5Fflush(object, scope) >= 0) return 0;
   const hid_t reasons = H5Eget_current_stack();
-  if (H5Fflush(object, scope) >= 0) {
+  if (!tellsOfTransfer(reasons) && H5Fflush(object, scope) >= 0) {
     H5Eclose_stack(reasons);
     return 0;
   }

@@ -29,7 +29,8 @@ class InUse {
 bool isLastOfUsed(hid_t id);
 
 /// H5Fflush. A failed flush leaves 1.10 in a state that the next one complains of, whatever
-/// it could write, and mends: only what fails twice has failed.
+/// it could write, and mends: that one is no failure. What the system has refused to do is
+/// one, though the next flush may find nothing left to do: a chunk is given up then.
 herr_t flush(hid_t object, H5F_scope_t scope);
 
 /// H5Fclose.

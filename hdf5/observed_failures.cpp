@@ -10,6 +10,7 @@ std::atomic<bool> lacksMember = false;
 std::atomic<bool> isHalfMade = false;
 
 herr_t observeRecord(unsigned /*position*/, const H5E_error2_t* record, void* /*nothing*/) {
+  if (record->func_name == nullptr) return 0;  // there was no memory to keep it
   // 1.10 and later have two bars in the names of functions that 1.8 has one in.
   const std::string_view function = record->func_name;
   if (function.ends_with("_family_set_eoa")) lacksMember = true;
