@@ -150,9 +150,20 @@ bool isFileAccess(hid_t list) {
   return list != H5P_DEFAULT && H5Pisa_class(list, H5P_FILE_ACCESS) > 0;
 }
 
+/// Why HDF5 would not survive to open a file of this name; null where it does.
+const char* troubleWith(const char* name, hid_t accessList) {
+  if (!isFileAccess(accessList)) return nullptr;
+  if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
+  const char* trouble = mayBeFamily(accessList) ? troubleWithFamilies() : nullptr;
+  if (trouble != nullptr) return trouble;
+  Uses all;
+  all.fill(true);
+  return troubleOf({name, accessList, all, 0});
+}
+
 /// Before a file is opened, by a driver that may print names.
 void watchLinksOf(hid_t accessList) {
-  if (isFileAccess(accessList) && mayBeFamily(accessList)) watchExternalLinks();
+  if (isFileAccess(accessList) && mayBeFamily(accessList)) watchExternalLinks(troubleWith);
 }
 
 bool hasWideAddresses(hid_t creationList) {
@@ -163,16 +174,6 @@ bool hasWideAddresses(hid_t creationList) {
 }
 
 }  // namespace
-
-const char* troubleWith(const char* name, hid_t accessList) {
-  if (!isFileAccess(accessList)) return nullptr;
-  if (wantsTooMuch(accessList)) return "no file has room for such blocks or such an alignment";
-  const char* trouble = mayBeFamily(accessList) ? troubleWithFamilies() : nullptr;
-  if (trouble != nullptr) return trouble;
-  Uses all;
-  all.fill(true);
-  return troubleOf({name, accessList, all, 0});
-}
 
 MemberList::MemberList(hid_t given) : given_(given) {
   if (given > 0 && H5Iget_type(given) == H5I_GENPROP_LST) copy_ = PropertyList(H5Pcopy(given));

@@ -19,9 +19,6 @@ namespace hdf5 {
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList);
 hid_t openFile(const char* name, unsigned flags, hid_t accessList);
 
-/// Why HDF5 would not survive to open a file of this name; null where it does.
-const char* troubleWith(const char* name, hid_t accessList);
-
 /// A copy for HDF5 to keep in a list, closed when HDF5 has it; what is no list stays as it
 /// is. After 1.8 the multi driver keeps the list itself, so that one that is
 /// its own member, or a member of one of its members, never ends.
