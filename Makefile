@@ -10,7 +10,9 @@
 #                    mutated files
 #   make fuzz-guided CALLS calls that coverage guides, by clang
 #   make faults      tasks of which every allocation and every access to a file fails
-#   make bench       build and run the benchmarks
+#   make bench       build and run the benchmark: one table against bare C and h5py;
+#                    ONLY="records texts" parts of it, JSON=FILE also writes it there,
+#                    PLOT=1 renews table and picture in docs/
 #   make docs        build, then make the site of the documents, in build/docs/html
 #   make lint        check formatting, run the static checks;  make format  formats
 #   make install     into PREFIX (default /usr/local);  make uninstall  takes it away
@@ -61,10 +63,8 @@ bench:
 	@tools/setup.sh bench
 	$(CONFIGURE) -DH5GATE_BENCH=ON $(CMAKE_ARGS)
 	cmake --build --preset release
-	build/bin/call_bench
-	PYTHONPATH=build/python $(PYTHON) bench/python_bench.py
-	PYTHONPATH=build/python $(PYTHON) bench/chunk_bench.py
-	PYTHONPATH=build/python $(PYTHON) bench/dask_bench.py
+	PYTHONPATH=build/python $(PYTHON) bench/benchmark.py $(if $(ONLY),--only $(ONLY)) \
+	  $(if $(JSON),--json $(JSON)) $(if $(PLOT),--plot)
 
 docs:
 	@tools/setup.sh docs

@@ -1,16 +1,18 @@
-// What a call through the gateway costs over the bare HDF5 call: each of the two is
-// timed doing the same work on the same objects, and the ratios are printed last.
+// What calls cost where Python is not in the way: the bare C functions, and the same work
+// through the gateway's one symbol. Nanoseconds are measured here, for bench/benchmark.py:
+//
+//   call_bench FILE SUBJECT bare|gateway    reads numbers from its input, does the work so
+//                                           many times, and writes the seconds that it took
+//
+// FILE is what bench/rows_calls.py or rows_walks.py make.
 
-#include <benchmark/benchmark.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
+#include <iostream>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "convert/identifiers.hpp"
@@ -24,31 +26,22 @@ namespace {
 
 using File = hdf5::Handle<H5Fclose>;
 using Dataset = hdf5::Handle<H5Dclose>;
+using Attribute = hdf5::Handle<H5Aclose>;
 
-constexpr hsize_t kReadBytes = 64u << 20;
-constexpr hsize_t kReadElements = kReadBytes / sizeof(double);
-constexpr const char* kDataset = "readings";
+constexpr const char* kDataset = "x";
+constexpr const char* kNumber = "number";  // its attribute
+constexpr const char* kLinks = "links";
 
-void require(bool condition, const char* what) {
-  if (condition) return;
-  std::fprintf(stderr, "call_bench: %s\n", what);
-  std::exit(EXIT_FAILURE);
+template <class Work>
+double seconds(long times, Work work) {
+  const auto start = std::chrono::steady_clock::now();
+  for (long i = 0; i < times; ++i) work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// A file in memory with one contiguous dataset of doubles: no disk in the numbers.
-File makeFile() {
-  const hdf5::PropertyList inMemory(H5Pcreate(H5P_FILE_ACCESS));
-  H5Pset_fapl_core(inMemory.get(), kReadBytes, false);
-  File file(H5Fcreate("call_bench.h5", H5F_ACC_TRUNC, H5P_DEFAULT, inMemory.get()));
-  const hdf5::Space space(H5Screate_simple(1, &kReadElements, nullptr));
-  const Dataset dataset(
-      H5Dcreate1(file.get(), kDataset, H5T_NATIVE_DOUBLE, space.get(), H5P_DEFAULT));
-  std::vector<double> values(kReadElements);
-  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>(i);
-  const herr_t status =
-      H5Dwrite(dataset.get(), H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data());
-  require(status >= 0, "the file in memory cannot be made");
-  return file;
+/// Of a bare call; one through the gateway raises what ends the process.
+void require(herr_t status) {
+  if (status < 0) std::exit(EXIT_FAILURE);  // HDF5 has said why
 }
 
 zembra::Value identifier(hid_t id) { return zembra::makeDouble(h5gate::identifierToHost(id)); }
@@ -69,9 +62,9 @@ class PreparedCall {
     return outs[0];
   }
 
-  /// The same with another last argument.
-  zbArray* operator()(const zbArray* last) {
-    ins_.back() = last;
+  /// The same with another first argument.
+  zbArray* operator()(const zbArray* first) {
+    ins_[1] = first;
     return (*this)();
   }
 
@@ -81,138 +74,199 @@ class PreparedCall {
   std::vector<const zbArray*> ins_;
 };
 
+zembra::Value text(const char* words) { return zembra::makeText(words); }
+
 // --- The number of elements of a dataspace -------------------------------------
 
-void bareExtent(benchmark::State& state) {
+double bareExtent(hid_t, long times) {
   const hsize_t dims[] = {3, 4};
   const hdf5::Space space(H5Screate_simple(2, dims, nullptr));
-  for (auto _ : state) benchmark::DoNotOptimize(H5Sget_simple_extent_npoints(space.get()));
+  return seconds(times, [&] { H5Sget_simple_extent_npoints(space.get()); });
 }
 
-void gatewayExtent(benchmark::State& state) {
+double gatewayExtent(hid_t, long times) {
   const hsize_t dims[] = {3, 4};
   const hdf5::Space space(H5Screate_simple(2, dims, nullptr));
   PreparedCall query("H5Sget_simple_extent_npoints", {identifier(space.get())});
-  const zembra::CallScope scope;
-  for (auto _ : state) zbDestroyArray(query());
+  return seconds(times, [&] { zbDestroyArray(query()); });
 }
 
 // --- Making a dataspace and closing it ------------------------------------------
 
-void bareSpace(benchmark::State& state) {
-  for (auto _ : state) H5Sclose(H5Screate(H5S_SIMPLE));
+double bareSpace(hid_t, long times) {
+  return seconds(times, [] { H5Sclose(H5Screate(H5S_SIMPLE)); });
 }
 
-void gatewaySpace(benchmark::State& state) {
-  PreparedCall create("H5Screate", {zembra::makeText("H5S_SIMPLE")});
+double gatewaySpace(hid_t, long times) {
+  PreparedCall create("H5Screate", {text("H5S_SIMPLE")});
   PreparedCall close("H5Sclose", {zembra::makeEmpty()});
-  const zembra::CallScope scope;
-  for (auto _ : state) {
+  return seconds(times, [&] {
     zbArray* space = create();
     close(space);
     zbDestroyArray(space);
-  }
+  });
 }
 
-// --- Opening a dataset and closing it --------------------------------------------
+// --- Opening a dataset and closing it, and reading it in between ---------------------
 
-void bareOpen(benchmark::State& state, hid_t file) {
-  for (auto _ : state) H5Dclose(H5Dopen1(file, kDataset));
+double bareOpen(hid_t file, long times) {
+  return seconds(times, [&] { H5Dclose(H5Dopen1(file, kDataset)); });
 }
 
-void gatewayOpen(benchmark::State& state, hid_t file) {
-  PreparedCall open("H5Dopen", {identifier(file), zembra::makeText(kDataset)});
+double gatewayOpen(hid_t file, long times) {
+  PreparedCall open("H5Dopen", {identifier(file), text(kDataset)});
   PreparedCall close("H5Dclose", {zembra::makeEmpty()});
-  const zembra::CallScope scope;
-  for (auto _ : state) {
+  return seconds(times, [&] {
     zbArray* dataset = open();
     close(dataset);
     zbDestroyArray(dataset);
-  }
+  });
 }
 
-// --- Reading 64 MB, each time into memory of its own -------------------------------
+/// Into memory of its own each time.
+void readAll(hid_t dataset, std::size_t elements) {
+  const auto values = std::make_unique_for_overwrite<double[]>(elements);
+  require(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.get()));
+}
 
-void bareRead(benchmark::State& state, hid_t file) {
+std::size_t elementsOf(hid_t dataset) {
+  const hdf5::Space space(H5Dget_space(dataset));
+  return static_cast<std::size_t>(H5Sget_simple_extent_npoints(space.get()));
+}
+
+double bareSmall(hid_t file, long times) {
+  return seconds(times, [&] {
+    const Dataset dataset(H5Dopen1(file, kDataset));
+    readAll(dataset.get(), elementsOf(dataset.get()));
+  });
+}
+
+double gatewaySmall(hid_t file, long times) {
+  PreparedCall open("H5Dopen", {identifier(file), text(kDataset)});
+  PreparedCall read("H5Dread", {zembra::makeEmpty(), text("H5ZB_DEFAULT"), text("H5S_ALL"),
+                                text("H5S_ALL"), text("H5P_DEFAULT")});
+  PreparedCall close("H5Dclose", {zembra::makeEmpty()});
+  return seconds(times, [&] {
+    zbArray* dataset = open();
+    zbDestroyArray(read(dataset));
+    close(dataset);
+    zbDestroyArray(dataset);
+  });
+}
+
+// --- An attribute of one number: opened, read or written, closed ----------------------
+
+double bareAttributeRead(hid_t file, long times) {
   const Dataset dataset(H5Dopen1(file, kDataset));
-  for (auto _ : state) {
-    const auto values = std::make_unique_for_overwrite<double[]>(kReadElements);
-    H5Dread(dataset.get(), H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.get());
-    benchmark::DoNotOptimize(values[kReadElements - 1]);
-  }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kReadBytes));
+  return seconds(times, [&] {
+    const Attribute attribute(H5Aopen(dataset.get(), kNumber, H5P_DEFAULT));
+    double value = 0;
+    require(H5Aread(attribute.get(), H5T_NATIVE_DOUBLE, &value));
+  });
 }
 
-void gatewayRead(benchmark::State& state, hid_t file) {
+double bareAttributeWrite(hid_t file, long times) {
   const Dataset dataset(H5Dopen1(file, kDataset));
-  PreparedCall read("H5Dread", {identifier(dataset.get()), zembra::makeText("H5ZB_DEFAULT"),
-                                zembra::makeText("H5S_ALL"), zembra::makeText("H5S_ALL"),
-                                zembra::makeText("H5P_DEFAULT")});
-  const zembra::CallScope scope;
-  for (auto _ : state) zbDestroyArray(read());
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kReadBytes));
+  return seconds(times, [&] {
+    const Attribute attribute(H5Aopen(dataset.get(), kNumber, H5P_DEFAULT));
+    const double value = 2.5;
+    require(H5Awrite(attribute.get(), H5T_NATIVE_DOUBLE, &value));
+  });
 }
 
-/// The usual console output, and afterwards the pairs side by side.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
+/// `use` is done with the open attribute in between.
+template <class Use>
+double gatewayAttribute(hid_t file, long times, Use use) {
+  const Dataset dataset(H5Dopen1(file, kDataset));
+  PreparedCall open("H5Aopen", {identifier(dataset.get()), text(kNumber), text("H5P_DEFAULT")});
+  PreparedCall close("H5Aclose", {zembra::makeEmpty()});
+  return seconds(times, [&] {
+    zbArray* attribute = open();
+    use(attribute);
+    close(attribute);
+    zbDestroyArray(attribute);
+  });
+}
 
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      const std::string name = run.benchmark_name();
-      const std::size_t slash = name.find('/');
-      Pair& pair = pairOf(name.substr(0, slash));
-      double& best = name.compare(slash + 1, 4, "bare") == 0 ? pair.bare : pair.gateway;
-      best = std::min(best, run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9);
-    }
-  }
+double gatewayAttributeRead(hid_t file, long times) {
+  PreparedCall read("H5Aread", {zembra::makeEmpty(), text("H5ZB_DEFAULT")});
+  return gatewayAttribute(file, times,
+                          [&](const zbArray* attribute) { zbDestroyArray(read(attribute)); });
+}
 
-  void Finalize() override {
-    std::printf("\n%-16s %14s %14s %14s %8s\n", "", "bare ns", "gateway ns", "difference ns",
-                "ratio");
-    for (const Pair& pair : pairs_) {
-      std::printf("%-16s %14.1f %14.1f %14.1f %8.2f\n", pair.subject.c_str(), pair.bare,
-                  pair.gateway, pair.gateway - pair.bare, pair.gateway / pair.bare);
-    }
-  }
+double gatewayAttributeWrite(hid_t file, long times) {
+  PreparedCall write("H5Awrite",
+                     {zembra::makeEmpty(), text("H5ZB_DEFAULT"), zembra::makeDouble(2.5)});
+  return gatewayAttribute(file, times, [&](const zbArray* attribute) { write(attribute); });
+}
 
- private:
-  struct Pair {
-    std::string subject;
-    double bare = std::numeric_limits<double>::infinity();
-    double gateway = std::numeric_limits<double>::infinity();
-  };
+// --- Walking over the links of a group, and over all objects ---------------------------
 
-  Pair& pairOf(const std::string& subject) {
-    const auto found = std::find_if(pairs_.begin(), pairs_.end(),
-                                    [&](const Pair& pair) { return pair.subject == subject; });
-    return found != pairs_.end() ? *found : pairs_.emplace_back(Pair{subject});
-  }
+herr_t nextLink(hid_t, const char*, const hdf5::LinkInfo*, void*) { return 0; }
+herr_t nextObject(hid_t, const char*, const hdf5::ObjectInfo*, void*) { return 0; }
 
-  std::vector<Pair> pairs_;
+double bareIterate(hid_t file, long times) {
+  const hdf5::Handle<H5Gclose> links(H5Gopen1(file, kLinks));
+  return seconds(times, [&] {
+    require(
+        hdf5::iterateLinks(links.get(), H5_INDEX_NAME, H5_ITER_INC, nullptr, nextLink, nullptr));
+  });
+}
+
+double bareVisit(hid_t file, long times) {
+  return seconds(
+      times, [&] { hdf5::visitObjects(file, H5_INDEX_NAME, H5_ITER_INC, nextObject, nullptr); });
+}
+
+// --- All of them -----------------------------------------------------------------------
+
+/// Seconds of doing something so many times.
+using Measure = double(hid_t file, long times);
+
+struct Subject {
+  std::string_view name;
+  Measure* bare;
+  Measure* gateway;  // null: Python callbacks have no counterpart there
 };
+
+constexpr Subject kSubjects[] = {
+    {"extent", bareExtent, gatewayExtent},
+    {"space", bareSpace, gatewaySpace},
+    {"open", bareOpen, gatewayOpen},
+    {"small dataset", bareSmall, gatewaySmall},
+    {"attribute read", bareAttributeRead, gatewayAttributeRead},
+    {"attribute write", bareAttributeWrite, gatewayAttributeWrite},
+    {"iterate", bareIterate, nullptr},
+    {"visit", bareVisit, nullptr},
+};
+
+Measure* find(std::string_view name, std::string_view side) {
+  for (const Subject& subject : kSubjects) {
+    if (subject.name != name) continue;
+    if (side == "bare") return subject.bare;
+    if (side == "gateway") return subject.gateway;
+  }
+  return nullptr;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return EXIT_FAILURE;
+  Measure* const measure = argc == 4 ? find(argv[2], argv[3]) : nullptr;
+  if (measure == nullptr) {
+    std::fprintf(stderr, "call_bench FILE SUBJECT bare|gateway, SUBJECT being one of\n");
+    for (const Subject& subject : kSubjects) std::fprintf(stderr, "  %s\n", subject.name.data());
+    return EXIT_FAILURE;
+  }
+  const std::string_view subject = argv[2];
+  const unsigned access = subject == "attribute write" ? H5F_ACC_RDWR : H5F_ACC_RDONLY;
+  const File file(H5Fopen(argv[1], access, H5P_DEFAULT));
+  if (!file.valid()) return EXIT_FAILURE;
 
-  const File file = makeFile();
-  benchmark::RegisterBenchmark("extent query/bare", bareExtent);
-  benchmark::RegisterBenchmark("extent query/gateway", gatewayExtent);
-  benchmark::RegisterBenchmark("create space/bare", bareSpace);
-  benchmark::RegisterBenchmark("create space/gateway", gatewaySpace);
-  benchmark::RegisterBenchmark("open dataset/bare", bareOpen, file.get());
-  benchmark::RegisterBenchmark("open dataset/gateway", gatewayOpen, file.get());
-  benchmark::RegisterBenchmark("read 64 MB/bare", bareRead, file.get());
-  benchmark::RegisterBenchmark("read 64 MB/gateway", gatewayRead, file.get());
-
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
+  const zembra::CallScope scope;
+  for (long times = 0; std::cin >> times;) {
+    std::printf("%.9g\n", measure(file.get(), times));
+    std::fflush(stdout);
+  }
   return EXIT_SUCCESS;
 }

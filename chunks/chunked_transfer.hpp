@@ -3,6 +3,8 @@
 // run them through their filters; everything else is HDF5's.
 #pragma once
 
+#include <cstddef>
+
 #include "hdf5/compat.hpp"
 
 namespace chunks {
@@ -19,5 +21,8 @@ struct Transfer {
 /// Like H5Dread and H5Dwrite; the array is that of the memory space's whole extent.
 herr_t read(const Transfer& transfer, void* array);
 herr_t write(const Transfer& transfer, const void* array);
+
+/// Who transfers a dataset in parts has threads work on its chunks in parts of so many bytes.
+std::size_t bytesForThreads(hid_t dataset);
 
 }  // namespace chunks

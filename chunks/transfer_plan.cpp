@@ -153,6 +153,10 @@ std::optional<Plan> planFor(const Transfer& transfer, Direction direction) {
 
 }  // namespace
 
+std::size_t bytesForThreads(hid_t dataset) {
+  return std::max(kLeastBytes, std::min((kCaches + 1) * chunkCacheBytes(dataset), kLargestChunk));
+}
+
 std::optional<Plan> planReading(const Transfer& transfer) {
   return planFor(transfer, Direction::kReading);
 }

@@ -4,11 +4,12 @@
 #include <string>
 
 #include "hdf5/error_stack.hpp"
+#include "hdf5/files_of_files.hpp"
 
 namespace hdf5 {
 namespace {
 
-std::atomic<TroubleWithFile> troubleWithFile = nullptr;
+std::atomic<bool> watching = false;
 
 /// HDF5 looks for the file in the folder of the one with the link, and in the current one.
 herr_t lookAtTarget(const char* linkFile, const char* /*linkGroup*/, const char* file,
@@ -17,7 +18,7 @@ herr_t lookAtTarget(const char* linkFile, const char* /*linkGroup*/, const char*
   beside.erase(beside.rfind('/') + 1);
   beside += file;
   for (const char* const name : {file, beside.c_str()}) {
-    if (const char* trouble = troubleWithFile.load()(name, accessList)) {
+    if (const char* trouble = troubleWith(name, accessList)) {
       return refuse("H5L_extern_traverse", trouble);
     }
   }
@@ -30,8 +31,8 @@ void watch(hid_t list) { H5Pset_elink_cb(list, lookAtTarget, nullptr); }
 
 }  // namespace
 
-void watchExternalLinks(TroubleWithFile troubleWith) {
-  troubleWithFile = troubleWith;
+void watchExternalLinks() {
+  watching = true;
   for (const hid_t list : {H5P_LINK_ACCESS_DEFAULT, H5P_DATASET_ACCESS_DEFAULT,
                            H5P_GROUP_ACCESS_DEFAULT, H5P_DATATYPE_ACCESS_DEFAULT}) {
     watch(list);
@@ -39,7 +40,7 @@ void watchExternalLinks(TroubleWithFile troubleWith) {
 }
 
 void watchLinksBy(hid_t accessList) {
-  if (troubleWithFile == nullptr || accessList == H5P_DEFAULT) return;
+  if (!watching || accessList == H5P_DEFAULT) return;
   const KeepErrorStack keep;
   if (H5Pisa_class(accessList, H5P_LINK_ACCESS) > 0) watch(accessList);
 }

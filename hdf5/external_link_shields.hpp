@@ -6,12 +6,9 @@
 
 namespace hdf5 {
 
-/// Why HDF5 would not survive to open a file of this name; null where it does.
-using TroubleWithFile = const char* (*)(const char* name, hid_t accessList);
-
 /// From now on, links are followed only to files that could be opened by name as well. For a
 /// process in which some file has a driver that prints names: only there it matters.
-void watchExternalLinks(TroubleWithFile troubleWith);
+void watchExternalLinks();
 
 /// The same for a script's own list to follow links by; others are left as they are.
 void watchLinksBy(hid_t accessList);

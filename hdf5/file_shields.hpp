@@ -6,16 +6,9 @@
 
 namespace hdf5 {
 
-/// H5Fcreate and H5Fopen, with files of every release's taken for sound. HDF5 prints names
-/// with names for a format: the family driver a member's number into the file's name, the
-/// multi driver the file's name into a member's, and these again where the member is of
-/// such a driver itself. It looks at no format, and writes beyond the 1024 bytes that the
-/// multi driver of 1.8 and 1.10 has for a name and the 4096 that the family driver of 1.8
-/// has: such names are refused. So is a member of the multi driver that is of that driver
-/// itself, unless all that is kept there begins at its address 0: later releases then
-/// cannot write the file, and 1.8 and 1.10 do not survive to close it. The same is true of
-/// blocks and an alignment of more than 2^50 bytes. Of addresses of 16 bytes, which H5Pset_sizes
-/// takes, every release writes the second half beyond its memory.
+/// H5Fcreate and H5Fopen, with files of every release's taken for sound, and none that HDF5 does
+/// not survive (troubleWith()). Of addresses of 16 bytes, which H5Pset_sizes takes, every release
+/// writes the second half beyond its memory.
 hid_t createFile(const char* name, unsigned flags, hid_t creationList, hid_t accessList);
 hid_t openFile(const char* name, unsigned flags, hid_t accessList);
 

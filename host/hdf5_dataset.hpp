@@ -30,15 +30,22 @@ class HDF5Dataset {
   /// array where the two layouts are the same.
   zbArray* read(const void* buffer);
 
-  /// Whether the array is better made of one part of the data after the other, through a
-  /// buffer that stays in the cache: of compounds, whose members become arrays of their own.
-  [[nodiscard]] bool readsInParts() const;
+  /// Whether the array is better read and written one part of the data after the other,
+  /// through buffers that stay in the cache: of compounds, whose members are arrays of
+  /// their own.
+  [[nodiscard]] bool goesInParts() const;
 
-  /// What fills a buffer with `count` elements from the `first` on; negative when it fails.
-  using FillPart = herr_t (*)(void* buffer, std::size_t first, std::size_t count, void* context);
+  /// A new array of all elements of the extent is begun, filled with parts of `count`
+  /// elements from the `first` on, and given. Parts may come in any order, and from several
+  /// threads at once.
+  void beginReading();
+  void putPart(const void* buffer, std::size_t first, std::size_t count) const;
+  zbArray* endReading();
 
-  /// A new array of all elements of the extent, in parts of `length`; null when one fails.
-  zbArray* readInParts(std::size_t length, FillPart fill, void* context);
+  /// The array is looked at as write() does; then parts of it are laid out, in any order, and
+  /// by several threads at once. Bytes between members are zero.
+  void beginWriting(const zbArray* data);
+  void layPart(void* buffer, std::size_t first, std::size_t count) const;
 
   /// The array laid out as the memory datatype and space ask; valid while both
   /// this object and the array live. Raises a host error that names array and

@@ -105,7 +105,8 @@ Value makeFunction(std::shared_ptr<Callable> target) {
 }
 
 Value makeForeign(Origin origin) {
-  Value array = makeNamed(zbClass::Foreign, {});
+  Value array(newArray(zbClass::Foreign));
+  setShape(array.get(), std::array<std::size_t, 2>{1, 1});
   array.get()->origin = std::move(origin);
   return array;
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "runtime/bound_columns.hpp"
 #include "runtime/char_array.hpp"
 #include "runtime/datatype_fit.hpp"
 #include "runtime/host_error.hpp"
@@ -25,51 +26,6 @@ constexpr std::byte kNothing[1] = {};
 const std::byte* textsOf(const DatatypePlan& plan, const zbArray* data) {
   if (plan.kind != Kind::VariableText) return nullptr;
   return reinterpret_cast<const std::byte*>(packedTexts(data));
-}
-
-/// Whether there are bytes between members, at any depth.
-bool hasGaps(const DatatypePlan& plan) {
-  if (plan.kind == Kind::Array) return hasGaps(*plan.base);
-  if (plan.kind != Kind::Compound) return false;
-  std::size_t filled = 0;
-  for (const DatatypePlan::Member& member : plan.members) {
-    if (hasGaps(member.plan)) return true;
-    filled += member.plan.size;
-  }
-  return filled < plan.size;
-}
-
-/// The leaves of a compound without variable-length data, from the first to the last.
-void packLeaves(const DatatypePlan& plan, std::size_t count, const zbArray* data,
-                const ValuePath& path, std::vector<PackedLeaf>& leaves) {
-  if (plan.kind == Kind::Array) {
-    return packLeaves(*plan.base, checkedProduct(count, plan.repeat), data, path, leaves);
-  }
-  if (plan.kind != Kind::Compound) {
-    leaves.push_back(packLeaf(plan, count, data, path));
-    return;
-  }
-  for (const DatatypePlan::Member& member : plan.members) {
-    packLeaves(member.plan, count, zbGetField(data, 0, member.name.c_str()),
-               ValuePath(path, member.name), leaves);
-  }
-}
-
-/// Elements of those leaves from the `first` on; each has the leaf `repeat` times.
-void unpackLeaves(const DatatypePlan& plan, const Strided<std::byte>& to, std::size_t first,
-                  std::size_t repeat, std::vector<PackedLeaf>::iterator& leaf) {
-  if (plan.kind == Kind::Array) {
-    return unpackLeaves(*plan.base, to.split(plan.repeat, plan.base->size), first,
-                        repeat * plan.repeat, leaf);
-  }
-  if (plan.kind != Kind::Compound) {
-    if (to.count() > 0) unpack(leaf->first + first * repeat * plan.size, plan.size, to);
-    ++leaf;
-    return;
-  }
-  for (const DatatypePlan::Member& member : plan.members) {
-    unpackLeaves(member.plan, to.at(member.offset), first, repeat, leaf);
-  }
 }
 
 }  // namespace
@@ -94,7 +50,7 @@ const std::byte* Buffers::layOutFitting(const DatatypePlan& plan, std::size_t co
   if (const std::byte* texts = textsOf(plan, data)) return texts;
   const std::size_t bytes = checkedProduct(count, plan.size);
   std::byte* buffer = arena_.take(bytes);
-  if (hasGaps(plan)) std::memset(buffer, 0, bytes);  // what lies there reaches the file
+  if (plan.hasGaps()) std::memset(buffer, 0, bytes);  // what lies there reaches the file
   scatter(plan, Strided<std::byte>(buffer, count, plan.size), data, path);
   return buffer;
 }
@@ -103,7 +59,7 @@ void Buffers::scatter(const DatatypePlan& plan, const Strided<std::byte>& to, co
                       const ValuePath& path) {
   switch (plan.kind) {
     case Kind::Compound:
-      if (!plan.variableLength) return scatterColumns(plan, to, data, path);
+      if (!plan.variableLength) return BoundColumns(plan, to.count(), data, path).lay(to, 0);
       for (const DatatypePlan::Member& member : plan.members) {
         scatter(member.plan, to.at(member.offset), zbGetField(data, 0, member.name.c_str()),
                 ValuePath(path, member.name));
@@ -115,18 +71,6 @@ void Buffers::scatter(const DatatypePlan& plan, const Strided<std::byte>& to, co
       return scatter(*plan.base, to.split(plan.repeat, plan.base->size), data, path);
     default: unpack(packLeaf(plan, to.count(), data, path).first, plan.size, to);
   }
-}
-
-void Buffers::scatterColumns(const DatatypePlan& plan, const Strided<std::byte>& to,
-                             const zbArray* data, const ValuePath& path) {
-  constexpr std::size_t kPart = std::size_t{128} << 10;
-  std::vector<PackedLeaf> leaves;
-  packLeaves(plan, to.count(), data, path, leaves);
-  to.forEachPart(std::max<std::size_t>(kPart / plan.size, 1),
-                 [&](const Strided<std::byte>& part, std::size_t first) {
-                   auto leaf = leaves.begin();
-                   unpackLeaves(plan, part, first, 1, leaf);
-                 });
 }
 
 void Buffers::scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to,

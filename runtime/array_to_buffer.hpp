@@ -23,8 +23,6 @@ class Buffers {
  private:
   const std::byte* layOutFitting(const DatatypePlan& plan, std::size_t count, const zbArray* data,
                                  const ValuePath& path);
-  void scatterColumns(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
-                      const ValuePath& path);
   void scatter(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,
                const ValuePath& path);
   void scatterTexts(const DatatypePlan& plan, const Strided<std::byte>& to, const zbArray* data,

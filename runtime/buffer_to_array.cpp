@@ -98,18 +98,13 @@ Value gatherTexts(const Source& from, const Shape& extent, std::shared_ptr<Arena
   return cellOn(std::move(block), count, std::move(texts), extent);
 }
 
-/// Part by part, so that each is in the cache when its next member is copied.
-Value gatherColumns(const DatatypePlan& plan, const Source& from, const Shape& extent) {
-  constexpr std::size_t kPart = std::size_t{128} << 10;
-  Columns columns(plan, extent);
-  from.forEachPart(std::max<std::size_t>(kPart / plan.size, 1),
-                   [&](const Source& part, std::size_t first) { columns.put(part, first); });
-  return columns.take();
-}
-
 Value gatherCompound(const DatatypePlan& plan, const Source& from, const Shape& extent,
                      const std::shared_ptr<Arena>& memory) {
-  if (Columns::suit(plan)) return gatherColumns(plan, from, extent);
+  if (Columns::suit(plan)) {
+    Columns columns(plan, extent);
+    columns.put(from, 0);
+    return columns.take();
+  }
   std::vector<std::pair<std::string, Value>> fields;
   fields.reserve(plan.members.size());
   for (const DatatypePlan::Member& member : plan.members) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "runtime/memory_block.hpp"
 #include "runtime/shaped.hpp"
 
 namespace zembra {
@@ -16,49 +15,30 @@ bool Columns::suit(const DatatypePlan& plan) {
 }
 
 Columns::Columns(const DatatypePlan& plan, const Shape& extent)
-    : plan_(plan), structure_(make(plan, extent, 1)) {}
+    : structure_(make(plan, extent, LanePlace())) {}
 
-Value Columns::make(const DatatypePlan& plan, const Shape& extent, std::size_t repeat) {
+Value Columns::make(const DatatypePlan& plan, const Shape& extent, const LanePlace& place) {
   if (plan.kind == Kind::Array) {
-    return make(*plan.base, within(plan.dimensions, extent), checkedProduct(repeat, plan.repeat));
+    return make(*plan.base, within(plan.dimensions, extent),
+                place.split(plan.repeat, plan.base->size));
   }
   if (plan.kind == Kind::Compound) {
     std::vector<std::pair<std::string, Value>> fields;
     fields.reserve(plan.members.size());
     for (const DatatypePlan::Member& member : plan.members) {
-      fields.emplace_back(member.name, make(member.plan, extent, repeat));
+      fields.emplace_back(member.name, make(member.plan, extent, place.at(member.offset)));
     }
     return makeStruct(std::move(fields));
   }
   const Shape shape = plan.wide() ? within({plan.size}, extent) : extent;
   Value array = withNaturalRank(makeUninitialised(plan.hostClass, shape), shape);
-  columns_.push_back({&plan, array.get(), checkedProduct(repeat, plan.size)});
+  lanes_.emplace_back(place.ofPieces(plan.size), static_cast<std::byte*>(array.get()->data));
+  arrays_.emplace_back(&plan, array.get());
   return array;
 }
 
-void Columns::put(const Strided<const std::byte>& elements, std::size_t first) {
-  auto column = columns_.begin();
-  put(plan_, elements, first, column);
-}
-
-void Columns::put(const DatatypePlan& plan, const Strided<const std::byte>& from, std::size_t first,
-                  std::vector<Column>::iterator& column) {
-  if (plan.kind == Kind::Array) {
-    return put(*plan.base, from.split(plan.repeat, plan.base->size), first, column);
-  }
-  if (plan.kind == Kind::Compound) {
-    for (const DatatypePlan::Member& member : plan.members) {
-      put(member.plan, from.at(member.offset), first, column);
-    }
-    return;
-  }
-  auto* const data = static_cast<std::byte*>(column->array->data);
-  if (from.count() > 0) pack(from, plan.size, data + first * column->bytes);
-  ++column;
-}
-
 Value Columns::take() {
-  for (const Column& column : columns_) endTexts(*column.plan, column.array);
+  for (const auto& [plan, array] : arrays_) endTexts(*plan, array);
   return std::move(structure_);
 }
 

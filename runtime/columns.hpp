@@ -3,10 +3,13 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "runtime/array.hpp"
 #include "runtime/datatype_plan.hpp"
+#include "runtime/lane.hpp"
 #include "runtime/strided.hpp"
 
 namespace zembra {
@@ -20,25 +23,19 @@ class Columns {
   /// The plan must live as long as this object. `extent` is the fastest-varying first.
   Columns(const DatatypePlan& plan, const Shape& extent);
 
-  /// The elements from the `first` one on.
-  void put(const Strided<const std::byte>& elements, std::size_t first);
+  /// The elements from the `first` one on. Parts may come from several threads at once.
+  void put(const Strided<const std::byte>& elements, std::size_t first) const {
+    copyLanes(std::span<const Lane<Gathering>>(lanes_), elements, first);
+  }
 
   /// The structure; nothing is put any more.
   Value take();
 
  private:
-  struct Column {
-    const DatatypePlan* plan = nullptr;
-    zbArray* array = nullptr;
-    std::size_t bytes = 0;  // of an element's part
-  };
+  Value make(const DatatypePlan& plan, const Shape& extent, const LanePlace& place);
 
-  Value make(const DatatypePlan& plan, const Shape& extent, std::size_t repeat);
-  void put(const DatatypePlan& plan, const Strided<const std::byte>& from, std::size_t first,
-           std::vector<Column>::iterator& column);
-
-  const DatatypePlan& plan_;
-  std::vector<Column> columns_;
+  std::vector<Lane<Gathering>> lanes_;
+  std::vector<std::pair<const DatatypePlan*, zbArray*>> arrays_;
   Value structure_;
 };
 

@@ -115,6 +115,17 @@ std::size_t DatatypePlan::widest() const {
   return needsConversion() ? std::max(size, elementSize(hostClass)) : size;
 }
 
+bool DatatypePlan::hasGaps() const {
+  if (kind == Kind::Array) return base->hasGaps();
+  if (kind != Kind::Compound) return false;
+  std::size_t filled = 0;
+  for (const Member& member : members) {
+    if (member.plan.hasGaps()) return true;
+    filled += member.plan.size;
+  }
+  return filled < size;
+}
+
 std::string DatatypePlan::describe() const {
   return describeDatatype(typeClass, size, kind == Kind::VariableText);
 }

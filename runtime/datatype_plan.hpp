@@ -52,6 +52,8 @@ struct DatatypePlan {
   [[nodiscard]] bool needsConversion() const { return bufferType.valid(); }
   /// Bytes of one element before or after conversion, whichever is more.
   [[nodiscard]] std::size_t widest() const;
+  /// Whether there are bytes between members, at any depth.
+  [[nodiscard]] bool hasGaps() const;
   [[nodiscard]] std::string describe() const;
 };
 

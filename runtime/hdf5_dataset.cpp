@@ -12,10 +12,12 @@
 #include "host/library_error.hpp"
 #include "runtime/arena.hpp"
 #include "runtime/array_to_buffer.hpp"
+#include "runtime/bound_columns.hpp"
 #include "runtime/buffer_to_array.hpp"
 #include "runtime/call_scope.hpp"
 #include "runtime/columns.hpp"
 #include "runtime/datatype.hpp"
+#include "runtime/datatype_fit.hpp"
 #include "runtime/host_error.hpp"
 #include "runtime/memory_block.hpp"
 
@@ -99,6 +101,11 @@ struct HDF5Dataset::Transfer {
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
+  /// What to do about an array of another size.
+  [[nodiscard]] std::string advice() const {
+    return zembra::adviceFor(zembra::selectedPoints(space, points), points);
+  }
+
   hid_t type;  // the caller's, who may close it before this ends
   hid_t space;
   zembra::DatatypePlan plan;
@@ -109,6 +116,9 @@ struct HDF5Dataset::Transfer {
   hdf5::Type reclaimed;                   // the type again, where the block points to HDF5's memory
   std::shared_ptr<zembra::Arena> memory;  // or to this
   zembra::Buffers written;                // what write() gives
+  std::optional<zembra::Columns> read;    // in parts
+  std::optional<zembra::BoundColumns> laid;
+  bool gaps = false;  // between members
 };
 
 HDF5Dataset::HDF5Dataset(hid_t memoryType, hid_t memorySpace)
@@ -152,29 +162,40 @@ zbArray* HDF5Dataset::read(const void* buffer) {
   return array.release();
 }
 
-bool HDF5Dataset::readsInParts() const {
+bool HDF5Dataset::goesInParts() const {
   const zembra::DatatypePlan& plan = transfer_->plan;
   return plan.kind == zembra::DatatypePlan::Kind::Compound && zembra::Columns::suit(plan);
 }
 
-zbArray* HDF5Dataset::readInParts(std::size_t length, FillPart fill, void* context) {
-  const Transfer& transfer = *transfer_;
-  const std::size_t size = transfer.plan.size;
-  const std::shared_ptr<void> part = zembra::allocateBlock(zembra::checkedProduct(length, size));
-  zembra::Columns columns(transfer.plan, transfer.extent);
-  for (std::size_t first = 0; first < transfer.points; first += length) {
-    const std::size_t count = std::min(length, transfer.points - first);
-    if (fill(part.get(), first, count, context) < 0) return nullptr;
-    columns.put({static_cast<const std::byte*>(part.get()), count, size}, first);
-  }
-  zembra::Value array = columns.take();
+void HDF5Dataset::beginReading() { transfer_->read.emplace(transfer_->plan, transfer_->extent); }
+
+void HDF5Dataset::putPart(const void* buffer, std::size_t first, std::size_t count) const {
+  transfer_->read->put({static_cast<const std::byte*>(buffer), count, transfer_->plan.size}, first);
+}
+
+zbArray* HDF5Dataset::endReading() {
+  zembra::Value array = transfer_->read->take();
   zembra::enroll(array.get());
   return array.release();
 }
 
+void HDF5Dataset::beginWriting(const zbArray* data) {
+  const Transfer& transfer = *transfer_;
+  const std::string advice = transfer.advice();
+  const zembra::ValuePath path(advice);
+  zembra::requireFit(transfer.plan, transfer.points, data, path);
+  transfer_->laid.emplace(transfer.plan, transfer.points, data, path);
+  transfer_->gaps = transfer.plan.hasGaps();
+}
+
+void HDF5Dataset::layPart(void* buffer, std::size_t first, std::size_t count) const {
+  const std::size_t size = transfer_->plan.size;
+  if (transfer_->gaps) std::memset(buffer, 0, count * size);
+  transfer_->laid->lay({static_cast<std::byte*>(buffer), count, size}, first);
+}
+
 const void* HDF5Dataset::write(const zbArray* data) {
   Transfer& transfer = *transfer_;
-  const std::string advice =
-      zembra::adviceFor(zembra::selectedPoints(transfer.space, transfer.points), transfer.points);
+  const std::string advice = transfer.advice();
   return transfer.written.layOut(transfer.plan, transfer.points, data, zembra::ValuePath(advice));
 }

@@ -53,17 +53,6 @@ class Strided {
     return depth_ == 1 && (levels_[0].stride == size || levels_[0].count <= 1);
   }
 
-  /// Calls `visit` with parts of `length` elements and the index of the first of each; with
-  /// all of them where they are of several levels.
-  template <class Visit>
-  void forEachPart(std::size_t length, Visit visit) const {
-    const auto [count, stride] = levels_[0];
-    if (depth_ > 1) return visit(*this, std::size_t{0});
-    for (std::size_t first = 0; first < count; first += length) {
-      visit(Strided(first_ + first * stride, std::min(length, count - first), stride), first);
-    }
-  }
-
   /// Calls `visit` with each element's address, slowest level first.
   template <class Visit>
   void forEach(Visit visit) const {
@@ -112,6 +101,20 @@ void withConstantSize(std::size_t size, Copy copy) {
   }
 }
 
+/// Copies `count` elements. Four at a time: the loop's own instructions would take as long as
+/// the copying. The strides and the size may be constants.
+template <class FromStride, class ToStride, class Size>
+void copyEach(const std::byte* from, FromStride fromStride, std::byte* to, ToStride toStride,
+              std::size_t count, Size size) {
+  for (; count >= 4; count -= 4, from += 4 * fromStride, to += 4 * toStride) {
+    std::memcpy(to, from, size);
+    std::memcpy(to + toStride, from + fromStride, size);
+    std::memcpy(to + 2 * toStride, from + 2 * fromStride, size);
+    std::memcpy(to + 3 * toStride, from + 3 * fromStride, size);
+  }
+  for (; count > 0; --count, from += fromStride, to += toStride) std::memcpy(to, from, size);
+}
+
 inline void pack(const Strided<const std::byte>& from, std::size_t size, std::byte* to) {
   if (from.packed(size)) {
     const std::size_t bytes = from.count() * size;
@@ -119,12 +122,9 @@ inline void pack(const Strided<const std::byte>& from, std::size_t size, std::by
     return;
   }
   withConstantSize(size, [&](auto bytes) {
-    from.forEachRun([&](const std::byte* element, std::size_t count, std::size_t stride) {
-      std::byte* place = to;  // not `to`, which the bytes might be, as far as C++ knows
-      for (std::size_t i = 0; i < count; ++i, element += stride, place += bytes) {
-        std::memcpy(place, element, bytes);
-      }
-      to = place;
+    from.forEachRun([&](const std::byte* elements, std::size_t count, std::size_t stride) {
+      copyEach(elements, stride, to, bytes, count, bytes);
+      to += count * bytes;
     });
   });
 }
@@ -136,12 +136,9 @@ inline void unpack(const std::byte* from, std::size_t size, const Strided<std::b
     return;
   }
   withConstantSize(size, [&](auto bytes) {
-    to.forEachRun([&](std::byte* element, std::size_t count, std::size_t stride) {
-      const std::byte* value = from;
-      for (std::size_t i = 0; i < count; ++i, element += stride, value += bytes) {
-        std::memcpy(element, value, bytes);
-      }
-      from = value;
+    to.forEachRun([&](std::byte* elements, std::size_t count, std::size_t stride) {
+      copyEach(from, bytes, elements, stride, count, bytes);
+      from += count * bytes;
     });
   });
 }

@@ -19,12 +19,11 @@ tested=(libgtest-dev libgmock-dev hdf5-tools pkgconf python3-h5py python3-hypoth
   python3-nbconvert python3-ipykernel python3-dask python3-distributed)
 case "${1:-}" in
   test) packages+=("${tested[@]}") ;;
-  bench) packages+=(libbenchmark-dev python3-h5py python3-dask) ;;
+  bench) packages+=(python3-h5py python3-dask python3-matplotlib) ;;
   deb) packages+=(build-essential debhelper dh-python dpkg-dev git lintian debootstrap xz-utils) ;;
   docs) packages+=(python3-matplotlib python3-sphinx python3-myst-parser furo) ;;
   releases) packages+=("${tested[@]}" clang debootstrap xz-utils) ;;
-  lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck
-    libbenchmark-dev) ;;
+  lint) packages+=("${tested[@]}" git clang-format clang-tidy black flake8 mypy shellcheck) ;;
 esac
 
 if ! command -v dpkg-query > /dev/null; then

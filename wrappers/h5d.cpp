@@ -200,6 +200,11 @@ class ReadingList {
   Own own_;
 };
 
+/// What may go in parts.
+bool isWholeTable(hid_t memoryType, hid_t memorySpace, hid_t fileSpace) {
+  return memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(memoryType) == H5T_COMPOUND;
+}
+
 /// Where a read comes from and the memory datatype that it is given or that suits it:
 /// two inputs.
 struct ReadFrom {
@@ -226,14 +231,31 @@ void read(Inputs ins, Results& outs) {
     if (status < 0) list.close();
     return status;
   };
-  if (memorySpace == H5S_ALL && fileSpace == H5S_ALL && H5Tget_class(type) == H5T_COMPOUND) {
-    DatasetParts parts(from.dataset, spaces.file.get(), type, givenList);
+  if (isWholeTable(type, memorySpace, fileSpace)) {
+    const DatasetParts parts(
+        {from.dataset, type, spaces.transferred(), spaces.file.get(), givenList, givenList});
     if (parts.possible()) {
       HDF5Dataset host(type, spaces.memory.get());
-      if (host.readsInParts()) return outs.give(parts.readInto(host));
+      if (host.goesInParts()) return outs.give(parts.read(host));
     }
   }
   outs.give(readData(type, spaces.memory.get(), points, transfer));
+}
+
+/// False where the data have to go at once.
+bool writeInParts(const chunks::Transfer& transfer, hid_t memorySpace, const zbArray* data) {
+  const DatasetParts parts(transfer);
+  if (!parts.possibleToWrite()) return false;
+  HDF5Dataset host(transfer.memoryType, memorySpace);
+  if (!host.goesInParts()) return false;
+  host.beginWriting(data);
+  const auto writeParts = [&](const void* /*all*/) {
+    return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
+                                  [&] { return parts.write(host); });
+  };
+  checked(hdf5::writeNested(transfer.dataset, transfer.memoryType, transfer.memorySpace, nullptr,
+                            writeParts));
+  return true;
 }
 
 void write(Inputs ins, Results& /*outs*/) {
@@ -243,6 +265,10 @@ void write(Inputs ins, Results& /*outs*/) {
   const TransferSpaces spaces("H5Dwrite", dataset, memorySpace, fileSpace);
   const chunks::Transfer transfer{dataset,           type.get(), spaces.transferred(),
                                   spaces.file.get(), list,       list};
+  if (isWholeTable(type.get(), memorySpace, fileSpace) &&
+      writeInParts(transfer, spaces.memory.get(), data)) {
+    return;
+  }
   const auto writeBytes = [&transfer](const void* bytes) {
     return hdf5::writeWhereItFits(transfer.dataset, transfer.fileSpace,
                                   [&] { return chunks::write(transfer, bytes); });

@@ -187,8 +187,12 @@ zbArray* HDF5Dataset::read(const void* buffer) {
   return make(zbClass::Double, transfer_->shape, buffer);
 }
 
-bool HDF5Dataset::readsInParts() const { return false; }
-zbArray* HDF5Dataset::readInParts(std::size_t, FillPart, void*) { return nullptr; }
+bool HDF5Dataset::goesInParts() const { return false; }
+void HDF5Dataset::beginReading() {}
+void HDF5Dataset::putPart(const void*, std::size_t, std::size_t) const {}
+zbArray* HDF5Dataset::endReading() { return nullptr; }
+void HDF5Dataset::beginWriting(const zbArray*) {}
+void HDF5Dataset::layPart(void*, std::size_t, std::size_t) const {}
 
 const void* HDF5Dataset::write(const zbArray* data) {
   if (data->type != zbClass::Double || product(data->shape) != product(transfer_->shape))
