@@ -1,7 +1,9 @@
 #include "hdf5/link_shields.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 #include "hdf5/handle.hpp"
 
@@ -27,6 +29,16 @@ bool isNameless(hid_t location) {
 
 herr_t refuseNameless(const char* function) {
   return refuse(function, "the new location has been deleted");
+}
+
+/// The group, with a path: one that was opened by a reference has none, but a name in its file.
+Object byItsName(hid_t location) {
+  std::string name(
+      static_cast<std::size_t>(std::max<ssize_t>(H5Iget_name(location, nullptr, 0), 0)), '\0');
+  if (H5Iget_type(location) != H5I_GROUP || name.empty()) return Object();
+  H5Iget_name(location, name.data(), name.size() + 1);
+  const Handle<H5Fclose> file(H5Iget_file_id(location));
+  return Object(H5Oopen(file.get(), name.c_str(), H5P_DEFAULT));
 }
 
 hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? other : location; }
@@ -67,15 +79,18 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName) {
   const hid_t target = orSame(newLocation, location);
   if (isNameless(target)) return refuseNameless("H5Gmove2");
-  return H5Gmove2(orSame(location, newLocation), name, target, newName);
+  const Object named = byItsName(target);
+  return H5Gmove2(orSame(location, newLocation), name, named.valid() ? named.get() : target,
+                  newName);
 }
 
 herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
                 hid_t creationList, hid_t accessList) {
-  if (isNameless(newLocation == H5L_SAME_LOC ? location : newLocation)) {
-    return refuseNameless("H5Lmove");
-  }
-  return H5Lmove(location, name, newLocation, newName, creationList, accessList);
+  const hid_t target = newLocation == H5L_SAME_LOC ? location : newLocation;
+  if (isNameless(target)) return refuseNameless("H5Lmove");
+  const Object named = byItsName(target);
+  return H5Lmove(location, name, named.valid() ? named.get() : newLocation, newName, creationList,
+                 accessList);
 }
 
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint) {

@@ -26,7 +26,8 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName);
 
 /// H5Lmove. It looks for the path of the new location, as H5Gmove2 does, which a group that was
-/// deleted has not, and follows a null pointer.
+/// deleted has not, and follows a null pointer (1.10). One that was opened by a reference has
+/// none either: it is opened again by its name.
 herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
                 hid_t creationList, hid_t accessList);
 

@@ -220,4 +220,33 @@ TEST(DeletedGroups, TakeNoLinks) {
   EXPECT_EQ(callNumber("H5Gget_num_objs", file), 1);
 }
 
+// --- Groups without a path -----------------------------------------------------------------
+
+TEST(GroupsByReference, KillHdf5WhenLinksAreMovedThere) {
+  EXPECT_EQ(kills([] {
+              const hid_t file = H5Fcreate(temporaryPath("kills").c_str(), H5F_ACC_TRUNC,
+                                           H5P_DEFAULT, H5P_DEFAULT);
+              H5Gclose(H5Gcreate2(file, "g", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+              H5Gclose(H5Gcreate2(file, "g/a", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+              hobj_ref_t reference = 0;
+              H5Rcreate(&reference, file, "g", H5R_OBJECT, -1);
+              const hid_t group = hdf5::dereference(file, H5R_OBJECT, &reference);
+              H5Lmove(group, "a", group, "b", H5P_DEFAULT, H5P_DEFAULT);
+            }),
+            hdf5::kSince110 && !hdf5::kSince112);
+}
+
+TEST(GroupsByReference, TakeLinks) {
+  const Owned file = createFile(temporaryPath("to"));
+  makeGroup(file, "g");
+  makeGroup(file, "g/a");
+  const Value reference = result("H5Rcreate", file, "g", "H5R_OBJECT", -1);
+  const Owned group = make("H5Rdereference", file, "H5R_OBJECT", reference);
+  call("H5Lmove", group, "a", group, "b", kDefault, kDefault);
+  call("H5Gmove2", group, "b", group, "c");
+  call("H5Lmove", group, "c", "H5L_SAME_LOC", "d", kDefault, kDefault);
+  make("H5Gopen", file, "g/d");
+  EXPECT_EQ(callNumber("H5Gget_num_objs", group), 1);
+}
+
 }  // namespace
