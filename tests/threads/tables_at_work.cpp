@@ -19,7 +19,7 @@ namespace {
 using Dataset = hdf5::Handle<H5Dclose>;
 using File = hdf5::Handle<H5Fclose>;
 
-constexpr hsize_t kRows = 300'007;
+constexpr hsize_t kRows = 900'007;
 constexpr std::size_t kRowSize = 13;
 
 struct Case {
