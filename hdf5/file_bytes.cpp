@@ -25,10 +25,12 @@ FileBytes::~FileBytes() {
   if (openedAgain_ != nullptr) H5FDclose(openedAgain_);
 }
 
+bool FileBytes::holds(haddr_t address, std::size_t size) const {
+  return end_ >= userBlock_ && address <= end_ - userBlock_ && size <= end_ - userBlock_ - address;
+}
+
 std::optional<std::vector<std::uint8_t>> FileBytes::readHeap(haddr_t address, std::size_t size) {
-  if (end_ < userBlock_ || address > end_ - userBlock_ || size > end_ - userBlock_ - address) {
-    return std::nullopt;
-  }
+  if (!holds(address, size)) return std::nullopt;
   const haddr_t place = userBlock_ + address;
   std::vector<std::uint8_t> bytes(size);
   const PropertyList access(H5Fget_access_plist(file_));

@@ -19,6 +19,9 @@ class FileBytes {
   FileBytes(const FileBytes&) = delete;
   FileBytes& operator=(const FileBytes&) = delete;
 
+  /// Whether so many bytes from an address on are within the file.
+  [[nodiscard]] bool holds(haddr_t address, std::size_t size) const;
+
   /// `size` bytes of a global heap from an address within the file on; none where there are
   /// none, or where nobody can tell.
   [[nodiscard]] std::optional<std::vector<std::uint8_t>> readHeap(haddr_t address,

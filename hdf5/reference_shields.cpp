@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "hdf5/family_shields.hpp"
 #include "hdf5/file_bytes.hpp"
 #include "hdf5/handle.hpp"
 
@@ -97,6 +98,14 @@ bool isSelection(Bytes bytes) {
 }
 
 }  // namespace
+
+bool leadsIntoFile(hid_t location, const void* reference) {
+  const Handle<H5Fclose> file(H5Iget_file_id(location));
+  if (!file.valid()) return true;  // what is in no file HDF5 refuses itself
+  if (!mayBeFamily(PropertyList(H5Fget_access_plist(file.get())).get())) return true;
+  const Bytes address(static_cast<const std::uint8_t*>(reference), sizeof(hobj_ref_t));
+  return FileBytes(file.get()).holds(numberIn(address, address.size()), 1);
+}
 
 bool leadsToRegion(hid_t location, const void* reference) {
   const Handle<H5Fclose> file(H5Iget_file_id(location));

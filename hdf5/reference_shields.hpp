@@ -11,6 +11,10 @@ namespace hdf5 {
 /// coordinates as what it finds there says.
 bool leadsToRegion(hid_t location, const void* reference);
 
+/// Whether an object reference leads into the location's file. Where that is a family of files,
+/// 1.8 reads a member that there is not.
+bool leadsIntoFile(hid_t location, const void* reference);
+
 /// H5Rdereference, H5Rget_name, H5Rget_obj_type and H5Rget_region, whichever `Follow` is.
 template <auto Follow>
 struct OfSoundReference;
@@ -19,6 +23,9 @@ struct OfSoundReference<Follow> {
   static Answer follow(hid_t location, H5R_type_t type, const void* reference, Rest... rest) {
     if (type == H5R_DATASET_REGION && !leadsToRegion(location, reference)) {
       return static_cast<Answer>(refuse("H5HG_read", "the reference is to no region of this file"));
+    }
+    if (!kSince110 && type == H5R_OBJECT && !leadsIntoFile(location, reference)) {
+      return static_cast<Answer>(refuse("H5O_load", "the reference is to no object of this file"));
     }
     return Follow(location, type, reference, rest...);
   }

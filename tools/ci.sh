@@ -11,7 +11,7 @@ step_test() { make test CMAKE_ARGS=-DCMAKE_COMPILE_WARNING_AS_ERROR=ON; }
 step_lint() { make lint; }
 step_docs() { make docs; }
 step_sanitize() { make sanitize && make sanitize-threads; }
-step_fuzz() { make fuzz CALLS=100000 MUTATIONS=100; }
+step_fuzz() { make fuzz CALLS=50000 MUTATIONS=100; }
 # The first step was that of this machine's own release.
 step_releases() { tools/test_releases.sh hdf5-1.8.6 debian13 clang; }
 step_packages() { make deb && tools/test_packages.sh; }

@@ -182,7 +182,7 @@ def test_a_damaged_part_in_the_middle_is_an_error(path, threads):
         raw.seek(middle.byte_offset + 100)
         raw.write(b"damage")
     with h5py.File(path) as file:
-        with pytest.raises(zembra.LibraryError, match="checksum"):
+        with pytest.raises(zembra.LibraryError, match="checksum|filter returned failure"):
             read(file["s"])
         assert_same(read(file["d"]), data)
 

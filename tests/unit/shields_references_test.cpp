@@ -156,6 +156,12 @@ TEST_P(StoredReferences, WithOtherBytesAreRefused) {
   expectRegionOf(2400, file, reference);
 }
 
+TEST_P(StoredReferences, BeyondTheFileLeadToNoObject) {
+  const Value reference = referenceOf({0x83, 0x07, 0x00, 0x62, 0, 0, 0, 0});
+  EXPECT_EQ(callNumber("H5Rget_obj_type", file, "H5R_OBJECT", reference), H5G_UNKNOWN);
+  EXPECT_LT(callNumber("H5Rdereference", file, "H5R_OBJECT", reference), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, StoredReferences, testing::ValuesIn(kStorages),
                          [](const auto& storage) { return std::string(storage.param.name); });
 
