@@ -1,6 +1,7 @@
 // Tables of which one thread copies parts while the other is in HDF5, for the thread sanitizer.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +22,7 @@ using File = hdf5::Handle<H5Fclose>;
 
 constexpr hsize_t kRows = 900'007;
 constexpr std::size_t kRowSize = 13;
+constexpr const char* kNames[] = {"time", "station", "valid"};
 
 struct Case {
   const char* name;
@@ -40,17 +42,17 @@ zembra::Value table() {
   std::iota(stations.begin(), stations.end(), -7);
   const std::vector<std::int8_t> valid(kRows, 1);
   std::vector<std::pair<std::string, zembra::Value>> fields;
-  fields.emplace_back("time", column(zbClass::Double, times));
-  fields.emplace_back("station", column(zbClass::Int32, stations));
-  fields.emplace_back("valid", column(zbClass::Int8, valid));
+  fields.emplace_back(kNames[0], column(zbClass::Double, times));
+  fields.emplace_back(kNames[1], column(zbClass::Int32, stations));
+  fields.emplace_back(kNames[2], column(zbClass::Int8, valid));
   return zembra::makeStruct(std::move(fields));
 }
 
 hdf5::Type rowType() {
   hdf5::Type type(H5Tcreate(H5T_COMPOUND, kRowSize));
-  H5Tinsert(type.get(), "time", 0, H5T_NATIVE_DOUBLE);
-  H5Tinsert(type.get(), "station", 8, H5T_NATIVE_INT32);
-  H5Tinsert(type.get(), "valid", 12, H5T_NATIVE_INT8);
+  H5Tinsert(type.get(), kNames[0], 0, H5T_NATIVE_DOUBLE);
+  H5Tinsert(type.get(), kNames[1], 8, H5T_NATIVE_INT32);
+  H5Tinsert(type.get(), kNames[2], 12, H5T_NATIVE_INT8);
   return type;
 }
 
@@ -62,16 +64,13 @@ hdf5::PropertyList creationOf(const Case& tried) {
 }
 
 bool isSame(const zbArray* one, const zbArray* other) {
-  for (const char* name : {"time", "station", "valid"}) {
+  return std::ranges::all_of(kNames, [&](const char* name) {
     const zbArray* left = zbGetField(one, 0, name);
     const zbArray* right = zbGetField(other, 0, name);
     const std::size_t bytes = zbGetNumberOfElements(left) * zbGetElementSize(left);
-    if (bytes != zbGetNumberOfElements(right) * zbGetElementSize(right) ||
-        std::memcmp(zbGetData(left), zbGetData(right), bytes) != 0) {
-      return false;
-    }
-  }
-  return true;
+    return bytes == zbGetNumberOfElements(right) * zbGetElementSize(right) &&
+           std::memcmp(zbGetData(left), zbGetData(right), bytes) == 0;
+  });
 }
 
 /// What went wrong; null where nothing did.
