@@ -41,6 +41,13 @@ Object byItsName(hid_t location) {
   return Object(H5Oopen(file.get(), name.c_str(), H5P_DEFAULT));
 }
 
+/// What HDF5 has said of it stays to be told.
+herr_t closeBehind(herr_t status, Object& group) {
+  const KeepErrorStack keep;
+  group.close();
+  return status;
+}
+
 hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? other : location; }
 
 }  // namespace
@@ -58,10 +65,7 @@ herr_t visitLinksIn(hid_t location, const char* name, H5_index_t index, H5_iter_
   }
   Object group(H5Oopen(location, name, accessList));
   if (!group.valid()) return -1;
-  const herr_t status = visitLinks(group.get(), index, order, visit, data);
-  const KeepErrorStack keep;
-  group.close();
-  return status;
+  return closeBehind(visitLinks(group.get(), index, order, visit, data), group);
 }
 
 ssize_t getLinkName(hid_t location, const char* group, H5_index_t index, H5_iter_order_t order,
@@ -79,18 +83,20 @@ herr_t link(hid_t location, const char* name, H5G_link_t type, hid_t newLocation
 herr_t move(hid_t location, const char* name, hid_t newLocation, const char* newName) {
   const hid_t target = orSame(newLocation, location);
   if (isNameless(target)) return refuseNameless("H5Gmove2");
-  const Object named = byItsName(target);
-  return H5Gmove2(orSame(location, newLocation), name, named.valid() ? named.get() : target,
-                  newName);
+  Object named = byItsName(target);
+  return closeBehind(
+      H5Gmove2(orSame(location, newLocation), name, named.valid() ? named.get() : target, newName),
+      named);
 }
 
 herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
                 hid_t creationList, hid_t accessList) {
   const hid_t target = newLocation == H5L_SAME_LOC ? location : newLocation;
   if (isNameless(target)) return refuseNameless("H5Lmove");
-  const Object named = byItsName(target);
-  return H5Lmove(location, name, named.valid() ? named.get() : newLocation, newName, creationList,
-                 accessList);
+  Object named = byItsName(target);
+  return closeBehind(H5Lmove(location, name, named.valid() ? named.get() : newLocation, newName,
+                             creationList, accessList),
+                     named);
 }
 
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint) {

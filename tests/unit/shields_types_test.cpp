@@ -83,6 +83,7 @@ Owned inVaxOrder(const char* name) {
 }
 
 TEST(VaxOrder, KillsHdf5InAFileOfIntegers) {
+  if (!hdf5::kSince110) GTEST_SKIP() << "1.8 survives it now and then";
   const auto commit = [] {
     const hid_t type = H5Tcopy(H5T_NATIVE_INT);
     H5Tset_order(type, H5T_ORDER_VAX);
