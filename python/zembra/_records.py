@@ -1,6 +1,6 @@
 """Compound data as structured arrays."""
 
-from collections.abc import Mapping, Sequence
+from collections.abc import Iterator, Mapping, Sequence
 from typing import Any, Union
 
 import numpy as np
@@ -8,6 +8,9 @@ import numpy as np
 Shape = tuple[int, ...]
 Array = np.ndarray[Any, np.dtype[Any]]
 Column = Union[Array, dict[str, "Column"]]
+
+# Each column goes over all records. So many at a time stay in the cache until the last has.
+_BYTES_AT_A_TIME = 512 << 10
 
 
 def records(data: Mapping[str, Any], shape: int | Sequence[int] | None = None) -> Array:
@@ -30,7 +33,10 @@ def records(data: Mapping[str, Any], shape: int | Sequence[int] | None = None) -
                     f"field {name!r} has the shape {found}, which does not begin with {extent}"
                 )
     result = np.empty(extent, _dtype(columns, extent))
-    _fill(result, columns)
+    leaves = _leaves(result, columns)
+    for part in _parts(result):
+        for place, values in leaves:
+            place[part] = values[part]
     return result
 
 
@@ -72,9 +78,22 @@ def _dtype(columns: dict[str, Column], extent: Shape) -> np.dtype[Any]:
     return np.dtype(members)
 
 
-def _fill(result: Array, columns: dict[str, Column]) -> None:
+def _leaves(result: Array, columns: dict[str, Column]) -> list[tuple[Array, Array]]:
+    """The places of all leaves' values in the records, and the values."""
+    leaves: list[tuple[Array, Array]] = []
     for name, column in columns.items():
         if isinstance(column, dict):
-            _fill(result[name], column)
+            leaves += _leaves(result[name], column)
         else:
-            result[name] = column
+            leaves.append((result[name], column))
+    return leaves
+
+
+def _parts(result: Array) -> Iterator[Any]:
+    """Indices of the first axis, part by part."""
+    if result.ndim == 0 or result.nbytes <= _BYTES_AT_A_TIME:
+        yield ...
+        return
+    rows = max(1, _BYTES_AT_A_TIME * len(result) // result.nbytes)
+    for start in range(0, len(result), rows):
+        yield slice(start, start + rows)
