@@ -26,9 +26,17 @@ constexpr bool kSanitized = false;
 constexpr bool kSanitized = false;
 #endif
 
-void limit(__rlimit_resource_t what, rlim_t most) {
-  const struct rlimit limits = {most, most};
+void limit(__rlimit_resource_t what, rlim_t most, rlim_t atLast) {
+  const struct rlimit limits = {most, atLast};
   setrlimit(what, &limits);
+}
+void limit(__rlimit_resource_t what, rlim_t most) { limit(what, most, most); }
+
+/// Of the processor's time, which a busy machine does not take away. What waits for something
+/// for ever takes none.
+void endAfter(unsigned seconds) {
+  limit(RLIMIT_CPU, seconds, seconds + 1);  // SIGXCPU, which says why; SIGKILL, if ignored
+  alarm(10 * seconds);
 }
 
 void stayWithinBounds() {
@@ -63,7 +71,7 @@ End inChild(const std::string& folder, unsigned seconds, const std::string& outp
     dup2(file, STDOUT_FILENO);
     dup2(file, STDERR_FILENO);
     stayWithinBounds();
-    alarm(seconds);
+    endAfter(seconds);
     action();
     std::exit(0);
   }

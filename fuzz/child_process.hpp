@@ -13,9 +13,9 @@ struct End {
   [[nodiscard]] std::string inWords() const;
 };
 
-/// Runs the action in a child, which then ends in the ordinary way; after so many seconds it
-/// is killed. It stays in the folder and within bounds of memory and file sizes. What it
-/// prints goes to the file `output`.
+/// Runs the action in a child, which then ends in the ordinary way; after so many seconds of the
+/// processor's time it is killed. It stays in the folder and within bounds of memory and file
+/// sizes. What it prints goes to the file `output`.
 End inChild(const std::string& folder, unsigned seconds, const std::string& output,
             const std::function<void()>& action);
 
