@@ -12,6 +12,7 @@
 #include "python/text_to_host.hpp"
 #include "python/unconvertible.hpp"
 #include "python/utf8.hpp"
+#include "runtime/lane.hpp"
 
 namespace zembra::python {
 namespace {
@@ -101,16 +102,57 @@ Value fromElements(PyArrayObject* array, ToHost toHost) {
   return natural(makeCell(reversedShape(array), std::move(values)), PyArray_NDIM(array));
 }
 
+/// The columns of records: one for each field.
+class Columns {
+ public:
+  Columns(PyArrayObject* records, ToHost toHost)
+      : records_(records), toHost_(toHost), packed_(PyArray_IS_C_CONTIGUOUS(records) != 0) {}
+
+  void add(const py::handle name) {
+    const py::object field =
+        steal(PyObject_GetItem(reinterpret_cast<PyObject*>(records_), name.ptr()));
+    fields_.emplace_back(utf8(borrow(name.ptr())).view(), columnOf(field));
+  }
+
+  Value take() {
+    if (!lanes_.empty()) {
+      copyLanes<Gathering>(lanes_, reinterpret_cast<const std::byte*>(PyArray_BYTES(records_)),
+                           static_cast<std::size_t>(PyArray_ITEMSIZE(records_)), 0,
+                           static_cast<std::size_t>(PyArray_SIZE(records_)));
+    }
+    return makeStruct(std::move(fields_));
+  }
+
+ private:
+  /// Numbers as the machine has them are left for one pass over all fields, others become what
+  /// they become by themselves.
+  Value columnOf(const py::object& object) {
+    PyArrayObject* const field = PyArray_Check(object.ptr()) ? asArray(object) : nullptr;
+    const bool isPlain = packed_ && field != nullptr && PyArray_ISNOTSWAPPED(field);
+    const zbClass plain = isPlain ? classOf(field) : zbClass::Unknown;
+    if (plain == zbClass::Unknown || PyArray_SIZE(field) == 0) return toHost_(object.ptr());
+
+    Value column = natural(makeUninitialised(plain, reversedShape(field)), PyArray_NDIM(field));
+    const auto offset = static_cast<std::size_t>(PyArray_BYTES(field) - PyArray_BYTES(records_));
+    const npy_intp bytes = PyArray_NBYTES(field) / PyArray_SIZE(records_);
+    lanes_.emplace_back(LanePlace().at(offset).ofPieces(static_cast<std::size_t>(bytes)),
+                        static_cast<std::byte*>(column.get()->data));
+    return column;
+  }
+
+  PyArrayObject* records_;
+  ToHost toHost_;
+  bool packed_;
+  std::vector<std::pair<std::string, Value>> fields_;
+  std::vector<Lane<Gathering>> lanes_;
+};
+
 Value fromRecords(PyArrayObject* array, ToHost toHost) {
   const RecursionGuard guard;
-  std::vector<std::pair<std::string, Value>> fields;
+  Columns columns(array, toHost);
   const py::object type = borrow(reinterpret_cast<PyObject*>(PyArray_DESCR(array)));
-  for (const py::handle name : type.attr("names")) {
-    const py::object field =
-        steal(PyObject_GetItem(reinterpret_cast<PyObject*>(array), name.ptr()));
-    fields.emplace_back(utf8(borrow(name.ptr())).view(), toHost(field.ptr()));
-  }
-  return makeStruct(std::move(fields));
+  for (const py::handle name : type.attr("names")) columns.add(name);
+  return columns.take();
 }
 
 }  // namespace

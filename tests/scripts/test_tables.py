@@ -142,3 +142,44 @@ def test_tables_are_written_as_they_are_read(path, layout):
         columns = {name: data[name] for name in RECORD.names or ()}
         h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", columns)
         assert_columns(dataset[()], data)
+
+
+# As NumPy has them in memory: fields with gaps, out of order, over one another, in the other byte
+# order among others, halves, arrays of arrays.
+AS_THEY_LIE = {
+    "gaps": np.dtype({"names": ["p", "q"], "formats": ["i8", "u2"], "offsets": [3, 1]}),
+    "overlapping": np.dtype({"names": ["p", "q"], "formats": ["u8", "u2"], "offsets": [0, 2]}),
+    "byte orders": np.dtype([("p", ">i4"), ("q", "<i4"), ("r", ">f8"), ("s", "f4")]),
+    "halves": np.dtype([("p", "f2"), ("q", "u8", (2, 2))]),
+    "all": RECORD,
+}
+
+
+@pytest.mark.parametrize("dtype", AS_THEY_LIE.values(), ids=list(AS_THEY_LIE))
+@pytest.mark.parametrize("shape", [(), (1,), (7,), (20, 30), (5000,), (2, 0)], ids=str)
+def test_records_are_written_as_their_fields(path, dtype, shape):
+    import h5py
+
+    count = int(np.prod(shape))
+    data = np.zeros(count, dtype)
+    data.view(np.uint8)[:] = np.arange(count * dtype.itemsize) % 61
+    data = data.reshape(shape)
+    packed = np.dtype([(name, dtype[name]) for name in dtype.names])  # no field over another
+    orders = [data, data[::-1], np.asfortranarray(data)] if shape else [data]
+    for ordered in orders:
+        with h5py.File(path, "w") as file:
+            dataset = file.create_dataset("d", shape, packed)
+            h5.H5Dwrite(dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", ordered)
+            assert_columns(dataset[()], ordered)
+
+
+@pytest.mark.parametrize("fields", [[], [("p", "f8", (0,))], [("p", "f8", (0,)), ("q", "i4")]])
+def test_records_without_bytes_are_no_table(path, fields):
+    import h5py
+
+    with h5py.File(path, "w") as file:
+        dataset = file.create_dataset("d", (3,), [("q", "i4")])
+        with pytest.raises(zembra.Error):
+            h5.H5Dwrite(
+                dataset, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", "H5P_DEFAULT", np.zeros(3, fields)
+            )
