@@ -1,7 +1,9 @@
 #include "hdf5/dataset_shields.hpp"
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
+#include <span>
 #include <vector>
 
 #include "hdf5/handle.hpp"
@@ -69,7 +71,46 @@ Case caseOf(hid_t dataset, hid_t space) {
   return selectsPartOf(space, own.get()) ? Case::Harmless : Case::Harmful;
 }
 
+constexpr double kMostChunksCutOff = 0x1p32;
+
+/// In numbers that do not wrap: how many chunks lie, wholly or in part, outside the new extent.
+double chunksCutOff(std::span<const hsize_t> extent, const hsize_t* size, const hsize_t* chunk) {
+  double all = 1;
+  double kept = 1;
+  for (std::size_t i = 0; i < extent.size(); ++i) {
+    const auto chunks = [&](hsize_t length) {
+      return static_cast<double>(length) / static_cast<double>(chunk[i]);
+    };
+    all *= std::ceil(chunks(extent[i]));
+    kept *= size[i] < extent[i] ? std::floor(chunks(size[i])) : std::ceil(chunks(extent[i]));
+  }
+  return all - kept;
+}
+
+bool shrinksForEver(hid_t dataset, const hsize_t* size) {
+  const Space space(H5Dget_space(dataset));
+  Coordinates places{};
+  const int rank = H5Sget_simple_extent_dims(space.get(), places.data(), nullptr);
+  if (rank < 1 || size == nullptr) return false;
+  const std::span extent(places.data(), static_cast<std::size_t>(rank));
+  // Most datasets are far from it, and are not asked for their chunks.
+  Coordinates chunk{};
+  chunk.fill(1);
+  if (chunksCutOff(extent, size, chunk.data()) <= kMostChunksCutOff) return false;
+  const PropertyList list(H5Dget_create_plist(dataset));
+  return H5Pget_layout(list.get()) == H5D_CHUNKED &&
+         H5Pget_chunk(list.get(), rank, chunk.data()) == rank &&
+         chunksCutOff(extent, size, chunk.data()) > kMostChunksCutOff;
+}
+
 }  // namespace
+
+herr_t setExtent(hid_t dataset, const hsize_t* size) {
+  if (shrinksForEver(dataset, size)) {
+    return refuse("H5Dset_extent", "more than 2^32 chunks are cut off, each looked for by itself");
+  }
+  return H5Dset_extent(dataset, size);
+}
 
 herr_t variableLengthSize(hid_t dataset, hid_t type, hid_t space, hsize_t* size) {
   switch (caseOf(dataset, space)) {

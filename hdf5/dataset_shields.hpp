@@ -1,5 +1,5 @@
-// Datasets where HDF5 looks beyond their data: functions of its own form that stand for
-// those of the same purpose.
+// Datasets where HDF5 looks beyond their data, or for ever: functions of its own form that stand
+// for those of the same purpose.
 #pragma once
 
 #include "hdf5/compat.hpp"
@@ -12,5 +12,10 @@ namespace hdf5 {
 /// come, and adds up what lies beyond the extent. Scalars are answered, the rest is
 /// refused.
 herr_t variableLengthSize(hid_t dataset, hid_t type, hid_t space, hsize_t* size);
+
+/// H5Dset_extent. Of a chunked dataset that shrinks HDF5 looks for every chunk that what is cut
+/// off has room for, one after the other, whether it was ever written or not (all). Where these
+/// are more than 2^32, for which it takes three minutes at least, it is refused.
+herr_t setExtent(hid_t dataset, const hsize_t* size);
 
 }  // namespace hdf5

@@ -302,7 +302,7 @@ constexpr Row kDatasetFunctions[] = {
         Form<H5Dopen1,        Identifier,                   LocationId, Name>,
         Form<H5Dopen2,        Identifier,                   LocationId, Name, AccessList>),
     OWN(H5Dread,              read),
-    ROW(H5Dset_extent,        Nothing,                      DatasetAndExtent),
+    CALL(H5Dset_extent,       hdf5::setExtent, Nothing,     DatasetAndExtent),
     CALL(H5Dvlen_get_buf_size, hdf5::variableLengthSize, Outputs<hsize_t>,
                                                             DatasetId, Id<"datatype identifier">,
                                                             SpaceOf),

@@ -181,6 +181,50 @@ TEST(VariableLengthSizesOfBareHdf5, OfAScalarKill) {
   EXPECT_EQ(kills(ask), hdf5::kSince110);  // 1.8 fails
 }
 
+// --- Extents that shrink ---------------------------------------------------------------
+
+constexpr double kManyRows = 0x1p52;
+
+TEST(ShrinkingExtents, OfManyChunksNeverEndInBareHdf5) {
+  const auto shrink = [] {
+    const hsize_t rows = hsize_t{1} << 52;
+    const hsize_t unlimited = H5S_UNLIMITED;
+    const hsize_t one = 1;
+    const hid_t list = H5Pcreate(H5P_DATASET_CREATE);
+    H5Pset_chunk(list, 1, &one);
+    const hid_t dataset =
+        H5Dcreate2(MemoryFile().get(), "d", H5T_NATIVE_INT, H5Screate_simple(1, &rows, &unlimited),
+                   H5P_DEFAULT, list, H5P_DEFAULT);
+    const hid_t first = H5Screate_simple(1, &rows, nullptr);
+    const hsize_t start = 0;
+    H5Sselect_hyperslab(first, H5S_SELECT_SET, &start, nullptr, &one, nullptr);
+    const int value = 1;
+    H5Dwrite(dataset, H5T_NATIVE_INT, H5Screate_simple(1, &one, nullptr), first, H5P_DEFAULT,
+             &value);  // one chunk, so that there is an index of them
+    H5Dset_extent(dataset, &one);
+  };
+  EXPECT_TRUE(kills(shrink));
+}
+
+TEST(ShrinkingExtents, CutOffSoManyChunksAsHdf5LooksForInTime) {
+  const MemoryFile file;
+  const Owned dataset =
+      makeDataset(file, "d", "H5T_NATIVE_INT", makeSpace({4, 4}, row({-1, -1})), chunked({2, 4}));
+  call("H5Dset_extent", dataset, row({kManyRows, 4}));  // growing costs nothing
+  for (const Value& less : {row({3, 4}), row({kManyRows - 0x1p34, 4}), row({kManyRows, 3})}) {
+    expectStack(failureOf("H5Dset_extent", {dataset, less}));
+  }
+  // 2^20 chunks of two rows, of the first of which one stays.
+  call("H5Dset_extent", dataset, row({kManyRows - 0x1p21 + 1, 4}));
+  EXPECT_EQ(numbersOf(call("H5Sget_simple_extent_dims", make("H5Dget_space", dataset))[1]),
+            (Numbers{kManyRows - 0x1p21 + 1, 4}));
+  const Owned large = make("H5Dcreate", file, "large", "H5T_NATIVE_INT",
+                           makeSpace({0x1p30, 0x1p30}, row({-1, -1})), chunked({0x1p15, 0x1p10}));
+  call("H5Dset_extent", large, row({0x1p30, 0x1p30 - 0x1p10}));
+  call("H5Dset_extent", large, row({0x1p30 - 0x1p15, 0x1p30 - 0x1p10}));
+  expectStack(failureOf("H5Dset_extent", {large, 0}));
+}
+
 // --- Offsets of all --------------------------------------------------------------------
 
 TEST(OffsetsOfAll, MoveNothing) {
