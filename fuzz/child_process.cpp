@@ -72,7 +72,8 @@ End inChild(const std::string& folder, unsigned seconds, const std::string& outp
     dup2(file, STDERR_FILENO);
     stayWithinBounds();
     endAfter(seconds);
-    action();
+    // What is thrown ends the child, and does not go on in it as its parent.
+    [&action]() noexcept { action(); }();
     std::exit(0);
   }
   End end;

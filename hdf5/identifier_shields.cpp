@@ -12,14 +12,15 @@ herr_t refuseToClose(const char* function) {
 }  // namespace
 
 bool isLibrarys(hid_t id) {
-  // The library makes its own first, two dozen lists, and a few hundred errors: for others
-  // the number says no without a question.
-  constexpr int kSerialBits = kWideIdentifiers ? 56 : 24;
-  constexpr hid_t kSerial = (hid_t{1} << kSerialBits) - 1;
   // Nobody else makes drivers, whose references the library counts as a script's from 1.12 on.
-  if (id > 0 && id >> kSerialBits == H5I_VFL) return true;
-  const hid_t most = id >> kSerialBits == H5I_GENPROP_LST ? 32 : 1024;
-  return id > 0 && (id & kSerial) < most && H5Iget_ref(id) == 0;
+  constexpr int kSerialBits = kWideIdentifiers ? 56 : 24;
+  return id > 0 && (id >> kSerialBits == H5I_VFL || H5Iget_ref(id) == 0);
+}
+
+herr_t refuseToChange(hid_t id) {
+  return H5Iget_type(id) == H5I_DATATYPE
+             ? refuse("H5Tset", "a datatype of HDF5's own cannot be changed")
+             : refuse("H5Pset", "a list of HDF5's own cannot be changed");
 }
 
 int iterateProperties(hid_t list, int* index, H5P_iterate_t visit, void* data) {
@@ -41,9 +42,18 @@ herr_t closeAnyObject(hid_t object) {
   return closeObject<H5Oclose>(object);
 }
 
+herr_t closeType(hid_t type) {
+  return isLibrarys(type) ? refuseToClose("H5Tclose") : closeObject<H5Tclose>(type);
+}
+
 int decrementReferences(hid_t id) {
   if (isLibrarys(id)) return refuseToClose("H5Idec_ref");
   return releaseReference(id);
+}
+
+int incrementReferences(hid_t id) {
+  if (H5Iget_type(id) == H5I_GENPROP_LST && isLibrarys(id)) return refuseToChange(id);
+  return H5Iinc_ref(id);
 }
 
 }  // namespace hdf5

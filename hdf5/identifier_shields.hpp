@@ -1,7 +1,8 @@
 // The library's own identifiers: classes and default lists, predefined datatypes, drivers,
-// errors. HDF5 lets go of them like of any other, and its own functions find nothing, or
-// freed memory, where they were. Up to 1.14 it refuses only H5Tclose and what changes a
-// predefined datatype.
+// errors, the lists and datatypes of what is open. No function gives them to a script, which can
+// guess them all the same: they are numbered like its own. HDF5 lets go of them, and changes
+// them, like any other, and its own functions find nothing, or freed memory, where they were. Up
+// to 1.14 it refuses only to close or change predefined datatypes.
 #pragma once
 
 #include "hdf5/error_stack.hpp"
@@ -16,20 +17,25 @@ bool isLibrarys(hid_t id);
 /// it is iterated over, it stays open.
 int iterateProperties(hid_t list, int* index, H5P_iterate_t visit, void* data);
 
-/// H5Pclose, H5Pclose_class, H5Oclose and H5Idec_ref.
+/// H5Pclose, H5Pclose_class, H5Oclose, H5Tclose and H5Idec_ref.
 herr_t closeList(hid_t list);
 herr_t closeClass(hid_t listClass);
 herr_t closeAnyObject(hid_t object);
+herr_t closeType(hid_t type);
 int decrementReferences(hid_t id);
+/// H5Iinc_ref. Lists of the library's stay the library's.
+int incrementReferences(hid_t id);
 
-/// `Change`, of lists that are not the library's defaults.
+/// For lists and datatypes that are the library's.
+herr_t refuseToChange(hid_t id);
+
+/// `Change`, of a script's own lists and datatypes.
 template <auto Change>
-struct OfOwnList;
+struct OfOwn;
 template <class... Rest, herr_t (*Change)(hid_t, Rest...)>
-struct OfOwnList<Change> {
-  static herr_t change(hid_t list, Rest... rest) {
-    if (isLibrarys(list)) return refuse("H5Pset", "a default list of HDF5's cannot be changed");
-    return Change(list, rest...);
+struct OfOwn<Change> {
+  static herr_t change(hid_t id, Rest... rest) {
+    return isLibrarys(id) ? refuseToChange(id) : Change(id, rest...);
   }
 };
 

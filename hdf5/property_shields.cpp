@@ -98,7 +98,7 @@ herr_t refuseSzip(const char* function) {
 }  // namespace
 
 herr_t setRawProperty(hid_t list, const char* name, const void* value) {
-  if (isLibrarys(list)) return refuse("H5Pset", "a default list of HDF5's cannot be changed");
+  if (isLibrarys(list)) return refuseToChange(list);
   if (std::ranges::find(kHoldPointers, std::string_view(name)) != std::end(kHoldPointers)) {
     return refuse("H5Pset", "the property holds pointers, identifiers or a structure");
   }

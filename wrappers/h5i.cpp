@@ -20,7 +20,7 @@ constexpr Row kIdentifierFunctions[] = {
     ROW(H5Iget_name,    Unchecked<BufferedText>, ObjectId, Buffer),
     ROW(H5Iget_ref,     Unchecked<Number>,       ObjectId),
     CALL(H5Iget_type, typeOf, Number,            ObjectId),
-    ROW(H5Iinc_ref,     Unchecked<Number>,       ObjectId),
+    CALL(H5Iinc_ref, hdf5::incrementReferences, Unchecked<Number>, ObjectId),
     ROW(H5Iis_valid,    YesNo,                   ObjectId),
 };  // clang-format on
 

@@ -8,7 +8,7 @@
 #include "hdf5/property_shields.hpp"
 #include "host/hdf5_dataset.hpp"
 #include "host/numeric_class.hpp"
-#include "wrappers/list_row.hpp"
+#include "wrappers/own_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -46,7 +46,7 @@ void requireFilter(hid_t list, H5Z_filter_t filter) {
 
 void modifyFilter(Inputs ins, Results& /*outs*/) {
   const auto [list, filter, flags, data] = take<List, Int, Unsigned, Unsigneds>(ins);
-  requireOwnList(list);
+  requireOwn(list);
   if (checked(H5Pget_nfilters(list)) == 0) raise<msg::noFiltersToModify>();
   requireFilter(list, filter);
   checked(hdf5::modifyFilter(list, filter, flags, data.size(), data.data()));
@@ -138,7 +138,7 @@ bool isUndefined(const zbArray* value, hid_t type) {
 
 void setFillValue(Inputs ins, Results& /*outs*/) {
   const auto [list, type, value] = take<List, MemoryTypeId, Any>(ins);
-  requireOwnList(list);
+  requireOwn(list);
   if (isUndefined(value, type)) {
     checked(H5Pset_fill_value(list, type, nullptr));
     return;

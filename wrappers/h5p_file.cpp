@@ -12,7 +12,7 @@
 #include "hdf5/handle.hpp"
 #include "hdf5/property_shields.hpp"
 #include "wrappers/cache_config.hpp"
-#include "wrappers/list_row.hpp"
+#include "wrappers/own_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -221,9 +221,9 @@ constexpr Row kFilePropertyFunctions[] = {
     SET(H5Pset_fapl_family,           Nothing, List, Size, List),
     SHIELDED(H5Pset_fapl_log, setLog, Nothing, List, Text<"logfile">, LogFlags, Size),
     BY_COUNT(H5Pset_fapl_multi,
-        Form<hdf5::OfOwnList<setMultiDefaults>::change,
+        Form<hdf5::OfOwn<setMultiDefaults>::change,
                                       Nothing, List, Relax>,
-        Form<hdf5::OfOwnList<setMulti>::change,
+        Form<hdf5::OfOwn<setMulti>::change,
                                       Nothing, List, At<5, Relax>, At<1, Any>, At<2, Any>,
                                                At<3, Any>, At<4, Any>>),
     SET(H5Pset_fapl_sec2,             Nothing, List),

@@ -2,7 +2,7 @@
 #include <string_view>
 #include <utility>
 
-#include "wrappers/list_row.hpp"
+#include "wrappers/own_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {

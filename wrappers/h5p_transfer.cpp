@@ -3,7 +3,7 @@
 #include <array>
 
 #include "hdf5/property_shields.hpp"
-#include "wrappers/list_row.hpp"
+#include "wrappers/own_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {

@@ -11,7 +11,7 @@
 #include "hdf5/closing.hpp"
 #include "hdf5/type_shields.hpp"
 #include "host/numeric_class.hpp"
-#include "wrappers/row.hpp"
+#include "wrappers/own_row.hpp"
 #include "wrappers/tables.hpp"
 
 namespace h5gate {
@@ -201,6 +201,7 @@ void enumInsert(Inputs ins, Results& /*outs*/) {
   storeLow(number, conversion.nativeSize(), value.data());
   // What is no enumeration HDF5 refuses below.
   if (conversion.possible()) checked(conversion.toBase(value.data()));
+  requireOwn(type);
   checked(H5Tenum_insert(type, name.c_str(), value.data()));
 }
 
@@ -247,7 +248,7 @@ void getMemberValue(Inputs ins, Results& outs) {
 constexpr Row kDatatypeFunctions[] = {
     // clang-format off
     //  name                  gives                    takes
-    CALL(H5Tclose, hdf5::closeObject<H5Tclose>, Nothing, PlainId),
+    CALL(H5Tclose, hdf5::closeType, Nothing, PlainId),
     BY_COUNT(H5Tcommit,
         Form<commit1,         Nothing,                 LocationId, Name, LocationId>,
         Form<commit2,         Nothing,                 LocationId, Name, LocationId, LinkList,
@@ -267,33 +268,33 @@ constexpr Row kDatatypeFunctions[] = {
     BY_COUNT(H5Topen,
         Form<H5Topen1,        Identifier,              LocationId, OpenedName>,
         Form<H5Topen2,        Identifier,              LocationId, OpenedName, AccessList>),
-    CALL(H5Tpack, hdf5::packType, Nothing,             Type),
-    CALL(H5Tset_size, hdf5::setTypeSize, Nothing,      PlainId, SizeOrVariable),
+    SHIELDED(H5Tpack, hdf5::packType, Nothing,         Type),
+    SHIELDED(H5Tset_size, hdf5::setTypeSize, Nothing,  PlainId, SizeOrVariable),
 
     // Atomic datatypes
     OWN(H5Tget_cset,          getCharacterSet),
-    ROW(H5Tset_cset,          Nothing,                 Type, Enum<H5T_cset_t>),
+    SET(H5Tset_cset,          Nothing,                 Type, Enum<H5T_cset_t>),
     ROW(H5Tget_ebias,         Unless<0, Number>,       Type),
-    ROW(H5Tset_ebias,         Nothing,                 Type, StrictSize<"EBIAS">),
+    SET(H5Tset_ebias,         Nothing,                 Type, StrictSize<"EBIAS">),
     ROW(H5Tget_fields,        Outputs<size_t, size_t, size_t, size_t, size_t>,
                                                        Type),
-    ROW(H5Tset_fields,        Nothing,                 Type, Size, Size, Size, Size, Size),
+    SET(H5Tset_fields,        Nothing,                 Type, Size, Size, Size, Size, Size),
     ROW(H5Tget_inpad,         Number,                  Type),
-    ROW(H5Tset_inpad,         Nothing,                 Type, Enum<H5T_pad_t>),
+    SET(H5Tset_inpad,         Nothing,                 Type, Enum<H5T_pad_t>),
     ROW(H5Tget_norm,          Number,                  Type),
-    ROW(H5Tset_norm,          Nothing,                 Type, Enum<H5T_norm_t>),
+    SET(H5Tset_norm,          Nothing,                 Type, Enum<H5T_norm_t>),
     ROW(H5Tget_offset,        Number,                  Type),
-    CALL(H5Tset_offset, hdf5::setTypeOffset, Nothing,  Type, Unsigned),
+    SHIELDED(H5Tset_offset, hdf5::setTypeOffset, Nothing, Type, Unsigned),
     ROW(H5Tget_order,         Number,                  Type),
-    ROW(H5Tset_order,         Nothing,                 Type, Enum<H5T_order_t>),
+    SET(H5Tset_order,         Nothing,                 Type, Enum<H5T_order_t>),
     ROW(H5Tget_pad,           Outputs<H5T_pad_t, H5T_pad_t>, Type),
-    CALL(H5Tset_pad, setPadding, Nothing,              Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>),
+    SHIELDED(H5Tset_pad, setPadding, Nothing,          Type, Enum<H5T_pad_t>, Enum<H5T_pad_t>),
     ROW(H5Tget_precision,     Unless<0, Number>,       Type),
-    ROW(H5Tset_precision,     Nothing,                 Type, StrictSize<"PREC">),
+    SET(H5Tset_precision,     Nothing,                 Type, StrictSize<"PREC">),
     ROW(H5Tget_sign,          Number,                  Type),
-    CALL(H5Tset_sign, setSign, Nothing,                Type, Enum<H5T_sign_t>),
+    SHIELDED(H5Tset_sign, setSign, Nothing,            Type, Enum<H5T_sign_t>),
     ROW(H5Tget_strpad,        Number,                  Type),
-    ROW(H5Tset_strpad,        Nothing,                 Type, Enum<H5T_str_t>),
+    SET(H5Tset_strpad,        Nothing,                 Type, Enum<H5T_str_t>),
 
     // Composite datatypes
     BY_COUNT(H5Tarray_create,
@@ -309,9 +310,9 @@ constexpr Row kDatatypeFunctions[] = {
     ROW(H5Tget_member_name,   AllocatedText,           Type, Unsigned),
     CALL(H5Tget_member_offset, memberOffset, Unchecked<Number>, Type, Unsigned),
     ROW(H5Tget_member_type,   Identifier,              Type, Unsigned),
-    CALL(H5Tinsert, hdf5::insertMember, Nothing,       Type, MemberName, Size, Type),
+    SHIELDED(H5Tinsert, hdf5::insertMember, Nothing,   Type, MemberName, Size, Type),
     ROW(H5Tget_tag,           AllocatedText,           Type),
-    ROW(H5Tset_tag,           Nothing,                 Type, Text<"tag">),
+    SET(H5Tset_tag,           Nothing,                 Type, Text<"tag">),
 
     // Enumerations
     ROW(H5Tenum_create,       Identifier,              Type),

@@ -53,7 +53,7 @@ void tellInnermostFrame(char* name, std::size_t size) {
   static std::array<char, 1 << 16> stack;
   const stack_t other = {stack.data(), 0, stack.size()};
   sigaltstack(&other, nullptr);
-  for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL, SIGALRM}) {
+  for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL, SIGXCPU, SIGALRM}) {
     struct sigaction action {};
     action.sa_handler = tell;
     action.sa_flags = SA_ONSTACK | static_cast<int>(SA_RESETHAND) | SA_NODEFER;

@@ -16,6 +16,7 @@
 #include "tests/unit/lists.hpp"
 #include "tests/unit/memory_file.hpp"
 #include "tests/unit/stored.hpp"
+#include "tests/unit/transfers.hpp"
 
 namespace {
 
@@ -169,6 +170,47 @@ TEST(LibraryIdentifiers, OfDatatypesAndDriversStay) {
   expectStack(failureOf("H5Tclose", {constant("H5T_NATIVE_INT")}));
   expectStack(failureOf("H5Oclose", {constant("H5T_NATIVE_INT")}));
   expectStack(failureOf("H5Tset_size", {constant("H5T_NATIVE_INT"), 2}));
+}
+
+/// Those up to a new one that nobody but the library has: a script can only guess them.
+std::vector<double> hiddenUpTo(const Owned& newest) {
+  constexpr int kSerialBits = hdf5::kWideIdentifiers ? 56 : 24;
+  const hid_t last = hdf5::identifierFromHost(newest.id());
+  std::vector<double> hidden;
+  for (hid_t id = last >> kSerialBits << kSerialBits; id < last; ++id) {
+    if (H5Iget_ref(id) == 0) hidden.push_back(hdf5::identifierToHost(id));
+  }
+  return hidden;
+}
+std::vector<double> hiddenLists() { return hiddenUpTo(makeList("H5P_FILE_ACCESS")); }
+std::vector<double> hiddenTypes() { return hiddenUpTo(make("H5Tcopy", "H5T_NATIVE_INT")); }
+
+TEST(LibraryIdentifiers, OfWhatIsOpenAreLeftToIt) {
+  std::vector<Owned> others;  // with numbers that only a process has that has done something
+  for (int i = 0; i < 40; ++i) others.push_back(makeList("H5P_DATASET_CREATE"));
+  const std::size_t lists = hiddenLists().size();
+  const std::size_t types = hiddenTypes().size();
+  const MemoryFile file;
+  const Owned dataset =
+      makeDataset(file, "d", "H5T_STD_I16BE", makeSpace({3}, row({-1})), chunked({2}));
+  writeAll(dataset, row({1, 2, 3}));
+  EXPECT_GT(hiddenLists().size(), lists);
+  EXPECT_GT(hiddenTypes().size(), types);
+  for (const double list : hiddenLists()) {
+    expectStack(failureOf("H5Pclose", {list}));
+    expectStack(failureOf("H5Pset_chunk", {list, row({5})}));
+    expectStack(failureOf("H5Pset_sizes", {list, 2, 2}));
+    EXPECT_LT(callNumber("H5Iinc_ref", list), 0);
+    EXPECT_LT(callNumber("H5Idec_ref", list), 0);
+  }
+  for (const double type : hiddenTypes()) {
+    expectStack(failureOf("H5Tclose", {type}));
+    expectStack(failureOf("H5Tset_size", {type, 8}));
+    expectStack(failureOf("H5Tset_order", {type, "H5T_ORDER_LE"}));
+    expectStack(failureOf("H5Tset_sign", {type, "H5T_SGN_NONE"}));
+    EXPECT_LT(callNumber("H5Idec_ref", type), 0);
+  }
+  EXPECT_EQ(numbersOf(readAll(dataset)), (Numbers{1, 2, 3}));
 }
 
 TEST(LibraryIdentifiers, GiveUpWhatAScriptAdded) {
