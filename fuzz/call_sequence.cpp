@@ -9,6 +9,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "fuzz/temporary_folder.hpp"
 #include "runtime/call.hpp"
 #include "runtime/host_error.hpp"
 
@@ -202,9 +203,7 @@ Value CallSequence::make(const std::string& function, const Values& arguments) {
 
 void CallSequence::prepare() {
   pools_ = Pools();
-  for (const auto& entry : std::filesystem::directory_iterator(".")) {
-    std::filesystem::remove_all(entry.path());
-  }
+  clearFolder(".");
   prepareLists();
   prepareTypes();
   prepareFiles();

@@ -9,6 +9,14 @@
 
 namespace fuzz {
 
+/// As far as it can be: a process that has too many files open lists none.
+inline void clearFolder(const std::filesystem::path& path) {
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) {
+    std::filesystem::remove_all(entry.path(), ignored);
+  }
+}
+
 class TemporaryFolder {
  public:
   explicit TemporaryFolder(const std::string& prefix) {
@@ -24,12 +32,7 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   [[nodiscard]] std::string path() const { return path_.string(); }
-  void clear() const {
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
-      std::filesystem::remove_all(entry.path(), ignored);
-    }
-  }
+  void clear() const { clearFolder(path_); }
 
  private:
   std::filesystem::path path_;

@@ -1,5 +1,7 @@
 #include "hdf5/type_shields.hpp"
 
+#include <algorithm>
+
 #include "hdf5/allocated_text.hpp"
 
 namespace hdf5 {
@@ -23,6 +25,24 @@ H5T_class_t classOfElements(hid_t type) {
   const H5T_class_t kind = H5Tget_class(type);
   if (kind != H5T_ARRAY && kind != H5T_VLEN) return kind;
   return classOfElements(Type(H5Tget_super(type)).get());
+}
+
+bool isOfVariableLength(hid_t type) {
+  return H5Tget_class(type) == H5T_VLEN || H5Tis_variable_str(type) > 0;
+}
+
+/// Without knowing of which datatype.
+bool packsBits(hid_t list) {
+  for (unsigned i = 0; i < static_cast<unsigned>(std::max(H5Pget_nfilters(list), 0)); ++i) {
+    unsigned flags = 0;
+    unsigned config = 0;
+    std::size_t values = 0;
+    if (H5Pget_filter2(list, i, &flags, &values, nullptr, 0, nullptr, &config) == H5Z_FILTER_NBIT &&
+        values == 0) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -50,7 +70,7 @@ herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t membe
   if (isUncopyable(member)) {
     return refuse("H5Tinsert", "an enumeration without members cannot be a member");
   }
-  return H5Tinsert(compound, name, offset, member);
+  return H5Tinsert(compound, name, offset, Part(member).get());
 }
 
 bool isUnstorable(hid_t type) {
@@ -78,10 +98,18 @@ Type unlockedCopy(hid_t type) {
   return Type(H5Tcommitted(type) == 0 ? H5Tcopy(type) : H5I_INVALID_HID);
 }
 
-bool isCompactElsewhere(hid_t id) {
-  return id != H5P_DEFAULT && H5Iget_type(id) == H5I_GENPROP_LST &&
-         H5Pisa_class(id, H5P_DATASET_CREATE) > 0 && H5Pget_layout(id) == H5D_COMPACT &&
-         H5Pget_external_count(id) > 0;
+const char* whyNoDataset(hid_t type, hid_t list) {
+  if (list == H5P_DEFAULT || H5Iget_type(list) != H5I_GENPROP_LST ||
+      H5Pisa_class(list, H5P_DATASET_CREATE) <= 0) {
+    return nullptr;
+  }
+  if (H5Pget_layout(list) == H5D_COMPACT && H5Pget_external_count(list) > 0) {
+    return "what lies in external files has no compact layout";
+  }
+  if (kSince110 && packsBits(list) && isOfVariableLength(type)) {
+    return "data of variable length have no bits to pack";
+  }
+  return nullptr;
 }
 
 bool isTooLarge(hid_t location, hid_t type) {

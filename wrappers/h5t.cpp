@@ -33,8 +33,8 @@ using AccessList = ObjectList<"datatype access property list">;
 // --- General ---------------------------------------------------------------------
 
 constexpr auto copy = hdf5::OfCopiedType<H5Tcopy>::create;
-constexpr auto createArray1 = hdf5::OfCopiedType<H5Tarray_create1>::create;
-constexpr auto createArray2 = hdf5::OfCopiedType<H5Tarray_create2>::create;
+constexpr auto createArray1 = hdf5::OfCopiedType<hdf5::OfPart<H5Tarray_create1>::create>::create;
+constexpr auto createArray2 = hdf5::OfCopiedType<hdf5::OfPart<H5Tarray_create2>::create>::create;
 constexpr auto commit1 = hdf5::commitType<H5Tcommit1>;
 constexpr auto commit2 = hdf5::commitType<H5Tcommit2, hid_t, hid_t, hid_t>;
 
@@ -104,7 +104,7 @@ hid_t createSequence(hid_t base) {
     case H5T_NO_CLASS: raiseFailed<msg::badVlenSuperTypeCreate>();
     default: raise<msg::badVlenSuperTypeCreate>();
   }
-  return H5Tvlen_create(base);
+  return hdf5::OfPart<H5Tvlen_create>::create(base);
 }
 
 // --- Members ---------------------------------------------------------------------
@@ -315,7 +315,7 @@ constexpr Row kDatatypeFunctions[] = {
     SET(H5Tset_tag,           Nothing,                 Type, Text<"tag">),
 
     // Enumerations
-    ROW(H5Tenum_create,       Identifier,              Type),
+    CALL(H5Tenum_create, hdf5::OfPart<H5Tenum_create>::create, Identifier, Type),
     OWN(H5Tenum_insert,       enumInsert),
     OWN(H5Tenum_nameof,       enumNameOf),
     OWN(H5Tenum_valueof,      enumValueOf),

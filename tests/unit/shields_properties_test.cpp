@@ -114,6 +114,45 @@ TEST(CompactElsewhere, IsRefused) {
       failureOf("H5Dcreate", {file, "d", "H5T_NATIVE_INT", space, kDefault, list, kDefault}));
 }
 
+// --- Bits of what has none ----------------------------------------------------------------
+
+TEST(PackedBits, OfVariableLengthKillHdf5) {
+  const auto store = [] {
+    const hid_t type = H5Tvlen_create(H5T_NATIVE_INT);
+    const hid_t list = H5Pcreate(H5P_DATASET_CREATE);
+    const hsize_t two = 2;
+    H5Pset_chunk(list, 1, &two);
+    H5Pset_nbit(list);
+    H5Pset_alloc_time(list, H5D_ALLOC_TIME_EARLY);
+    H5Dcreate2(MemoryFile().get(), "d", type, H5Screate_simple(1, &two, nullptr), H5P_DEFAULT, list,
+               H5P_DEFAULT);
+  };
+  EXPECT_EQ(kills(store), hdf5::kSince110);  // 1.8 tells the filter that there are none
+}
+
+TEST(PackedBits, OfVariableLengthAreRefused) {
+  const MemoryFile file;
+  const Owned list = chunked({2});
+  call("H5Pset_nbit", list);
+  const Owned space = makeSpace({3});
+  const Owned text = make("H5Tcopy", "H5T_C_S1");
+  call("H5Tset_size", text, "H5T_VARIABLE");
+  const Owned sequence = make("H5Tvlen_create", "H5T_STD_I32LE");
+  for (const Owned* type : {&text, &sequence}) {
+    if (!hdf5::kSince110) {
+      make("H5Dcreate", file, std::to_string(type->id()), *type, space, list);
+      continue;
+    }
+    expectStack(failureOf("H5Dcreate", {file, "d", *type, space, list}));
+    expectStack(failureOf("H5Dcreate", {file, "d", *type, space, kDefault, list, kDefault}));
+  }
+  const Owned fixed = make("H5Dcreate", file, "fixed", "H5T_STD_I32LE", space, list);
+  writeAll(fixed, row({1, 2, 3}));
+  EXPECT_EQ(numbersOf(readAll(fixed)), (Numbers{1, 2, 3}));
+  const Owned unpacked = makeDataset(file, "unpacked", text, space, chunked({2}));
+  writeAll(unpacked, cell({h5test::text("a"), h5test::text("b"), h5test::text("c")}));
+}
+
 // --- The library's own identifiers ---------------------------------------------------
 
 TEST(LibraryIdentifiers, KillHdf5WhenTheyAreGivenUp) {

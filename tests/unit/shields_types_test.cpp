@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -143,6 +144,38 @@ TEST(VaxOrder, IsStoredOfFloats) {
   const Owned stored = make("H5Topen", file, "t");
   // 1.14 has the data right and tells the order wrong.
   EXPECT_EQ(callNumber("H5Tget_order", stored), hdf5::kSince112 ? H5T_ORDER_BE : H5T_ORDER_VAX);
+}
+
+// --- Committed datatypes in others ----------------------------------------------------------
+
+std::vector<Owned> typesOfCommitted(const MemoryFile& file) {
+  const Owned base = make("H5Tcopy", "H5T_STD_I16LE");
+  call("H5Tcommit", file, "type", base);
+  EXPECT_EQ(callNumber("H5Tcommitted", base), 1);
+  std::vector<Owned> types;
+  types.push_back(make("H5Tarray_create", base, row({2})));
+  types.push_back(make("H5Tarray_create", base, 1, row({2}), empty()));
+  types.push_back(make("H5Tvlen_create", base));
+  types.push_back(make("H5Tenum_create", base));
+  types.push_back(make("H5Tcreate", "H5T_COMPOUND", 2));
+  call("H5Tinsert", types.back(), "member", 0, base);
+  return types;
+}
+
+TEST(CommittedTypes, AreCopiedIntoOthers) {
+  for (const bool stays : {true, false}) {
+    std::optional<MemoryFile> file(std::in_place);
+    const std::vector<Owned> types = typesOfCommitted(*file);
+    if (!stays) file.reset();
+    for (const Owned& type : types) {
+      const bool isCompound = H5Tget_class(hdf5Id(type.id())) == H5T_COMPOUND;
+      const Owned part =
+          isCompound ? make("H5Tget_member_type", type, 0) : make("H5Tget_super", type);
+      EXPECT_EQ(callNumber("H5Tcommitted", part), 0);
+      EXPECT_EQ(callNumber("H5Tget_size", part), 2);
+      expectLibraryError("H5Iget_file_id", part);
+    }
+  }
 }
 
 // --- Locked datatypes --------------------------------------------------------------------
