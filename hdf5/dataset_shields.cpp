@@ -71,6 +71,15 @@ Case caseOf(hid_t dataset, hid_t space) {
   return selectsPartOf(space, own.get()) ? Case::Harmless : Case::Harmful;
 }
 
+/// The last of the selected places counted on from the first element, as far as it can be.
+double lastPlace(const Coordinates& end, const Coordinates& extent, int rank) {
+  double place = 0;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(rank); ++i) {
+    place = place * static_cast<double>(extent[i]) + static_cast<double>(end[i]);
+  }
+  return place;
+}
+
 constexpr double kMostChunksCutOff = 0x1p32;
 
 /// In numbers that do not wrap: how many chunks lie, wholly or in part, outside the new extent.
@@ -104,6 +113,31 @@ bool shrinksForEver(hid_t dataset, const hsize_t* size) {
 }
 
 }  // namespace
+
+const char* whyNotSelected(hid_t dataset, hid_t fileSpace) {
+  const Space own(H5Dget_space(dataset));
+  if (H5Sextent_equal(own.get(), fileSpace) > 0 || H5Sget_select_npoints(fileSpace) <= 0) {
+    return nullptr;
+  }
+  Coordinates extent{};
+  const int rank = H5Sget_simple_extent_dims(fileSpace, extent.data(), nullptr);
+  Coordinates start{};
+  Coordinates end{};
+  if (rank > 0 && H5Sget_select_bounds(fileSpace, start.data(), end.data()) < 0) return nullptr;
+  const H5D_layout_t layout = H5Pget_layout(PropertyList(H5Dget_create_plist(dataset)).get());
+  if (layout != H5D_CHUNKED) {
+    const auto points = static_cast<double>(H5Sget_simple_extent_npoints(own.get()));
+    // Without elements there is no storage, which HDF5 sees for itself.
+    const bool sees = points == 0 && layout == H5D_CONTIGUOUS;
+    return sees || lastPlace(end, extent, rank) < points ? nullptr
+                                                         : "the file selection leaves the dataset";
+  }
+  if (rank != H5Sget_simple_extent_ndims(own.get())) {
+    return "the file space has another rank than the chunked dataset";
+  }
+  H5Sget_simple_extent_dims(own.get(), extent.data(), nullptr);
+  return liesWithin(fileSpace, extent, rank) ? nullptr : "the file selection leaves the dataset";
+}
 
 herr_t setExtent(hid_t dataset, const hsize_t* size) {
   if (shrinksForEver(dataset, size)) {

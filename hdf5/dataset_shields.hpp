@@ -13,6 +13,13 @@ namespace hdf5 {
 /// refused.
 herr_t variableLengthSize(hid_t dataset, hid_t type, hid_t space, hsize_t* size);
 
+/// Why the file space of a transfer selects what is not the dataset's; null where it does not.
+/// HDF5 holds the selection against the extent of that space only, and takes it that the dataset
+/// has the same one. Among chunks it looks by the dataset's rank, and finds no end in a space of
+/// another one; chunks beyond the extent it makes. Elsewhere it counts on from the first element,
+/// into what comes behind the data: other parts of the file, or of the memory of the process.
+const char* whyNotSelected(hid_t dataset, hid_t fileSpace);
+
 /// H5Dset_extent. Of a chunked dataset that shrinks HDF5 looks for every chunk that what is cut
 /// off has room for, one after the other, whether it was ever written or not (all). Where these
 /// are more than 2^32, for which it takes three minutes at least, it is refused.

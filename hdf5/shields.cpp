@@ -57,15 +57,6 @@ herr_t leaveAllInPlace(hid_t space) {
   return H5Soffset_simple(space, kNone.data());
 }
 
-bool rankSuits(hid_t dataset, hid_t fileSpace) {
-  const Space own(H5Dget_space(dataset));
-  if (H5Sget_simple_extent_type(fileSpace) == H5S_NULL ||
-      H5Sget_simple_extent_ndims(fileSpace) == H5Sget_simple_extent_ndims(own.get())) {
-    return true;
-  }
-  return H5Pget_layout(PropertyList(H5Dget_create_plist(dataset)).get()) != H5D_CHUNKED;
-}
-
 herr_t setExtentNone(hid_t space) {
   if constexpr (!kSince110) {
     Space null(H5Screate(H5S_NULL));

@@ -20,10 +20,6 @@ bool selectionFits(hid_t space);
 /// and reads and writes outside of memory: the space is to have none.
 herr_t leaveAllInPlace(hid_t space);
 
-/// Whether HDF5 can look for the file space's selection among the dataset's chunks: it
-/// does so by the dataset's rank, and finds no end in a space of another one.
-bool rankSuits(hid_t dataset, hid_t fileSpace);
-
 /// H5Sset_extent_none. 1.8 keeps the rank and the number of points of the extent that it
 /// gives up, and whatever asks for its sizes follows null pointers.
 herr_t setExtentNone(hid_t space);

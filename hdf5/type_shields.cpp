@@ -73,24 +73,28 @@ herr_t insertMember(hid_t compound, const char* name, size_t offset, hid_t membe
   return H5Tinsert(compound, name, offset, Part(member).get());
 }
 
-bool isUnstorable(hid_t type) {
+const char* whyUnstorable(hid_t type) {
+  constexpr std::size_t kLargest = 0xffffffff;
+  if (H5Tget_size(type) > kLargest) return "a file has four bytes for the size of a datatype";
   switch (H5Tget_class(type)) {
     case H5T_INTEGER:
     case H5T_BITFIELD:
-    case H5T_TIME: return H5Tget_order(type) == H5T_ORDER_VAX;
+    case H5T_TIME:
+      return H5Tget_order(type) == H5T_ORDER_VAX
+                 ? "a file has no VAX byte order for other numbers than floats"
+                 : nullptr;
     case H5T_ENUM:
     case H5T_ARRAY:
-    case H5T_VLEN: return isUnstorable(Type(H5Tget_super(type)).get());
+    case H5T_VLEN: return whyUnstorable(Type(H5Tget_super(type)).get());
     case H5T_COMPOUND: {
       const int members = H5Tget_nmembers(type);
       for (int i = 0; i < members; ++i) {
-        if (isUnstorable(Type(H5Tget_member_type(type, static_cast<unsigned>(i))).get())) {
-          return true;
-        }
+        const Type member(H5Tget_member_type(type, static_cast<unsigned>(i)));
+        if (const char* reason = whyUnstorable(member.get())) return reason;
       }
-      return false;
+      return nullptr;
     }
-    default: return false;
+    default: return nullptr;
   }
 }
 

@@ -28,6 +28,13 @@ class Part {
  public:
   explicit Part(hid_t type)
       : type_(type), copy_(H5Tcommitted(type) > 0 ? H5Tcopy(type) : H5I_INVALID_HID) {}
+  ~Part() {
+    if (!copy_.valid()) return;
+    const KeepErrorStack keep;
+    copy_.close();
+  }
+  Part(const Part&) = delete;
+  Part& operator=(const Part&) = delete;
   [[nodiscard]] hid_t get() const { return copy_.valid() ? copy_.get() : type_; }
 
  private:
@@ -56,9 +63,9 @@ struct OfCopiedType<Create> {
   }
 };
 
-/// Whether the file format has no word for some part of the datatype: numbers that are no
-/// floats in the byte order of a VAX.
-bool isUnstorable(hid_t type);
+/// For what part of the datatype the file format has no word: numbers that are no floats in the
+/// byte order of a VAX, sizes of more than four bytes. Null where it has.
+const char* whyUnstorable(hid_t type);
 
 /// H5Dcreate, H5Acreate and H5Tcommit, whichever `Create` is. HDF5 finds out that a
 /// datatype cannot be stored when it closes the file: every release then loses the file,
@@ -68,9 +75,7 @@ struct OfStorableType;
 template <class Answer, class... Rest, Answer (*Create)(hid_t, const char*, hid_t, Rest...)>
 struct OfStorableType<Create> {
   static Answer create(hid_t location, const char* name, hid_t type, Rest... rest) {
-    if (isUnstorable(type)) {
-      return refuse("H5Tencode", "a file has no VAX byte order for other numbers than floats");
-    }
+    if (const char* reason = whyUnstorable(type)) return refuse("H5Tencode", reason);
     if (isUncopyable(type)) {
       return refuse("H5Tcopy", "an enumeration without members cannot be copied");
     }

@@ -129,6 +129,10 @@ void fill(Inputs ins, Results& outs) {
                   "the fill value has fewer bytes than its datatype");
   requireElements(filled, H5Sget_simple_extent_npoints(space), bufferType,
                   "the buffer has fewer bytes than the dataspace needs in its datatype");
+  // Without an extent, HDF5 fills as many elements as there were before it was given up.
+  if (H5Sget_simple_extent_type(space) == H5S_NO_CLASS) {
+    raiseRefusal("H5Dfill", "the dataspace has no extent");
+  }
   if (!hdf5::selectionFits(space)) raiseRefusal("H5Dfill", "the selection leaves the extent");
   checked(H5Dfill(zbGetData(value), valueType, zbGetWritableData(filled), bufferType, space));
   outs.give(filled);
@@ -149,8 +153,9 @@ class TransferSpaces {
     if (!hdf5::selectionFits(file.get())) {
       raiseRefusal(function, "the file selection leaves the extent");
     }
-    if (givenFile != H5S_ALL && !hdf5::rankSuits(dataset, file.get())) {
-      raiseRefusal(function, "the file space has another rank than the chunked dataset");
+    if (givenFile != H5S_ALL) {
+      const char* reason = hdf5::whyNotSelected(dataset, file.get());
+      if (reason != nullptr) raiseRefusal(function, reason);
     }
     if (!hdf5::selectionFits(memory.get())) {
       raiseRefusal(function, "the memory selection leaves the extent");

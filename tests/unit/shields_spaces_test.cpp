@@ -181,6 +181,88 @@ TEST(VariableLengthSizesOfBareHdf5, OfAScalarKill) {
   EXPECT_EQ(kills(ask), hdf5::kSince110);  // 1.8 fails
 }
 
+// --- File spaces that are not the dataset's -------------------------------------------------
+
+TEST(ForeignSpaces, KillHdf5WhereTheDataAreInMemory) {
+  const auto read = [] {
+    const hid_t list = H5Pcreate(H5P_DATASET_CREATE);
+    H5Pset_layout(list, H5D_COMPACT);
+    const hid_t dataset = H5Dcreate2(MemoryFile().get(), "d", H5T_NATIVE_INT, H5Screate(H5S_NULL),
+                                     H5P_DEFAULT, list, H5P_DEFAULT);
+    int value = 0;
+    const hid_t scalar = H5Screate(H5S_SCALAR);
+    H5Dread(dataset, H5T_NATIVE_INT, scalar, scalar, H5P_DEFAULT, &value);
+  };
+  EXPECT_TRUE(kills(read));
+}
+
+Owned withLayout(const char* layout) {
+  Owned list = makeList("H5P_DATASET_CREATE");
+  call("H5Pset_layout", list, layout);
+  return list;
+}
+
+void expectNoTransfer(const Owned& dataset, const Owned& space) {
+  const std::size_t points = static_cast<std::size_t>(callNumber("H5Sget_select_npoints", space));
+  expectStack(failureOf("H5Dread", {dataset, "H5ZB_DEFAULT", "H5S_ALL", space, kDefault}));
+  expectStack(failureOf(
+      "H5Dwrite", {dataset, "H5ZB_DEFAULT", "H5S_ALL", space, kDefault, row(Numbers(points, 7))}));
+}
+
+TEST(ForeignSpaces, ReachNothingBehindTheData) {
+  const MemoryFile file;
+  for (const char* layout : {"H5D_COMPACT", "H5D_CONTIGUOUS"}) {
+    const Owned list = withLayout(layout);
+    const std::string name = layout;
+    const Owned before =
+        make("H5Dcreate", file, name + "1", "H5T_STD_I32LE", makeSpace({2, 3}), list);
+    const Owned behind = make("H5Dcreate", file, name + "2", "H5T_STD_I32LE", makeSpace({6}), list);
+    writeAll(behind, row({1, 2, 3, 4, 5, 6}));
+    writeAll(before, matrix(3, 2, {1, 2, 3, 4, 5, 6}));
+    expectNoTransfer(before, makeSpace({7}));
+    expectNoTransfer(before, makeSpace({1000}));
+    expectNoTransfer(before, makeSpace({3, 3}));
+    expectNoTransfer(before, makeSpace({2, 4}));
+    const Owned moved = makeSpace({100});  // to the last of them, and behind it
+    call("H5Sselect_elements", moved, "H5S_SELECT_SET", row({5}));
+    EXPECT_EQ(numbersOf(readFrom(before, scalarSpace(), moved)), Numbers{6});
+    call("H5Soffset_simple", moved, row({1}));
+    expectNoTransfer(before, moved);
+    EXPECT_EQ(numbersOf(readFrom(before, kAll, makeSpace({6}))).size(), 6U);
+    EXPECT_EQ(numbersOf(readAll(behind)), (Numbers{1, 2, 3, 4, 5, 6}));
+  }
+}
+
+TEST(ForeignSpaces, MakeNoChunksBeyondTheExtent) {
+  const MemoryFile file;
+  const Owned dataset =
+      makeDataset(file, "d", "H5T_STD_I32LE", makeSpace({4}, row({-1})), chunked({2}));
+  writeAll(dataset, row({1, 2, 3, 4}));
+  expectNoTransfer(dataset, makeSpace({5}));
+  expectNoTransfer(dataset, makeSpace({2, 2}));
+  const Owned old = make("H5Dget_space", dataset);
+  call("H5Dset_extent", dataset, 6);
+  EXPECT_EQ(numbersOf(readFrom(dataset, kAll, old)), (Numbers{1, 2, 3, 4}));
+  call("H5Dset_extent", dataset, 2);
+  expectNoTransfer(dataset, old);
+}
+
+TEST(ForeignSpaces, OfDatasetsWithoutElementsReachNone) {
+  const MemoryFile file;
+  const Owned contiguous = makeDataset(file, "contiguous", "H5T_STD_I32LE", nullSpace());
+  EXPECT_EQ(zbGetNumberOfElements(readFrom(contiguous, scalarSpace(), scalarSpace()).get()), 0U);
+  const Owned compact =
+      make("H5Dcreate", file, "compact", "H5T_STD_I32LE", nullSpace(), withLayout("H5D_COMPACT"));
+  expectNoTransfer(compact, scalarSpace());
+}
+
+TEST(SpacesWithoutExtent, FillNothing) {
+  const Owned space = makeSpace({3, 4});
+  call("H5Sset_extent_none", space);
+  const Owned type = make("H5Tcopy", "H5T_NATIVE_DOUBLE");
+  expectStack(failureOf("H5Dfill", {7, type, 0, type, space}));
+}
+
 // --- Extents that shrink ---------------------------------------------------------------
 
 constexpr double kManyRows = 0x1p52;

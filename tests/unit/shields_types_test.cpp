@@ -146,6 +146,25 @@ TEST(VaxOrder, IsStoredOfFloats) {
   EXPECT_EQ(callNumber("H5Tget_order", stored), hdf5::kSince112 ? H5T_ORDER_BE : H5T_ORDER_VAX);
 }
 
+// --- Sizes that no file has a word for ---------------------------------------------------
+
+TEST(LargeTypes, AreNotStored) {
+  const MemoryFile file;
+  const Owned text = make("H5Tcopy", "H5T_C_S1");
+  call("H5Tset_size", text, 0x1p32);
+  const Owned opaque = make("H5Tcreate", "H5T_OPAQUE", 0x1p40);
+  const Owned compound = make("H5Tcreate", "H5T_COMPOUND", 0x1p33);
+  call("H5Tinsert", compound, "a", 0, "H5T_NATIVE_INT");
+  for (const Owned* type : {&text, &opaque, &compound}) {
+    expectStack(failureOf("H5Tcommit", {file, "type", *type}));
+    expectStack(failureOf("H5Dcreate", {file, "d", *type, scalarSpace(), kDefault}));
+    expectStack(failureOf("H5Acreate", {file, "a", *type, scalarSpace(), kDefault}));
+  }
+  EXPECT_EQ(callNumber("H5Gget_num_objs", file), 0);
+  call("H5Tset_size", text, 0x1p32 - 1);
+  call("H5Tcommit", file, "type", text);
+}
+
 // --- Committed datatypes in others ----------------------------------------------------------
 
 std::vector<Owned> typesOfCommitted(const MemoryFile& file) {
