@@ -129,9 +129,9 @@ void fill(Inputs ins, Results& outs) {
                   "the fill value has fewer bytes than its datatype");
   requireElements(filled, H5Sget_simple_extent_npoints(space), bufferType,
                   "the buffer has fewer bytes than the dataspace needs in its datatype");
-  // Without an extent, HDF5 fills as many elements as there were before it was given up.
-  if (H5Sget_simple_extent_type(space) == H5S_NO_CLASS) {
-    raiseRefusal("H5Dfill", "the dataspace has no extent");
+  // Of an extent that was given up, as many elements are still selected as there were.
+  if (H5Sget_select_npoints(space) > H5Sget_simple_extent_npoints(space)) {
+    raiseRefusal("H5Dfill", "more is selected than the extent has");
   }
   if (!hdf5::selectionFits(space)) raiseRefusal("H5Dfill", "the selection leaves the extent");
   checked(H5Dfill(zbGetData(value), valueType, zbGetWritableData(filled), bufferType, space));
