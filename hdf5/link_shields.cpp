@@ -12,16 +12,6 @@ namespace {
 
 using Object = Handle<H5Oclose>;
 
-/// Fails with a record where the name leads to something else.
-bool leadsToGroup(const char* function, hid_t location, const char* name, hid_t accessList) {
-  Object object(H5Oopen(location, name, accessList));
-  if (!object.valid()) return false;
-  const bool group = H5Iget_type(object.get()) == H5I_GROUP;
-  object.close();
-  if (!group) refuse(function, "the name does not lead to a group");
-  return group;
-}
-
 /// A group whose link was deleted has no path any more.
 bool isNameless(hid_t location) {
   return H5Iget_type(location) == H5I_GROUP && H5Iget_name(location, nullptr, 0) == 0;
@@ -51,6 +41,15 @@ herr_t closeBehind(herr_t status, Object& group) {
 hid_t orSame(hid_t location, hid_t other) { return location == H5G_SAME_LOC ? other : location; }
 
 }  // namespace
+
+bool leadsToGroup(const char* function, hid_t location, const char* name, hid_t accessList) {
+  Object object(H5Oopen(location, name, accessList));
+  if (!object.valid()) return false;
+  const bool group = H5Iget_type(object.get()) == H5I_GROUP;
+  object.close();
+  if (!group) refuse(function, "the name does not lead to a group");
+  return group;
+}
 
 herr_t visitLinksOf(hid_t group, H5_index_t index, H5_iter_order_t order, VisitLink visit,
                     void* data) {
@@ -117,11 +116,6 @@ H5G_obj_t typeByIndex(hid_t location, hsize_t position) {
     if (info.type != H5L_TYPE_HARD) return H5G_UDLINK;
   }
   return H5Gget_objtype_by_idx(location, position);
-}
-
-herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList) {
-  if (!leadsToGroup("H5Fmount", location, name, H5P_DEFAULT)) return -1;
-  return H5Fmount(location, name, child, mountList);
 }
 
 }  // namespace hdf5

@@ -37,8 +37,7 @@ hid_t createGroup(hid_t location, const char* name, size_t sizeHint);
 /// H5Gget_objtype_by_idx. Later releases say of a soft link what it leads to.
 H5G_obj_t typeByIndex(hid_t location, hsize_t position);
 
-/// H5Fmount. 1.8 mounts on whatever has a name, and does not survive the end of the
-/// library then; 1.10 mounts on whatever is open, and the library does not open again.
-herr_t mount(hid_t location, const char* name, hid_t child, hid_t mountList);
+/// Whether the name leads to a group; otherwise there is a record that says so of `function`.
+bool leadsToGroup(const char* function, hid_t location, const char* name, hid_t accessList);
 
 }  // namespace hdf5

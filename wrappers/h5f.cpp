@@ -9,7 +9,7 @@
 #include "hdf5/closing.hpp"
 #include "hdf5/family_shields.hpp"
 #include "hdf5/file_shields.hpp"
-#include "hdf5/link_shields.hpp"
+#include "hdf5/mount_shields.hpp"
 #include "wrappers/cache_config.hpp"
 #include "wrappers/row.hpp"
 #include "wrappers/tables.hpp"
@@ -120,7 +120,7 @@ constexpr Row kFileFunctions[] = {
                                                                     AccessList),
     ROW(H5Freopen,           Identifier,                            FileId),
     ROW(H5Fset_mdc_config,   Nothing,                               FileId, CacheConfig),
-    ROW(H5Funmount,          Nothing,                               FileId, MountPoint),
+    CALL(H5Funmount, hdf5::unmount, Nothing,                         FileId, MountPoint),
 };  // clang-format on
 
 }  // namespace

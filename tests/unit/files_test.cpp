@@ -10,6 +10,7 @@
 
 #include "hdf5/compat.hpp"
 #include "hdf5/handle.hpp"
+#include "tests/unit/bare_hdf5.hpp"
 #include "tests/unit/complaints.hpp"
 #include "tests/unit/files.hpp"
 #include "tests/unit/limits.hpp"
@@ -424,6 +425,42 @@ TEST(Mounting, TakesAListOfItsClass) {
   expectLibraryError("H5Fmount", parent, "point", child, "H5P_FILE_MOUNT");
   expectLibraryError("H5Fmount", parent, "absent", child, kDefault);
   expectLibraryError("H5Fmount", parent, "point", parent, kDefault);
+}
+
+TEST(Mounting, InCirclesKillsHdf5) {
+  const auto mountInCircles = [] {
+    const MemoryFile outer, inner;
+    makeGroup(outer, "point");
+    makeGroup(inner, "point");
+    const hid_t innerAgain = H5Freopen(inner.get());
+    H5Fmount(outer.get(), "point", inner.get(), H5P_DEFAULT);
+    H5Fmount(innerAgain, "point", H5Freopen(outer.get()), H5P_DEFAULT);
+    H5Fget_obj_count(outer.get(), H5F_OBJ_ALL);
+    H5Fflush(outer.get(), H5F_SCOPE_GLOBAL);
+  };
+  EXPECT_TRUE(kills(mountInCircles));
+}
+
+TEST(Mounting, MakesNoCircles) {
+  const MemoryFile outer, inner, innermost;
+  for (const MemoryFile* file : {&outer, &inner, &innermost}) makeGroup(*file, "point");
+  makeGroup(outer, "other");
+  call("H5Fmount", outer, "point", inner, kDefault);
+  call("H5Fmount", inner, "point", innermost, kDefault);
+  for (const MemoryFile* file : {&inner, &innermost}) {
+    const Owned again = make("H5Freopen", *file);  // which nothing says is mounted
+    const Owned outerAgain = make("H5Freopen", outer);
+    makeGroup(again, "other");
+    expectLibraryError("H5Fmount", again, "other", outerAgain, kDefault);
+  }
+  // One file in two places is no circle; nor is the other way round, once it has been taken out.
+  const Owned twice = make("H5Freopen", innermost);
+  call("H5Fmount", outer, "other", twice, kDefault);
+  call("H5Funmount", outer, "other");
+  call("H5Funmount", inner, "point");
+  call("H5Funmount", outer, "point");
+  call("H5Fmount", inner, "point", outer, kDefault);
+  call("H5Funmount", inner, "point");
 }
 
 TEST(Mounting, TakesGroupsOnly) {
