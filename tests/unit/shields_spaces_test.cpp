@@ -260,7 +260,11 @@ TEST(SpacesWithoutExtent, FillNothing) {
   const Owned space = makeSpace({3, 4});
   call("H5Sset_extent_none", space);
   const Owned type = make("H5Tcopy", "H5T_NATIVE_DOUBLE");
-  expectStack(failureOf("H5Dfill", {7, type, 0, type, space}));
+  if (hdf5::kSince110) {
+    expectStack(failureOf("H5Dfill", {7, type, 0, type, space}));
+  } else {  // which has no answer where there is no extent
+    expectRaises("failureToRetrieveDataspace", {}, "H5Dfill", 7, type, 0, type, space);
+  }
 }
 
 // --- Extents that shrink ---------------------------------------------------------------
