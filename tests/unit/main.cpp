@@ -29,7 +29,8 @@ class LeakCheck : public testing::EmptyTestEventListener {
 
 /// Keys that no call can raise, and why.
 const std::map<std::string_view, const char*> kUnreachable = {
-    {"failureToRetrieveDataspace", "a dataspace that gives its rank gives its extents too"},
+    {hdf5::kSince110 ? "failureToRetrieveDataspace" : "",
+     "a dataspace that gives its rank gives its extents too; 1.8 may have none"},
     {"inputArrayNotChar", "the entry point looks at the class of the name before it converts it"},
     {"unrecognizedReferenceType", "the enumeration of reference types has only the two known ones"},
     {"resizeFailure", "rows times columns are as many elements as the array was made with"},
