@@ -5,6 +5,7 @@
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make sanitize-threads  compressed chunks and tables under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
+#   make threads     two and eight threads of everything, alone and beside h5py's, SECONDS each
 #   make nested      3,000 datatypes within each other, written and read back
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
 #                    mutated files
@@ -31,7 +32,7 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test nested test-releases bench sanitize sanitize-threads fuzz \
+.PHONY: setup build demo docs test threads nested test-releases bench sanitize sanitize-threads fuzz \
   fuzz-guided faults lint format install uninstall deb clean
 
 setup:
@@ -58,6 +59,12 @@ test:
 
 nested: build
 	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
+
+# Another time for each: SECONDS=60
+SECONDS ?= 10
+threads: build
+	H5GATE_THREAD_SECONDS=$(SECONDS) PYTHONPATH=build/python $(PYTHON) -m pytest -k at_work \
+	  tests/scripts/test_threads.py
 
 bench:
 	@tools/setup.sh bench

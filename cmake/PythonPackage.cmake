@@ -27,6 +27,7 @@ set_target_properties(_zembra PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   INTERPROCEDURAL_OPTIMIZATION_RELEASE ON
+  UNITY_BUILD ${H5GATE_UNITY}
   LIBRARY_OUTPUT_DIRECTORY "${package_dir}"
   INSTALL_RPATH "$ORIGIN/${to_libraries};${hdf5_run_path}")
 target_compile_options(_zembra PRIVATE -ftls-model=initial-exec)  # as in libzembra

@@ -6,8 +6,10 @@ file(GLOB unit_test_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/unit/
 add_executable(h5gate_tests ${unit_test_sources})
 target_link_libraries(h5gate_tests PRIVATE
   h5gate_objects zembra GTest::gtest GTest::gmock)
-# They run for seconds and compile for minutes: without an optimiser in half the time.
-target_compile_options(h5gate_tests PRIVATE -O0)
+# They run for seconds and compile for minutes: without an optimiser in half the time, and
+# with no more than lines for debuggers, which is half of what sanitizers take.
+target_compile_options(h5gate_tests PRIVATE -O0 $<$<CONFIG:Debug>:-g1>)
+set_target_properties(h5gate_tests PROPERTIES UNITY_BUILD ${H5GATE_UNITY})
 add_dependencies(h5gate_tests h5gate)  # whose exports a test inspects
 
 add_test(NAME unit COMMAND h5gate_tests --gtest_brief=1
@@ -31,6 +33,7 @@ if(NOT H5GATE_SANITIZE)
   target_compile_options(chunks_and_threads PUBLIC -fsanitize=thread -g -O1)
   target_link_options(chunks_and_threads PUBLIC -fsanitize=thread)
 endif()
+set_target_properties(tables_at_work PROPERTIES UNITY_BUILD ${H5GATE_UNITY})
 target_link_libraries(chunks_at_work PRIVATE chunks_and_threads)
 target_link_libraries(tables_at_work PRIVATE chunks_and_threads)
 

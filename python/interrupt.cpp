@@ -5,22 +5,22 @@
 namespace zembra::python {
 namespace {
 
-thread_local InterruptScope* innermost = nullptr;
+thread_local InterruptScope* innermostScope = nullptr;
 
 }  // namespace
 
-InterruptScope::InterruptScope() : outer_(std::exchange(innermost, this)) {}
-InterruptScope::~InterruptScope() { innermost = outer_; }
+InterruptScope::InterruptScope() : outer_(std::exchange(innermostScope, this)) {}
+InterruptScope::~InterruptScope() { innermostScope = outer_; }
 
 PythonException InterruptScope::takePending() {
   PythonException exception = PythonException::pending();
   const bool ordinary = PyErr_GivenExceptionMatches(exception.object(), PyExc_Exception) != 0;
-  if (innermost != nullptr && !ordinary) innermost->noted_ = exception;
+  if (innermostScope != nullptr && !ordinary) innermostScope->noted_ = exception;
   return exception;
 }
 
 void InterruptScope::throwIfNoted() {
-  if (innermost != nullptr) innermost->end();
+  if (innermostScope != nullptr) innermostScope->end();
 }
 
 void InterruptScope::end() const {

@@ -14,7 +14,7 @@ rm -rf "$reports"
 mkdir -p "$reports/unit" "$reports/python"
 
 cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DH5GATE_TESTS=ON \
-  -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "$@"
+  -DH5GATE_UNITY=ON -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "$@"
 cmake --build "$folder"
 
 failed=0

@@ -15,6 +15,9 @@ from zembra import h5
 
 _open_ids = OpenIds()
 
+# Hundreds of processes import NumPy and compute nothing: no threads for its linear algebra.
+os.environ.setdefault("OPENBLAS_NUM_THREADS", "1")
+
 
 @pytest.fixture
 def open_ids():

@@ -1,13 +1,15 @@
-"""Writes a file, lets there be no room for it, and makes room again; a process of its own.
+"""Writes files, lets there be no room for them, and makes room again; a process of its own.
 
-    full_disk.py limit|disk FOLDER KIND HOW
+    full_disk.py limit|disk FOLDER KEPT KIND HOW...
 
 There is no room because of a limit of the process, or because the folder's disk is full.
-KIND is what is written, HOW the call that is to fail; `exit` leaves everything open. Prints
-what failed; FOLDER/file.h5 is what a reader is to look at.
+KIND is what is written, HOW the call that is to fail, one after the other; `exit` leaves
+everything open. Prints what failed; a reader is to look at what stands in the folder KEPT
+then, where kept() says.
 """
 
 import resource
+import shutil
 import sys
 from pathlib import Path
 
@@ -119,8 +121,11 @@ class Writer:
                 close(identifier)
 
 
-def main(room_name, folder, kind, how):
-    path = Path(folder) / "file.h5"
+def kept(folder, kind, how):
+    return Path(folder) / f"{kind} {how}.h5"
+
+
+def fail_once(room_name, path, kind, how):
     room: Limit | Disk = Limit(path) if room_name == "limit" else Disk(path)
     writer = Writer(path, kind)
     try:
@@ -129,7 +134,7 @@ def main(room_name, folder, kind, how):
         writer.write()
         room.fill()
         if how == "exit":
-            return 3
+            sys.exit(3)
         writer.fail(how)
     except zembra.Error as error:
         print("failed:", error)
@@ -137,8 +142,14 @@ def main(room_name, folder, kind, how):
     if how == "H5Dwrite":
         writer.write()
     writer.close()
-    return 0
+
+
+def main(room_name, folder, kept_in, kind, *hows):
+    for how in hows:
+        path = Path(folder) / "file.h5"
+        fail_once(room_name, path, kind, how)
+        shutil.move(path, kept(kept_in, kind, how))
 
 
 if __name__ == "__main__":
-    sys.exit(main(*sys.argv[1:]))
+    main(*sys.argv[1:])

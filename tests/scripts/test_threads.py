@@ -18,6 +18,7 @@ from zembra import h5
 
 HERE = Path(__file__).parent
 DEFAULT = "H5P_DEFAULT"
+SECONDS = float(os.environ.get("H5GATE_THREAD_SECONDS", "2"))  # at work
 
 
 WITH_H5PY = pytest.param("h5py", id="with h5py", marks=needs_h5py)
@@ -32,12 +33,12 @@ def run(*arguments):
 
 @pytest.mark.parametrize("peer", [ALONE, WITH_H5PY])
 def test_many_threads_at_work(tmp_path, peer):
-    """Two and eight threads, alone and beside as many of h5py's, ten seconds each."""
+    """Two and eight threads, alone and beside as many of h5py's."""
 
     def at_work(threads):
         folder = tmp_path / str(threads)
         folder.mkdir()
-        return run(HERE / "threads_at_work.py", folder, threads, 10, *peer.split())
+        return run(HERE / "threads_at_work.py", folder, threads, SECONDS, *peer.split())
 
     with ThreadPoolExecutor() as pool:
         for done in pool.map(at_work, (2, 8)):

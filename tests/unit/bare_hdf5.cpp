@@ -13,7 +13,7 @@
 namespace h5test {
 namespace {
 
-constexpr unsigned kSeconds = 5;  // of computing
+constexpr unsigned kSeconds = 2;  // of computing
 
 [[noreturn]] void runIn(const std::function<void()>& action) {
   const rlimit noCore = {0, 0};
@@ -40,6 +40,13 @@ bool kills(const std::function<void()>& action) {
   int status = 0;
   waitpid(child, &status, 0);
   return status != 0;
+}
+
+void tryAlone(const std::function<void()>& test) {
+  EXPECT_FALSE(kills([&test] {
+    test();
+    _exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+  }));
 }
 
 }  // namespace h5test

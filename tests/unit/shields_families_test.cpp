@@ -1,7 +1,6 @@
 // Families of files that cannot grow, because the process may open no more files.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -36,20 +35,6 @@ class FewFiles {
   rlimit before_{};
 };
 
-/// In a process of its own, because HDF5 never frees a file of which a group is half made.
-void tryAlone(void (*test)()) {
-  EXPECT_FALSE(kills([test] {
-    test();
-    _exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
-  }));
-}
-
-Owned family() {
-  Owned list = makeList("H5P_FILE_ACCESS");
-  call("H5Pset_fapl_family", list, kMemberSize, kDefault);
-  return list;
-}
-
 TEST(Families, ThatCouldNotGrowKillHdf5WhenTheyAreMeasured) {
   EXPECT_TRUE(kills([] {
     const FewFiles few;
@@ -64,7 +49,7 @@ TEST(Families, ThatCouldNotGrowKillHdf5WhenTheyAreMeasured) {
 }
 
 void growMeasureAndOpen() {
-  const Owned list = family();
+  const Owned list = familyOf(kMemberSize);
   const std::string path = temporaryPath("grows%d");
   const Owned plain = createFile(temporaryPath("plain"));
   const Numbers values = ramp(300);
@@ -88,7 +73,7 @@ void growMeasureAndOpen() {
 }
 
 TEST(Families, ThatCouldNotGrowAreMeasuredAndOpenedOnceTheyAreClosed) {
-  tryAlone(growMeasureAndOpen);
+  tryAlone(growMeasureAndOpen);  // HDF5 never frees a file of which a group is half made
 }
 
 // --- Groups that were given up half made ---------------------------------------------------
@@ -97,13 +82,13 @@ void closeLibraryBehindHalfMadeGroups() {
   for (int i = 0; i < 3; ++i) {
     const std::string name = std::to_string(i) + "-%d";
     {
-      const Owned list = family();
+      const Owned list = familyOf(kMemberSize);
       const Owned file = createFile(temporaryPath(name), "H5F_ACC_TRUNC", list);
       const FewFiles few;
       expectStack(failureOf("H5Gcreate", {file, "g", kMoreThanFits}));
     }
     call("H5close");
-    const Owned list = family();
+    const Owned list = familyOf(kMemberSize);
     const Owned file = createFile(temporaryPath("other" + name), "H5F_ACC_TRUNC", list);
     writeDoubles(file, "d", ramp(30));
     EXPECT_EQ(readDoubles(file, "d"), ramp(30));

@@ -34,11 +34,7 @@ Owned multiOf(const Owned& member) {
        row(addresses), 1);
   return list;
 }
-Owned familyOf(const Owned& member) {
-  Owned list = plain();
-  call("H5Pset_fapl_family", list, 5000, member);
-  return list;
-}
+Owned familyOf(const Owned& member) { return h5test::familyOf(5000, member); }
 
 /// Written, closed and read back.
 void expectKeeps(const std::string& path, const Owned& list) {
