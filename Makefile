@@ -5,12 +5,14 @@
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make sanitize-threads  compressed chunks and tables under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
+#   make test-long   what takes minutes: the next four
+#   make calls       every function with whatever it may be called with, against a record
 #   make threads     two and eight threads of everything, alone and beside h5py's, SECONDS each
 #   make nested      3,000 datatypes within each other, written and read back
+#   make faults      tasks of which every allocation and every access to a file fails
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
 #                    mutated files
 #   make fuzz-guided CALLS calls that coverage guides, by clang
-#   make faults      tasks of which every allocation and every access to a file fails
 #   make bench       build and run the benchmark: one table against bare C and h5py;
 #                    ONLY="records texts" parts of it, JSON=FILE also writes it there,
 #                    PLOT=1 renews table and picture in docs/
@@ -25,14 +27,13 @@ PREFIX ?= /usr/local
 CMAKE_ARGS ?=
 PYTHON := /usr/bin/python3
 # A process for each core; what takes longest begins first.
-PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile \
-  tests/releases tests/scripts tests/tools
+PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile
 
 # For those who only build it: no tests, and what another compiler warns of is no error.
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test threads nested test-releases bench sanitize sanitize-threads fuzz \
+.PHONY: setup build demo docs test test-long calls threads nested test-releases bench sanitize sanitize-threads fuzz \
   fuzz-guided faults lint format install uninstall deb clean
 
 setup:
@@ -55,7 +56,13 @@ test:
 	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
 	cmake --build --preset release
 	ctest --preset release
-	PYTHONPATH=build/python $(PYTEST)
+	PYTHONPATH=build/python $(PYTEST) tests/scripts tests/tools
+
+# What takes minutes.
+test-long: calls threads nested faults
+
+calls: build
+	PYTHONPATH=build/python $(PYTHON) -m pytest tests/releases
 
 nested: build
 	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
@@ -100,7 +107,8 @@ sanitize:
 	  ASAN_OPTIONS="$$ASAN_OPTIONS:detect_leaks=0" \
 	  LD_PRELOAD="$$(for library in asan ubsan stdc++; do \
 	    g++ -print-file-name=lib$$library.so; done | tr '\n' ' ')" \
-	  $(PYTEST) --capture=sys --ignore-glob='*/test_inspect*.py'
+	  $(PYTEST) --capture=sys --ignore-glob='*/test_inspect*.py' \
+	  tests/releases tests/scripts tests/tools
 
 # Threads have a sanitizer of their own, which nothing else can be built with.
 sanitize-threads:

@@ -13,6 +13,7 @@ export CMAKE_ARGS="-DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DH5GATE_UNITY=ON"
 
 step_test() { make test; }
 step_lint() { CMAKE_ARGS='' make lint; }
+step_long() { make test-long; }
 step_sanitize() { make sanitize && make sanitize-threads; }
 step_fuzz() { make fuzz CALLS=50000 MUTATIONS=100; }
 step_docs() { make docs; }
@@ -21,7 +22,7 @@ step_releases() { tools/test_releases.sh hdf5-1.8.6 debian13 clang; }
 step_packages() { make deb && tools/test_packages.sh; }
 
 steps=("$@")
-[ $# -gt 0 ] || steps=(test lint sanitize fuzz docs releases packages)
+[ $# -gt 0 ] || steps=(test lint long sanitize fuzz docs releases packages)
 for step in "${steps[@]}"; do
   if ! declare -F "step_$step" > /dev/null; then
     echo "There is no step '$step'"
