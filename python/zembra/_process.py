@@ -12,10 +12,14 @@ import os
 import sys
 from collections.abc import Sequence
 from contextlib import contextmanager
-from importlib.abc import Loader, MetaPathFinder
 from importlib.machinery import ExtensionFileLoader, ModuleSpec, PathFinder
 from types import ModuleType
-from typing import Iterator
+from typing import TYPE_CHECKING, Iterator
+
+if TYPE_CHECKING:  # their base classes would bring along half of importlib
+    from importlib.abc import Loader, MetaPathFinder
+else:
+    Loader = MetaPathFinder = object
 
 PEER = "h5py"
 OWN = "zembra._zembra"
