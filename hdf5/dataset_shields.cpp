@@ -1,11 +1,13 @@
 #include "hdf5/dataset_shields.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <span>
 #include <vector>
 
+#include "hdf5/disk_room.hpp"
 #include "hdf5/handle.hpp"
 #include "hdf5/shields.hpp"
 
@@ -112,6 +114,18 @@ bool shrinksForEver(hid_t dataset, const hsize_t* size) {
          chunksCutOff(extent, size, chunk.data()) > kMostChunksCutOff;
 }
 
+/// No extent becomes less by it.
+Coordinates grownTo(hid_t dataset, const hsize_t* size) {
+  const Space space(H5Dget_space(dataset));
+  Coordinates grown{};
+  const int rank = H5Sget_simple_extent_dims(space.get(), grown.data(), nullptr);
+  for (int i = 0; i < rank; ++i) {
+    const auto place = static_cast<std::size_t>(i);
+    grown[place] = std::max(grown[place], size[place]);
+  }
+  return grown;
+}
+
 }  // namespace
 
 const char* whyNotSelected(hid_t dataset, hid_t fileSpace) {
@@ -143,7 +157,12 @@ herr_t setExtent(hid_t dataset, const hsize_t* size) {
   if (shrinksForEver(dataset, size)) {
     return refuse("H5Dset_extent", "more than 2^32 chunks are cut off, each looked for by itself");
   }
-  return H5Dset_extent(dataset, size);
+  return hasRoomToGrow("H5Dset_extent", dataset, size) ? H5Dset_extent(dataset, size) : -1;
+}
+
+herr_t extend(hid_t dataset, const hsize_t* size) {
+  const Coordinates grown = size == nullptr ? Coordinates{} : grownTo(dataset, size);
+  return hasRoomToGrow("H5Dextend", dataset, grown.data()) ? H5Dextend(dataset, size) : -1;
 }
 
 herr_t variableLengthSize(hid_t dataset, hid_t type, hid_t space, hsize_t* size) {

@@ -22,7 +22,11 @@ const char* whyNotSelected(hid_t dataset, hid_t fileSpace);
 
 /// H5Dset_extent. Of a chunked dataset that shrinks HDF5 looks for every chunk that what is cut
 /// off has room for, one after the other, whether it was ever written or not (all). Where these
-/// are more than 2^32, for which it takes three minutes at least, it is refused.
+/// are more than 2^32, for which it takes three minutes at least, it is refused. So is growing
+/// where there is no room for what is allocated early.
 herr_t setExtent(hid_t dataset, const hsize_t* size);
+
+/// H5Dextend, where there is room for it.
+herr_t extend(hid_t dataset, const hsize_t* size);
 
 }  // namespace hdf5

@@ -7,10 +7,11 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 
+#include "hdf5/dataset_storage.hpp"
 #include "hdf5/error_stack.hpp"
 #include "hdf5/family_shields.hpp"
 #include "hdf5/handle.hpp"
@@ -21,7 +22,6 @@ namespace {
 
 /// With more than this, other processes have to write a lot before HDF5 next does.
 constexpr std::uint64_t kPlenty = std::uint64_t{64} << 20;
-constexpr std::uint64_t kAny = std::numeric_limits<std::uint64_t>::max();
 
 /// The folder of the object's file; empty where HDF5 does not say.
 std::string folderOf(hid_t object) {
@@ -35,7 +35,7 @@ std::string folderOf(hid_t object) {
 /// Bytes that the process may add to files, as far as anybody can tell.
 std::uint64_t roomIn(const std::string& folder) {
   struct statvfs disk {};
-  if (folder.empty() || statvfs(folder.c_str(), &disk) != 0) return kAny;
+  if (folder.empty() || statvfs(folder.c_str(), &disk) != 0) return kAnyBytes;
   return std::uint64_t{disk.f_bavail} * disk.f_frsize;
 }
 
@@ -48,12 +48,12 @@ hid_t driverOf(hid_t file) {
 /// parts has a size that none of them has.
 std::uint64_t roomBelowLimit(hid_t object) {
   struct rlimit limit {};
-  if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAny;
+  if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAnyBytes;
   const Handle<H5Fclose> file(H5Iget_file_id(object));
   const hid_t driver = driverOf(file.get());
-  if (driver == H5FD_FAMILY || driver == H5FD_MULTI) return kAny;
+  if (driver == H5FD_FAMILY || driver == H5FD_MULTI) return kAnyBytes;
   hsize_t size = 0;
-  if (H5Fget_filesize(file.get(), &size) < 0) return kAny;
+  if (H5Fget_filesize(file.get(), &size) < 0) return kAnyBytes;
   return limit.rlim_cur > size ? limit.rlim_cur - size : 0;
 }
 
@@ -66,97 +66,52 @@ bool isInMemory(hid_t object) {
   return driverOf(file.get()) == H5FD_CORE;
 }
 
-using Corner = std::array<hsize_t, H5S_MAX_RANK>;
-
-/// How a dataset that is not one block in the file is stored, or will be.
-class Storage {
- public:
-  explicit Storage(hid_t dataset)
-      : dataset_(dataset),
-        list_(H5Dget_create_plist(dataset)),
-        type_(H5Dget_type(dataset)),
-        extent_(H5Dget_space(dataset)),
-        layout_(H5Pget_layout(list_.get())) {
-    if (layout_ == H5D_CHUNKED) rank_ = H5Pget_chunk(list_.get(), H5S_MAX_RANK, chunk_.data());
-  }
-
-  [[nodiscard]] bool isChunked() const { return layout_ == H5D_CHUNKED; }
-
-  /// At most, what a write to the selection adds to the file.
-  [[nodiscard]] std::uint64_t bytesNeeded(hid_t fileSpace) const {
-    Corner low{};
-    Corner high{};
-    if (H5Sget_select_npoints(fileSpace) <= 0) return 0;
-    if (layout_ == H5D_CONTIGUOUS) return isFilled() ? bytesOf(extent_.get()) : 0;
-    if (!isChunked() || H5Sget_select_bounds(fileSpace, low.data(), high.data()) < 0) return 0;
-    const std::uint64_t all = bytesOfChunks(Corner{}, lastOf(extent_.get()));
-    const hsize_t stored = H5Dget_storage_size(dataset_);
-    if (stored >= all && !isFiltered()) return 0;  // each has its place, and keeps it
-    return stored == 0 && isAllocatedAtOnce() ? all : bytesOfChunks(low, high);
-  }
-
- private:
-  [[nodiscard]] bool isFiltered() const { return H5Pget_nfilters(list_.get()) > 0; }
-
-  [[nodiscard]] bool isAllocatedAtOnce() const {
-    H5D_alloc_time_t time = H5D_ALLOC_TIME_DEFAULT;
-    return H5Pget_alloc_time(list_.get(), &time) >= 0 && time == H5D_ALLOC_TIME_LATE;
-  }
-
-  /// Whether one block is filled before anything is written to it. Where that fails, the
-  /// block has an address that the file never gets to know.
-  [[nodiscard]] bool isFilled() const {
-    H5D_fill_time_t time = H5D_FILL_TIME_IFSET;
-    H5D_fill_value_t value = H5D_FILL_VALUE_DEFAULT;
-    H5Pget_fill_time(list_.get(), &time);
-    H5Pfill_value_defined(list_.get(), &value);
-    return time == H5D_FILL_TIME_ALLOC || holdsPointers(type_.get()) ||
-           (time == H5D_FILL_TIME_IFSET && value == H5D_FILL_VALUE_USER_DEFINED);
-  }
-
-  [[nodiscard]] std::uint64_t bytesOf(hid_t space) const {
-    return static_cast<std::uint64_t>(H5Sget_simple_extent_npoints(space)) *
-           H5Tget_size(type_.get());
-  }
-
-  [[nodiscard]] static Corner lastOf(hid_t space) {
-    Corner last{};
-    H5Sget_simple_extent_dims(space, last.data(), nullptr);
-    for (hsize_t& size : last) size -= size > 0 ? 1 : 0;
-    return last;
-  }
-
-  /// Of those that have a part in a box, both ends included.
-  [[nodiscard]] std::uint64_t bytesOfChunks(const Corner& low, const Corner& high) const {
-    std::uint64_t bytes = H5Tget_size(type_.get());
-    for (std::size_t i = 0; i < static_cast<std::size_t>(rank_); ++i) {
-      const std::uint64_t count = high[i] / chunk_[i] - low[i] / chunk_[i] + 1;
-      if (__builtin_mul_overflow(bytes, count * chunk_[i], &bytes)) return kAny;
-    }
-    // A filter that finds nothing to gain adds a little.
-    return isFiltered() ? bytes + bytes / 64 + 4096 : bytes;
-  }
-
-  hid_t dataset_;
-  PropertyList list_;
-  Type type_;
-  Space extent_;
-  H5D_layout_t layout_;
-  int rank_ = 0;
-  Corner chunk_{};
-};
-
 /// Bytes that a write adds at most, and whether to chunks.
 std::pair<std::uint64_t, bool> needsOf(hid_t dataset, hid_t fileSpace) {
-  const Storage storage(dataset);
-  return {storage.bytesNeeded(fileSpace), storage.isChunked()};
+  const PropertyList list(H5Dget_create_plist(dataset));
+  const Type type(H5Dget_type(dataset));
+  const Space extent(H5Dget_space(dataset));
+  const DatasetStorage storage(list.get(), type.get(), extent.get());
+  return {storage.bytesToWrite(fileSpace, H5Dget_storage_size(dataset)), storage.isChunked()};
 }
 
-void refuseForRoom(const char* function, const char* what, std::uint64_t room,
-                   std::uint64_t needed) {
-  const std::string reason = "the disk has room for " + std::to_string(room) + " bytes, and the " +
-                             what + " may need " + std::to_string(needed);
+struct Shortage {
+  std::uint64_t room;
+  std::uint64_t needed;
+};
+
+void refuseForRoom(const char* function, const char* what, Shortage shortage) {
+  const std::string reason = "the disk has room for " + std::to_string(shortage.room) +
+                             " bytes, and the " + what + " may need " +
+                             std::to_string(shortage.needed);
   refuse(function, reason.c_str());
+}
+
+// --- New datasets --------------------------------------------------------------------------
+
+/// For what a dataset takes at once that has so many bytes in the object's file.
+std::optional<Shortage> shortageAtOnce(hid_t object, const DatasetStorage& storage,
+                                       std::uint64_t stored) {
+  std::uint64_t needed = storage.bytesAtOnce();
+  if (needed <= stored) return std::nullopt;
+  const std::uint64_t room = roomFor(object);
+  if (needed - stored <= room || isInMemory(object)) return std::nullopt;
+  if (storage.isFiltered()) needed = storage.filteredBytesAtOnce();
+  if (needed <= stored || needed - stored <= room) return std::nullopt;
+  return Shortage{room, needed - stored};
+}
+
+std::optional<Shortage> shortageOfGrown(hid_t dataset, const hsize_t* size) {
+  const PropertyList list(H5Dget_create_plist(dataset));
+  H5D_alloc_time_t time = H5D_ALLOC_TIME_DEFAULT;
+  if (!list.valid() || H5Pget_alloc_time(list.get(), &time) < 0 || time != H5D_ALLOC_TIME_EARLY) {
+    return std::nullopt;
+  }
+  const Type type(H5Dget_type(dataset));
+  const Space now(H5Dget_space(dataset));
+  const Space grown(H5Screate_simple(H5Sget_simple_extent_ndims(now.get()), size, nullptr));
+  const DatasetStorage storage(list.get(), type.get(), grown.get());
+  return shortageAtOnce(dataset, storage, H5Dget_storage_size(dataset));
 }
 
 // --- Copies --------------------------------------------------------------------------------
@@ -166,7 +121,7 @@ void refuseForRoom(const char* function, const char* what, std::uint64_t room,
 std::uint64_t bytesIn(hid_t object) {
   if (H5Iget_type(object) != H5I_DATASET) return 0;
   if (!holdsPointers(Type(H5Dget_type(object)).get())) return H5Dget_storage_size(object);
-  return kAny;
+  return kAnyBytes;
 }
 
 struct Copied {
@@ -178,7 +133,7 @@ herr_t addObject(hid_t object, const char* name, const ObjectInfo* /*info*/, voi
   auto& copied = *static_cast<Copied*>(data);
   const Handle<H5Oclose> one(H5Oopen(object, name, H5P_DEFAULT));
   const std::uint64_t bytes = bytesIn(one.get());
-  copied.isAll = bytes == kAny;
+  copied.isAll = bytes == kAnyBytes;
   copied.bytes += bytes;
   return copied.isAll ? 1 : 0;
 }
@@ -186,7 +141,7 @@ herr_t addObject(hid_t object, const char* name, const ObjectInfo* /*info*/, voi
 std::uint64_t sizeOfFile(hid_t object) {
   const Handle<H5Fclose> file(H5Iget_file_id(object));
   hsize_t size = 0;
-  return getFileSize(file.get(), &size) < 0 ? kAny : size;
+  return getFileSize(file.get(), &size) < 0 ? kAnyBytes : size;
 }
 
 /// Whether the copy is of more than what has the name and what is in it.
@@ -237,10 +192,23 @@ DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace) {
   }
   const auto [needed, chunked] = needsOf(dataset, fileSpace);
   if (const std::uint64_t room = roomFor(dataset); needed > room) {
-    refuseForRoom("H5Dwrite", "dataset", room, needed);
+    refuseForRoom("H5Dwrite", "dataset", {room, needed});
     return DiskRoom::kTooLittle;
   }
   return chunked ? DiskRoom::kEnough : DiskRoom::kPlenty;
+}
+
+bool hasRoomToBegin(hid_t location, hid_t type, hid_t extent, hid_t list) {
+  if (!isDatasetCreationList(list)) return true;
+  const auto shortage = shortageAtOnce(location, DatasetStorage(list, type, extent), 0);
+  if (shortage) refuseForRoom("H5Dcreate", "dataset", *shortage);
+  return !shortage;
+}
+
+bool hasRoomToGrow(const char* function, hid_t dataset, const hsize_t* size) {
+  const auto shortage = size == nullptr ? std::nullopt : shortageOfGrown(dataset, size);
+  if (shortage) refuseForRoom(function, "dataset", *shortage);
+  return !shortage;
 }
 
 bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList) {
@@ -248,7 +216,7 @@ bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t cop
   if (room >= kPlenty || isInMemory(destination)) return true;
   const std::uint64_t needed = bytesToCopy(source, name, copyList);
   if (needed <= room) return true;
-  refuseForRoom("H5Ocopy", "copy", room, needed);
+  refuseForRoom("H5Ocopy", "copy", {room, needed});
   return false;
 }
 

@@ -17,6 +17,26 @@ enum class DiskRoom {
 };
 DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace);
 
+/// Whether there is room for what a dataset takes before anything is written to it, if the list
+/// is a creation list; else the error stack says why.
+bool hasRoomToBegin(hid_t location, hid_t type, hid_t extent, hid_t list);
+
+/// H5Dcreate, whichever `Create` is. Storage that is allocated early is filled at once, and where
+/// that fails it stays in the file: nothing can be written behind it, not even what the file had
+/// to keep. What does not fit is not begun.
+template <auto Create>
+struct OfDiskRoom;
+template <class... Lists, hid_t (*Create)(hid_t, const char*, hid_t, hid_t, Lists...)>
+struct OfDiskRoom<Create> {
+  static hid_t create(hid_t location, const char* name, hid_t type, hid_t extent, Lists... lists) {
+    const bool fits = (hasRoomToBegin(location, type, extent, lists) && ...);
+    return fits ? Create(location, name, type, extent, lists...) : H5I_INVALID_HID;
+  }
+};
+
+/// The same of an extent that a dataset is given.
+bool hasRoomToGrow(const char* function, hid_t dataset, const hsize_t* size);
+
 /// Whether a copy fits, where little room is left; else the error stack says why. 1.8 to 1.12
 /// close a datatype twice where they cannot write all data of a copy.
 bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList);

@@ -36,6 +36,11 @@ hid_t listOrNothing(hid_t id) {
   return id;
 }
 
+bool isDatasetCreationList(hid_t id) {
+  return id != H5P_DEFAULT && H5Iget_type(id) == H5I_GENPROP_LST &&
+         H5Pisa_class(id, H5P_DATASET_CREATE) > 0;
+}
+
 bool selectionFits(hid_t space) {
   if (H5Sselect_valid(space) <= 0) return false;
   if (H5Sget_select_type(space) != H5S_SEL_POINTS) return true;

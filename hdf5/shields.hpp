@@ -13,6 +13,9 @@ namespace hdf5 {
 /// followed by the list only where HDF5 survives it.
 hid_t listOrNothing(hid_t id);
 
+/// Whether it is one, and not the default.
+bool isDatasetCreationList(hid_t id);
+
 /// Whether all that is selected, moved by the selection's offset, lies in the extent.
 bool selectionFits(hid_t space);
 

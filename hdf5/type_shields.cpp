@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "hdf5/allocated_text.hpp"
+#include "hdf5/shields.hpp"
+#include "hdf5/trial_file.hpp"
 
 namespace hdf5 {
 namespace {
@@ -103,10 +105,7 @@ Type unlockedCopy(hid_t type) {
 }
 
 const char* whyNoDataset(hid_t type, hid_t list) {
-  if (list == H5P_DEFAULT || H5Iget_type(list) != H5I_GENPROP_LST ||
-      H5Pisa_class(list, H5P_DATASET_CREATE) <= 0) {
-    return nullptr;
-  }
+  if (!isDatasetCreationList(list)) return nullptr;
   if (H5Pget_layout(list) == H5D_COMPACT && H5Pget_external_count(list) > 0) {
     return "what lies in external files has no compact layout";
   }
@@ -123,9 +122,7 @@ bool isTooLarge(hid_t location, hid_t type) {
   if (H5Tencode(type, nullptr, &size) < 0 || size < kAlwaysFits) return false;
   // Newer formats take less: it is tried in memory, where a dataset fails and harms nothing.
   const Handle<H5Fclose> file(H5Iget_file_id(location));
-  const PropertyList access(H5Fget_access_plist(file.get()));
-  if (!access.valid() || H5Pset_fapl_core(access.get(), 1 << 16, false) < 0) return false;
-  const Handle<H5Fclose> trial(H5Fcreate("h5gate-trial", H5F_ACC_TRUNC, H5P_DEFAULT, access.get()));
+  const Handle<H5Fclose> trial = trialFile(PropertyList(H5Fget_access_plist(file.get())));
   const Space null(H5Screate(H5S_NULL));
   const Handle<H5Dclose> dataset(
       H5Dcreate2(trial.get(), "d", type, null.get(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));

@@ -32,8 +32,11 @@ using TransferList = ListId<"transfer property list identifier">;
 
 // --- Creating -------------------------------------------------------------------------
 
-constexpr auto create1 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate1>::create>::create;
-constexpr auto create2 = hdf5::OfStorableType<hdf5::OfUnlockedType<H5Dcreate2>::create>::create;
+template <auto Create>
+constexpr auto shielded = hdf5::OfStorableType<
+    hdf5::OfUnlockedType<hdf5::OfDiskRoom<Create>::create>::create>::create;
+constexpr auto create1 = shielded<H5Dcreate1>;
+constexpr auto create2 = shielded<H5Dcreate2>;
 
 // --- Extents --------------------------------------------------------------------------
 
@@ -294,7 +297,7 @@ constexpr Row kDatasetFunctions[] = {
                                                             CreationList>,
         Form<create2,         Identifier,                   LocationId, Name, TypeOf, SpaceOf,
                                                             LinkList, CreationList, AccessList>),
-    ROW(H5Dextend,            Nothing,                      DatasetAndExtent),
+    CALL(H5Dextend,           hdf5::extend, Nothing,        DatasetAndExtent),
     OWN(H5Dfill,              fill),
     ROW(H5Dget_access_plist,  Identifier,                   DatasetId),
     ROW(H5Dget_create_plist,  Identifier,                   DatasetId),

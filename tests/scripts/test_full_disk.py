@@ -129,3 +129,94 @@ done
     for kind in full_disk.KINDS:
         for how in full_disk.HOWS:
             check(full_disk.kept(tmp_path, kind, how), kind)
+
+
+def run_early(path, properties, tries):
+    script = f"""
+import resource, sys
+import numpy as np
+import zembra
+from zembra import h5
+
+def create(name, size, *limits):
+    space = h5.H5Screate_simple(1, [size], limits)
+    return h5.H5Dcreate(file, name, "H5T_IEEE_F64LE", space, creation)
+
+def refused(function, *arguments):
+    try:
+        function(*arguments)
+    except zembra.Error as error:
+        assert "the disk has room for" in str(error), error
+        return True
+    return False
+
+resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, resource.getrlimit(resource.RLIMIT_FSIZE)[1]))
+file = h5.H5Fcreate({str(path)!r}, "H5F_ACC_TRUNC", 0, 0)
+creation = h5.H5Pcreate("H5P_DATASET_CREATE")
+data = create("data", {full_disk.COUNT})
+h5.H5Dwrite(data, "H5ZB_DEFAULT", "H5S_ALL", "H5S_ALL", 0, np.arange({full_disk.COUNT}) / 3)
+h5.H5Pset_alloc_time(creation, "H5D_ALLOC_TIME_EARLY")
+{properties}
+{tries}
+h5.H5Gclose(h5.H5Gcreate(file, "later", 0, 0, 0))
+h5.H5Dclose(data)
+h5.H5Fclose(file)
+"""
+    done = subprocess.run(
+        [sys.executable, "-c", script], capture_output=True, text=True, timeout=60
+    )
+    assert (done.returncode, done.stderr) == (0, "")
+    check(path, "block")
+
+
+CHUNKED = "h5.H5Pset_chunk(creation, [5000])\n"
+
+
+@pytest.mark.parametrize(
+    "properties",
+    [
+        CHUNKED,
+        CHUNKED + "h5.H5Pset_shuffle(creation)",
+        'h5.H5Pset_fill_value(creation, "H5T_NATIVE_DOUBLE", 1.5)',
+    ],
+    ids=["chunks", "filtered chunks", "filled block"],
+)
+def test_what_is_filled_at_once_is_not_begun_where_it_does_not_fit(tmp_path, properties):
+    """HDF5 fills the disk, and has no room for what it was to keep of the file before."""
+    run_early(
+        tmp_path / "file.h5",
+        properties,
+        """
+assert refused(create, "large", 1_000_000)
+assert refused(create, "too large for any disk", 1 << 60)
+h5.H5Dclose(create("small", 20_000))
+""",
+    )
+
+
+def test_nothing_grows_at_once_where_it_does_not_fit(tmp_path):
+    run_early(
+        tmp_path / "file.h5",
+        CHUNKED,
+        """
+growing = create("growing", 20_000, -1)
+for grow in (h5.H5Dset_extent, h5.H5Dextend):
+    assert refused(grow, growing, 1_000_000)
+    grow(growing, 40_000)
+assert h5.H5Sget_simple_extent_npoints(h5.H5Dget_space(growing)) == 40_000
+h5.H5Dclose(growing)
+""",
+    )
+
+
+def test_what_filters_make_small_fits(tmp_path):
+    run_early(
+        tmp_path / "file.h5",
+        CHUNKED + "h5.H5Pset_deflate(creation, 6)",
+        """
+large = create("large", 1_000_000)
+assert 0 < h5.H5Dget_storage_size(large) < 100_000
+h5.H5Dclose(large)
+assert refused(create, "larger", 1_000_000_000)
+""",
+    )
