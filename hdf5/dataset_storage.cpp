@@ -121,7 +121,7 @@ std::uint64_t DatasetStorage::filteredBytesOfChunk() const {
 
 /// Of the chunks: nodes of a B-tree, half full, with an address, a size and a place for each.
 std::uint64_t DatasetStorage::bytesInIndex() const {
-  const auto entry = static_cast<std::uint64_t>(2 * (24 + 8 * rank_));
+  const std::uint64_t entry = 2 * (24 + 8 * static_cast<std::uint64_t>(rank_));
   return product(chunks(Corner{}, lastElement()), entry);
 }
 

@@ -7,12 +7,11 @@
 set -u
 cd "$(dirname "$0")/.." || exit 1
 
-# The same for all steps, or each would build anew what another has built. The static checks
-# look at each source alone.
+# The same for all steps, or each would build anew what another has built.
 export CMAKE_ARGS="-DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DH5GATE_UNITY=ON"
 
 step_test() { make test; }
-step_lint() { CMAKE_ARGS='' make lint; }
+step_lint() { make lint; }
 step_long() { make test-long; }
 step_sanitize() { make sanitize && make sanitize-threads; }
 step_fuzz() { make fuzz CALLS=50000 MUTATIONS=100; }

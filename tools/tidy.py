@@ -5,7 +5,8 @@
 
 The compilation database in the build folder says how a source is compiled; one that is
 not in it is a finding. What clang-tidy says of a source is kept in BUILD_FOLDER/tidy,
-and used again until anything has changed that it depends on.
+and used again until anything has changed that it depends on. Sources that CMake
+compiles as one are looked at as one.
 
 clang-tidy is shown every file with its NOLINTs blanked, and what they cover is taken
 from its findings afterwards: so a NOLINT that covers nothing is a finding as well.
@@ -112,6 +113,30 @@ def git_files(*patterns: str) -> list[str]:
     return [str(Path(name).resolve()) for name in listed.stdout.split("\0")[:-1]]
 
 
+def is_of_several(unit: str) -> bool:
+    """Whether it is what CMake makes of several sources: no more than #includes of them."""
+    return Path(unit).match("Unity/unity_*")
+
+
+def sources_of(unit: str) -> list[str]:
+    if not is_of_several(unit):
+        return [unit]
+    return re.findall(r'^#include "(.*)"$', Path(unit).read_text(), re.MULTILINE)
+
+
+def configuration_of(source: str) -> str:
+    above = (folder / ".clang-tidy" for folder in Path(source).parents)
+    return str(next(file for file in above if file.exists()))
+
+
+def options_for(unit: str) -> list[str]:
+    """What clang-tidy is not to take from the folder that the unit is in, which is CMake's."""
+    if not is_of_several(unit):
+        return []
+    (configuration,) = {configuration_of(source) for source in sources_of(unit)}
+    return [f"--config-file={configuration}", "--checks=-bugprone-suspicious-include"]
+
+
 class Tidy:
     """clang-tidy, with what it said before at hand."""
 
@@ -122,46 +147,48 @@ class Tidy:
         self._commands: dict[str, list[str]] = {
             str(Path(entry["file"]).resolve()): shlex.split(entry["command"]) for entry in database
         }
+        self._units = {source: unit for unit in self._commands for source in sources_of(unit)}
         version = subprocess.run(["clang-tidy", "--version"], check=True, capture_output=True)
         rules = [digest(file) for file in git_files("*.clang-tidy")]
         self._setup = [version.stdout.decode(), *rules]
 
-    def compiles(self, source: str) -> bool:
-        return source in self._commands
+    def unit_of(self, source: str) -> str | None:
+        """What the source is compiled with; None if it is not compiled."""
+        return self._units.get(source)
 
-    def check(self, source: str) -> list[Finding]:
-        store = self._build / "tidy" / (source[1:].replace("/", "-") + ".json")
-        setup = [*self._setup, *self._commands[source]]
+    def check(self, unit: str) -> list[Finding]:
+        store = self._build / "tidy" / (unit[1:].replace("/", "-") + ".json")
+        setup = [*self._setup, *self._commands[unit]]
         if store.exists():
             known = json.loads(store.read_text())
             if known["setup"] == setup and all(
                 digest(file) == then for file, then in known["inputs"].items()
             ):
                 return [Finding(*finding) for finding in known["findings"]]
-        findings = self._run(source)
+        findings = self._run(unit)
         if not any("clang-diagnostic-error" in finding.checks for finding in findings):
-            inputs = {file: digest(file) for file in self._inputs(source)}
+            inputs = {file: digest(file) for file in self._inputs(unit)}
             known = {"setup": setup, "inputs": inputs, "findings": findings}
             store.parent.mkdir(exist_ok=True)
             store.write_text(json.dumps(known))
         return findings
 
-    def _run(self, source: str) -> list[Finding]:
+    def _run(self, unit: str) -> list[Finding]:
         # Which warnings are errors is for the compiler that builds it to say, not for clang.
         done = subprocess.run(
             ["clang-tidy", "--quiet", "--extra-arg=-Wno-error", f"--vfsoverlay={self._overlay}"]
-            + ["-p", str(self._build), source],
+            + [*options_for(unit), "-p", str(self._build), unit],
             capture_output=True,
             text=True,
         )
         findings = list(read_findings(done.stdout))
         if done.returncode != 0 and not findings:
-            raise RuntimeError(f"clang-tidy fails on {source}:\n{done.stdout}{done.stderr}")
+            raise RuntimeError(f"clang-tidy fails on {unit}:\n{done.stdout}{done.stderr}")
         return findings
 
-    def _inputs(self, source: str) -> list[str]:
-        """All files that the compiler reads for a source."""
-        command = self._commands[source]
+    def _inputs(self, unit: str) -> list[str]:
+        """All files that the compiler reads for it."""
+        command = self._commands[unit]
         output = command.index("-o")
         rule = subprocess.run(
             [*command[:output], *command[output + 2 :], "-M"],
@@ -193,8 +220,9 @@ def main() -> None:
     with tempfile.TemporaryDirectory() as folder, ThreadPoolExecutor(os.cpu_count()) as pool:
         tidy = Tidy(build, write_overlay(Path(folder), covered))
         sources = [file for file in texts if file.endswith(".cpp")]
-        left_out = [source for source in sources if not tidy.compiles(source)]
-        found = pool.map(tidy.check, filter(tidy.compiles, sources))
+        units = {source: tidy.unit_of(source) for source in sources}
+        left_out = [source for source, unit in units.items() if unit is None]
+        found = pool.map(tidy.check, dict.fromkeys(unit for unit in units.values() if unit))
         # A header is read with many sources, and each finds the same.
         findings = {(one.file, one.line, one.text): one for some in found for one in some}
     bare, dead = judge(list(findings.values()), nolints)

@@ -33,8 +33,8 @@ using TransferList = ListId<"transfer property list identifier">;
 // --- Creating -------------------------------------------------------------------------
 
 template <auto Create>
-constexpr auto shielded = hdf5::OfStorableType<
-    hdf5::OfUnlockedType<hdf5::OfDiskRoom<Create>::create>::create>::create;
+constexpr auto shielded =
+    hdf5::OfStorableType<hdf5::OfUnlockedType<hdf5::OfDiskRoom<Create>::create>::create>::create;
 constexpr auto create1 = shielded<H5Dcreate1>;
 constexpr auto create2 = shielded<H5Dcreate2>;
 
