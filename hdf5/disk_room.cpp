@@ -211,6 +211,14 @@ bool hasRoomToGrow(const char* function, hid_t dataset, const hsize_t* size) {
   return !shortage;
 }
 
+bool hasRoomForNames(hid_t location, std::uint64_t bytes) {
+  if (bytes == 0) return true;
+  const std::uint64_t room = roomFor(location);
+  if (bytes <= room || isInMemory(location)) return true;
+  refuseForRoom("H5Gcreate1", "group", {room, bytes});
+  return false;
+}
+
 bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList) {
   const std::uint64_t room = roomFor(destination);
   if (room >= kPlenty || isInMemory(destination)) return true;

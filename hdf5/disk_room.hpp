@@ -5,6 +5,8 @@
 // is certain to fit, and chunks go to the disk at once.
 #pragma once
 
+#include <cstdint>
+
 #include "hdf5/compat.hpp"
 
 namespace hdf5 {
@@ -36,6 +38,10 @@ struct OfDiskRoom<Create> {
 
 /// The same of an extent that a dataset is given.
 bool hasRoomToGrow(const char* function, hid_t dataset, const hsize_t* size);
+
+/// Whether there is room for the names of links that H5Gcreate1 takes a block for at once.
+/// Where that cannot be written HDF5 goes on with a group that is half there (1.10).
+bool hasRoomForNames(hid_t location, std::uint64_t bytes);
 
 /// Whether a copy fits, where little room is left; else the error stack says why. 1.8 to 1.12
 /// close a datatype twice where they cannot write all data of a copy.

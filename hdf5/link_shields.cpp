@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "hdf5/disk_room.hpp"
 #include "hdf5/handle.hpp"
 
 namespace hdf5 {
@@ -102,6 +103,7 @@ hid_t createGroup(hid_t location, const char* name, size_t sizeHint) {
   if (!kSince110 && sizeHint > std::numeric_limits<std::uint32_t>::max()) {
     return refuse("H5Gcreate1", "the size hint has more than 32 bits");
   }
+  if (!hasRoomForNames(location, sizeHint)) return H5I_INVALID_HID;
   return H5Gcreate1(location, name, sizeHint);
 }
 

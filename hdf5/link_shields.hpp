@@ -31,7 +31,8 @@ herr_t move(hid_t location, const char* name, hid_t newLocation, const char* new
 herr_t moveLink(hid_t location, const char* name, hid_t newLocation, const char* newName,
                 hid_t creationList, hid_t accessList);
 
-/// H5Gcreate1. 1.8 cuts a hint of more than 32 bits down to them; later releases refuse it.
+/// H5Gcreate1. 1.8 cuts a hint of more than 32 bits down to them; later releases refuse it. What
+/// does not fit on the disk is refused.
 hid_t createGroup(hid_t location, const char* name, size_t sizeHint);
 
 /// H5Gget_objtype_by_idx. Later releases say of a soft link what it leads to.

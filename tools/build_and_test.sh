@@ -18,7 +18,8 @@ cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DH5GATE_TESTS=ON \
 cmake --build "$folder"
 
 failed=0
-GTEST_OUTPUT=xml:$reports/unit/ ctest --test-dir "$folder" --no-tests=error --output-on-failure || failed=1
+GTEST_OUTPUT=xml:$reports/unit/ ctest --test-dir "$folder" --no-tests=error --output-on-failure \
+  --parallel "$(nproc)" || failed=1
 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$folder/python${PYTHONPATH:+:$PYTHONPATH} \
   /usr/bin/python3 -m pytest -p no:cacheprovider --junitxml="$reports/python/scripts.xml" \
   --numprocesses=auto --dist=loadfile tests/releases tests/scripts || failed=1

@@ -8,15 +8,18 @@
 //
 // Each is tried in a child process. What HDF5 itself is known to do wrong stands in
 // known_weaknesses.hpp.
-#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <map>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "fuzz/child_process.hpp"
@@ -27,6 +30,7 @@
 #include "tests/faults/fault_tasks.hpp"
 #include "tests/faults/innermost_frame.hpp"
 #include "tests/faults/known_weaknesses.hpp"
+#include "tests/faults/tally.hpp"
 #include "tests/unit/open_identifiers.hpp"
 
 namespace {
@@ -132,83 +136,74 @@ void tryFault(const Task& task, const Fault* fault, Operation counted, Report& r
 
 int width(std::string_view words) { return static_cast<int>(words.size()); }
 
-struct Counts {
-  std::size_t tried = 0;
-  std::size_t succeeded = 0;
-  std::size_t failed = 0;
-  std::size_t known = 0;
-  std::size_t found = 0;
-};
-
-class Faults {
- public:
-  explicit Faults(std::size_t sample) : sample_(sample) {}
-
-  void run() {
-    for (const Task& task : tasks()) {
-      for (int operation = 0; operation < kOperations; ++operation) {
-        tryAll(task, static_cast<Operation>(operation));
-      }
-    }
+/// Prints what all found together.
+void print(const Tally& tally, bool isSample) {
+  std::printf("%-12s %8s %10s %10s %8s %8s\n", "", "tried", "succeeded", "one error", "known",
+              "found");
+  for (std::size_t operation = 0; operation < kOperations; ++operation) {
+    const Outcomes& outcomes = tally.outcomes[operation];
+    std::printf("%-12s %8zu %10zu %10zu %8zu %8zu\n", kOperationNames[operation],
+                outcomes.tried.load(), outcomes.succeeded.load(), outcomes.failed.load(),
+                outcomes.known.load(), outcomes.found.load());
   }
+  for (std::size_t i = 0; i < knownWeaknesses().size(); ++i) {
+    const Weakness& weakness = knownWeaknesses()[i];
+    std::printf("known, %zu: %.*s: %.*s (%.*s)%s\n", tally.known.at(i).load(),
+                width(weakness.operation), weakness.operation.data(), width(weakness.reason),
+                weakness.reason.data(), width(weakness.words), weakness.words.data(),
+                tally.known.at(i) == 0 && !isSample ? ": HAPPENS NO MORE" : "");
+  }
+}
+
+/// One of those that share the tasks.
+class Worker {
+ public:
+  Worker(std::size_t sample, Tally& tally) : sample_(sample), tally_(tally) {}
 
   /// Whether nothing was found that is not known.
-  bool print() const {
-    std::printf("%-12s %8s %10s %10s %8s %8s\n", "", "tried", "succeeded", "one error", "known",
-                "found");
-    std::size_t found = 0;
-    for (int operation = 0; operation < kOperations; ++operation) {
-      const Counts& counts = counts_[operation];
-      std::printf("%-12s %8zu %10zu %10zu %8zu %8zu\n", kOperationNames[operation], counts.tried,
-                  counts.succeeded, counts.failed, counts.known, counts.found);
-      found += counts.found;
-    }
-    for (const Weakness& weakness : knownWeaknesses()) {
-      const auto times = known_.find(&weakness);
-      std::printf("known, %zu: %.*s: %.*s (%.*s)%s\n", times == known_.end() ? 0 : times->second,
-                  width(weakness.operation), weakness.operation.data(), width(weakness.reason),
-                  weakness.reason.data(), width(weakness.words), weakness.words.data(),
-                  times == known_.end() && sample_ == 0 ? ": HAPPENS NO MORE" : "");
+  bool run() {
+    const std::size_t all = tasks().size() * kOperations;
+    for (std::size_t next = tally_.begun++; next < all; next = tally_.begun++) {
+      tryAll(tasks()[next / kOperations], static_cast<Operation>(next % kOperations));
     }
     for (const auto& [words, where] : found_) {
       std::printf("FOUND, %zu: %s\n  faults --only %s\n", where.size(), words.c_str(),
                   where.front().c_str());
     }
-    return found == 0;
+    return found_.empty();
   }
 
   void tell(const Task& task, const Fault& fault) {
-    Report& report = *report_;
-    report = Report();
-    const fuzz::End end = fuzz::inChild(folder_.path(), kSeconds, "/dev/stdout", [&] {
-      tellInnermostFrame(report.where, sizeof report.where);
-      tryFault(task, &fault, fault.operation, report);
-    });
+    const fuzz::End end = child(task, &fault, fault.operation, "/dev/stdout");
     std::printf("%s: %s, %s, %s\n", inWords(task, fault).c_str(), end.inWords().c_str(),
-                report.failed ? "failed" : "went on",
-                report.complaint[0] != '\0' ? report.complaint : report.where);
+                report_.failed ? "failed" : "went on",
+                report_.complaint[0] != '\0' ? report_.complaint : report_.where);
   }
 
  private:
-  fuzz::End child(const Task& task, const Fault* fault, Operation counted) {
-    *report_ = Report();
-    const fuzz::End end = fuzz::inChild(folder_.path(), kSeconds, "/dev/null", [&] {
-      tellInnermostFrame(report_->where, sizeof report_->where);
-      tryFault(task, fault, counted, *report_);
+  fuzz::End child(const Task& task, const Fault* fault, Operation counted,
+                  const char* output = "/dev/null") {
+    report_ = Report();
+    const fuzz::End end = fuzz::inChild(folder_.path(), kSeconds, output, [&] {
+      tellInnermostFrame(report_.where, sizeof report_.where);
+      tryFault(task, fault, counted, report_);
     });
     folder_.clear();
     return end;
   }
 
+  Outcomes& outcomesOf(Operation operation) {
+    return tally_.outcomes.at(static_cast<std::size_t>(operation));
+  }
+
   void tryAll(const Task& task, Operation operation) {
     const fuzz::End end = child(task, nullptr, operation);
-    if (!end.isGood() || report_->failed || report_->complaint[0] != '\0') {
-      std::printf("%s fails by itself: %s %s\n", task.name, end.inWords().c_str(),
-                  report_->complaint);
-      ++counts_[static_cast<int>(operation)].found;
+    if (!end.isGood() || report_.failed || report_.complaint[0] != '\0') {
+      ++outcomesOf(operation).found;
+      found_["without a fault: " + end.inWords() + " " + report_.complaint].emplace_back(task.name);
       return;
     }
-    const std::uint64_t all = report_->operations;
+    const std::uint64_t all = report_.operations;
     const std::uint64_t step = sample_ == 0 ? 1 : std::max<std::uint64_t>(1, all / sample_);
     for (const bool onwards : {false, true}) {
       for (std::uint64_t number = all == 0 ? 0 : step / 2; number < all; number += step) {
@@ -219,38 +214,56 @@ class Faults {
   }
 
   void judge(const Task& task, const Fault& fault, const fuzz::End& end) {
-    Counts& counts = counts_[static_cast<int>(fault.operation)];
-    ++counts.tried;
+    Outcomes& outcomes = outcomesOf(fault.operation);
+    ++outcomes.tried;
     std::string words;
     if (!end.isGood()) {
-      words = end.inWords() + (report_->ended ? " at the end of the process" : "") + " in " +
-              (report_->where[0] != '\0' ? report_->where : "?");
-      if (report_->complaint[0] != '\0') words += std::string(" after ") + report_->complaint;
-    } else if (report_->complaint[0] != '\0') {
-      words = report_->complaint;
+      words = end.inWords() + (report_.ended ? " at the end of the process" : "") + " in " +
+              (report_.where[0] != '\0' ? report_.where : "?");
+      if (report_.complaint[0] != '\0') words += std::string(" after ") + report_.complaint;
+    } else if (report_.complaint[0] != '\0') {
+      words = report_.complaint;
     } else {
-      ++(report_->failed ? counts.failed : counts.succeeded);
+      ++(report_.failed ? outcomes.failed : outcomes.succeeded);
       return;
     }
     const std::string kind = kOperationNames[static_cast<int>(fault.operation)];
     if (const Weakness* weakness = knownWeakness(kind, words)) {
-      ++counts.known;
-      ++known_[weakness];
+      ++outcomes.known;
+      ++tally_.known.at(static_cast<std::size_t>(weakness - knownWeaknesses().data()));
       return;
     }
-    ++counts.found;
+    ++outcomes.found;
     found_[kind + ": " + words].push_back(inWords(task, fault));
   }
 
   std::size_t sample_;
+  Tally& tally_;
   fuzz::TemporaryFolder folder_{"h5gate-faults"};
-  Report* const report_ =
-      new (mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-          Report();
-  Counts counts_[kOperations];
-  std::map<const Weakness*, std::size_t> known_;
+  Report& report_ = shared<Report>();
   std::map<std::string, std::vector<std::string>> found_;
 };
+
+/// Forks a worker for each core: they are processes, because each forks for each fault. Whether
+/// nothing was found that is not known.
+bool run(std::size_t sample) {
+  auto& tally = shared<Tally>();
+  std::vector<pid_t> workers(std::max(1U, std::thread::hardware_concurrency()));
+  std::fflush(nullptr);
+  for (pid_t& worker : workers) {
+    worker = fork();
+    if (worker != 0) continue;
+    const bool isGood = Worker(sample, tally).run();
+    std::exit(isGood ? 0 : 1);
+  }
+  bool isGood = true;
+  for (const pid_t worker : workers) {
+    int status = 0;
+    isGood = waitpid(worker, &status, 0) == worker && status == 0 && isGood;
+  }
+  print(tally, sample != 0);
+  return isGood;
+}
 
 int usage() {
   std::fprintf(stderr, "faults [--sample N | --only TASK OPERATION NUMBER once|onwards]\n");
@@ -267,15 +280,14 @@ int main(int argc, char** argv) try {
     const auto task = std::ranges::find(tasks(), arguments[1], &Task::name);
     const auto* operation = std::ranges::find(kOperationNames, arguments[2]);
     if (task == tasks().end() || operation == std::end(kOperationNames)) return usage();
-    Faults(0).tell(*task, {static_cast<Operation>(operation - kOperationNames),
-                           std::stoull(arguments[3]), arguments[4] == "onwards"});
+    Worker(0, shared<Tally>())
+        .tell(*task, {static_cast<Operation>(operation - kOperationNames),
+                      std::stoull(arguments[3]), arguments[4] == "onwards"});
     return 0;
   }
   const bool sampled = arguments.size() == 2 && arguments[0] == "--sample";
   if (!arguments.empty() && !sampled) return usage();
-  Faults faults(sampled ? std::stoul(arguments[1]) : 0);
-  faults.run();
-  return faults.print() ? 0 : 1;
+  return run(sampled ? std::stoul(arguments[1]) : 0) ? 0 : 1;
 } catch (const std::exception& error) {
   std::fprintf(stderr, "%s\n", error.what());
   return 2;

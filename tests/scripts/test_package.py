@@ -211,7 +211,7 @@ def test_threads_take_turns():
                 assert h5.H5Sget_simple_extent_npoints(space) == 12
                 h5.H5Sclose(space)
                 with pytest.raises(zembra.LibraryError):
-                    h5.H5Sclose(space)
+                    h5.H5Sclose(0)  # HDF5 1.8 soon gives an identifier to another thread again
         except BaseException as failure:
             failures.append(failure)
 

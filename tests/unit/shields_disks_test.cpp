@@ -1,4 +1,4 @@
-// Storage that is filled as soon as it is allocated, where there is no room for it.
+// What takes its place in a file at once, where there is no room for it.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -107,6 +107,14 @@ TEST(EarlyStorage, LosesFilesOfBareHdf5) {
     if (H5Gopen1(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "g99") < 0) std::abort();
   };
   EXPECT_EQ(kills(fill), hdf5::kSince110);
+}
+
+TEST(NamesOfLinks, AreGivenNoRoomThatThereIsNot) {
+  const Limit limit;
+  const Owned file = createFile(temporaryPath());
+  expectNoRoom("H5Gcreate", {file, "g", 4 * kTooMany});
+  EXPECT_EQ(callNumber("H5Lexists", file, "g", kDefault), 0);
+  make("H5Gcreate", file, "g", kFits);
 }
 
 }  // namespace
