@@ -44,14 +44,15 @@ hid_t driverOf(hid_t file) {
   return H5Pget_driver(access.get());
 }
 
-/// Bytes that the file may grow by before the process's limit of file sizes. One of several
-/// parts has a size that none of them has.
+/// Bytes that the file may grow by before the process's limit of file sizes, at most: of one of
+/// several parts HDF5 tells no size. A family has another part for what one has no room for.
 std::uint64_t roomBelowLimit(hid_t object) {
   struct rlimit limit {};
   if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kAnyBytes;
   const Handle<H5Fclose> file(H5Iget_file_id(object));
   const hid_t driver = driverOf(file.get());
-  if (driver == H5FD_FAMILY || driver == H5FD_MULTI) return kAnyBytes;
+  if (driver == H5FD_FAMILY) return kAnyBytes;
+  if (driver == H5FD_MULTI) return limit.rlim_cur;
   hsize_t size = 0;
   if (H5Fget_filesize(file.get(), &size) < 0) return kAnyBytes;
   return limit.rlim_cur > size ? limit.rlim_cur - size : 0;

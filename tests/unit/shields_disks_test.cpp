@@ -117,4 +117,13 @@ TEST(NamesOfLinks, AreGivenNoRoomThatThereIsNot) {
   make("H5Gcreate", file, "g", kFits);
 }
 
+TEST(NamesOfLinks, AreGivenNoRoomThatNoPartHas) {
+  const Limit limit;
+  const Owned list = makeList("H5P_FILE_ACCESS");
+  call("H5Pset_fapl_split", list, "-m.h5", kDefault, "-r.h5", kDefault);
+  const Owned file = createFile(temporaryPath(), "H5F_ACC_TRUNC", list);
+  expectNoRoom("H5Gcreate", {file, "g", 4 * kTooMany});
+  make("H5Gcreate", file, "g", kFits);
+}
+
 }  // namespace
