@@ -1,6 +1,8 @@
 #include "hdf5/scale_shields.hpp"
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "hdf5/handle.hpp"
@@ -9,6 +11,7 @@ namespace hdf5 {
 namespace {
 
 constexpr char kLabels[] = "DIMENSION_LABELS";
+constexpr std::string_view kClass = "DIMENSION_SCALE";
 
 /// Whether the dimension has a label; of a dataset that has labels at all.
 bool isLabelled(hid_t dataset, unsigned dimension) {
@@ -32,6 +35,7 @@ bool hasDimension(hid_t dataset, unsigned dimension) {
 // --- What the attributes should be ------------------------------------------------------
 
 struct Attribute {
+  hid_t id;
   hid_t type;
   hid_t space;
   hid_t dataset;
@@ -53,11 +57,22 @@ bool isObjectReference(hid_t type) {
   return H5Tget_class(type) == H5T_REFERENCE && H5Tequal(type, H5T_STD_REF_OBJ) > 0;
 }
 
+/// Whether a text is that of scales to HDF5: where it is shorter, its beginning.
+bool saysScale(const Attribute& attribute) {
+  std::string text(H5Tget_size(attribute.type), '\0');
+  if (H5Aread(attribute.id, attribute.type, text.data()) < 0) return false;
+  return kClass.starts_with(text.c_str());
+}
+
+/// 1.8 has room for so much of a class. Later releases read a text of the kind that they write,
+/// and free it twice where it is another.
 bool isClass(const Attribute& attribute) {
-  // Room for the class in 1.8.
   constexpr std::size_t kRoom = 20;
-  return attribute.isOne() && isFixedText(attribute.type) &&
-         (kSince110 || H5Tget_size(attribute.type) <= kRoom);
+  if (!attribute.isOne() || !isFixedText(attribute.type)) return false;
+  if (!kSince110) return H5Tget_size(attribute.type) <= kRoom;
+  const bool isRead = H5Tget_size(attribute.type) == kClass.size() + 1 &&
+                      H5Tget_strpad(attribute.type) == H5T_STR_NULLTERM;
+  return !isRead || saysScale(attribute);
 }
 
 bool isName(const Attribute& attribute) { return attribute.isOne() && isFixedText(attribute.type); }
@@ -91,7 +106,7 @@ bool isSound(hid_t dataset, const char* name, bool (*is)(const Attribute&)) {
   const Handle<H5Aclose> attribute(H5Aopen(dataset, name, H5P_DEFAULT));
   const Type type(H5Aget_type(attribute.get()));
   const Space space(H5Aget_space(attribute.get()));
-  return is({type.get(), space.get(), dataset});
+  return is({attribute.get(), type.get(), space.get(), dataset});
 }
 
 bool hasSoundClass(hid_t dataset) { return isSound(dataset, "CLASS", isClass); }

@@ -27,35 +27,46 @@ skip() {
   return "$skipped"
 }
 
-test_hdf5_186() {
+hdf5_186=${H5GATE_HDF5_186:-$PWD/build/hdf5-1.8.6}
+inside=(tools/in_debian.sh "${H5GATE_DEBIAN13:-$PWD/build/debian13}" trixie)
+
+# What a release needs, where it is not there yet.
+prepare() {
   local installer=../shared/hdf5-1.8.6/install.sh
-  local prefix=${H5GATE_HDF5_186:-$PWD/build/hdf5-1.8.6}
-  [ -e "$installer" ] || skip "there is no $installer" || return
-  "$installer" "$prefix" || return
+  case $1 in
+    hdf5-1.8.6)
+      [ -e "$installer" ] || skip "there is no $installer" || return
+      "$installer" "$hdf5_186"
+      ;;
+    debian13)
+      "${inside[@]}" true || return
+      "${inside[@]}" /src/h5gate/tools/setup.sh test || skip "its packages cannot be installed"
+      ;;
+    clang) command -v clang++ > /dev/null || skip "there is no clang++" ;;
+  esac
+}
+
+test_hdf5_186() {
   # What a process leaves behind when it ends, those tests look at through h5py.
   PYTHONPATH=$PWD/tools/absent_h5py PYTEST_ADDOPTS=--ignore=tests/scripts/test_shutdown.py \
-    tools/build_and_test.sh "$builds/hdf5-1.8.6" "-DHDF5_ROOT=$prefix"
+    tools/build_and_test.sh "$builds/hdf5-1.8.6" "-DHDF5_ROOT=$hdf5_186"
 }
 
 test_debian13() {
-  local chroot=${H5GATE_DEBIAN13:-$PWD/build/debian13}
-  local inside=(tools/in_debian.sh "$chroot" trixie)
-  "${inside[@]}" true || return
-  "${inside[@]}" /src/h5gate/tools/setup.sh test || skip "its packages cannot be installed" || return
   "${inside[@]}" /src/h5gate/tools/build_and_test.sh /src/build
   local status=$?
   mkdir -p "$builds/debian13"
-  cp -r "$chroot/src/build/reports" "$builds/debian13/"
+  cp -r "${inside[1]}/src/build/reports" "$builds/debian13/"
   return "$status"
 }
 
 test_clang() {
-  command -v clang++ > /dev/null || skip "there is no clang++" || return
   # Each source by itself: elsewhere one may live on what another includes.
   CC=clang CXX=clang++ tools/build_and_test.sh "$builds/clang" -DH5GATE_UNITY=OFF
 }
 
 test_release() {
+  prepare "$1" || return
   case $1 in
     system) tools/build_and_test.sh "$builds/system" ;;
     hdf5-1.8.6) test_hdf5_186 ;;
@@ -67,6 +78,13 @@ test_release() {
 
 tools/setup.sh || exit
 tools/setup.sh releases || echo "What needs them is skipped."
+
+# Mostly downloads and what runs on one core: all at once. What fails here fails again below,
+# where it is told.
+for release in "${releases[@]}"; do
+  prepare "$release" > /dev/null 2>&1 &
+done
+wait
 
 failed=0
 statuses=()

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "hdf5/compat.hpp"
 #include "tests/unit/bare_hdf5.hpp"
 #include "tests/unit/datatypes.hpp"
 #include "tests/unit/error_records.hpp"
@@ -25,6 +26,24 @@ TEST(ScalesOfBareHdf5, ThatAreStrangeKill) {
     char label[100];
     H5DSget_label(dataset.get(), 0, label, sizeof label);
   }));
+}
+
+/// Gives the dataset a class that is as long as that of scales.
+void setClass(const Owned& dataset, const std::string& text) {
+  H5Adelete(dataset.get(), "CLASS");
+  const Owned type = fixedText(16);
+  const Owned attribute = make("H5Acreate", dataset, "CLASS", type, scalarSpace(), kDefault);
+  H5Awrite(attribute.get(), type.get(), (text + std::string(16, '\0')).c_str());
+}
+
+TEST(ScalesOfBareHdf5, ThatAreOfAnotherClassKill) {
+  const auto ask = [] {
+    const MemoryFile file;
+    const Owned dataset = makeDataset(file, "d", "H5T_NATIVE_INT", makeSpace({4}));
+    setClass(dataset, "IMAGE");
+    H5DSis_scale(dataset.get());
+  };
+  EXPECT_EQ(kills(ask), hdf5::kSince110);
 }
 
 /// A dataset and a scale that anything can be written to.
@@ -157,10 +176,17 @@ TEST_F(StrangeScales, AreNotThoseOfOthersWhoWriteThemWell) {
   EXPECT_EQ(callText("H5DSget_scale_name", pair.scale), "scale");
   call("H5DSdetach_scale", pair.data, pair.scale, 1);
   const Owned written = makeDataset(file_, "written", "H5T_NATIVE_INT", makeSpace({4}));
-  const Owned type = fixedText(16);
-  const Owned attribute = make("H5Acreate", written, "CLASS", type, scalarSpace(), kDefault);
-  H5Awrite(attribute.get(), type.get(), "DIMENSION_SCALE");
+  setClass(written, "DIMENSION_SCALE");
   EXPECT_EQ(callNumber("H5DSis_scale", written), 1);
+}
+
+TEST_F(StrangeScales, AreNoneWhereTheirClassIsAnother) {
+  for (const char* text : {"IMAGE", "DIMENSION_SCALES", "dimension_scale"}) {
+    const Pair pair = makePair();
+    setClass(pair.scale, text);
+    EXPECT_EQ(callNumber("H5DSis_scale", pair.scale), 0) << text;
+    if (hdf5::kSince110) expectFails("H5DSattach_scale", {pair.data, pair.scale, 0});
+  }
 }
 
 }  // namespace
