@@ -5,10 +5,11 @@
 #   make sanitize    all tests under the address and undefined behaviour sanitizers
 #   make sanitize-threads  compressed chunks and tables under the thread sanitizer
 #   make test-releases  the tests with every HDF5 release and compiler
-#   make test-long   what takes minutes: the next four
+#   make test-long   what takes minutes: the next five
 #   make calls       every function with whatever it may be called with, against a record
 #   make threads     two and eight threads of everything, alone and beside h5py's, SECONDS each
 #   make nested      3,000 datatypes within each other, written and read back
+#   make rows        every row of the benchmark, with next to nothing to do
 #   make faults      tasks of which every allocation and every access to a file fails
 #   make fuzz        CALLS calls of any functions, as it is and under the same sanitizers;
 #                    mutated files
@@ -33,7 +34,7 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test test-long calls threads nested test-releases bench sanitize sanitize-threads fuzz \
+.PHONY: setup build demo docs test test-long calls threads nested rows test-releases bench sanitize sanitize-threads fuzz \
   fuzz-guided faults lint format install uninstall deb clean
 
 setup:
@@ -59,7 +60,7 @@ test:
 	PYTHONPATH=build/python $(PYTEST) tests/scripts tests/tools
 
 # What takes minutes.
-test-long: calls threads nested faults
+test-long: calls threads nested rows faults
 
 calls: build
 	PYTHONPATH=build/python $(PYTHON) -m pytest tests/releases
@@ -136,6 +137,12 @@ fuzz:
 fuzz-guided:
 	@tools/setup.sh releases
 	tools/fuzz_guided.sh $(CALLS)
+
+rows:
+	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
+	cmake --build --preset release
+	PYTHONPATH=build/python $(PYTHON) -m pytest -m long tests/tools
 
 faults:
 	@tools/setup.sh test

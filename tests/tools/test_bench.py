@@ -60,6 +60,7 @@ def everything(tmp_path_factory):
 
 
 @needs_program
+@pytest.mark.long
 def test_every_row_is_measured(everything):
     found = [(row["group"], row["name"]) for row in everything.content["rows"]]
     assert found == [(group, row.name) for group, rows in GROUPS.items() for row in rows]
@@ -68,6 +69,7 @@ def test_every_row_is_measured(everything):
 
 
 @needs_program
+@pytest.mark.long
 def test_every_side_that_a_row_has_is_measured(everything):
     rows = {(group, row.name): row for group, rows in GROUPS.items() for row in rows}
     for found in everything.content["rows"]:
@@ -77,6 +79,7 @@ def test_every_side_that_a_row_has_is_measured(everything):
 
 
 @needs_program
+@pytest.mark.long
 def test_it_prints_the_machine_and_a_line_for_each_row(everything):
     for words in everything.content["measured"].values():
         assert words in everything.printed
@@ -86,6 +89,7 @@ def test_it_prints_the_machine_and_a_line_for_each_row(everything):
 
 
 @needs_program
+@pytest.mark.long
 def test_it_renews_its_part_of_the_page_alone(everything):
     before = (ROOT / "docs/speed.md").read_text(encoding="utf-8")
     after = (everything.docs / "speed.md").read_text(encoding="utf-8")
@@ -96,6 +100,7 @@ def test_it_renews_its_part_of_the_page_alone(everything):
 
 
 @needs_program
+@pytest.mark.long
 def test_the_picture_has_every_row_that_h5py_has(everything):
     picture = (everything.docs / "static/speed.svg").read_text(encoding="utf-8")
     assert len(picture) < 200_000
