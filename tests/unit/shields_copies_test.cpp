@@ -1,8 +1,6 @@
 // Copies of objects that do not fit where they are to go.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <vector>
 
 #include "tests/unit/bare_hdf5.hpp"
@@ -10,6 +8,7 @@
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/resource_limits.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
@@ -18,26 +17,6 @@ using namespace h5test;
 
 constexpr std::size_t kMany = 300000;
 constexpr std::size_t kFew = 300;
-
-/// For as long as it lives, no file grows beyond a megabyte.
-class SmallFiles {
- public:
-  SmallFiles() : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit small = {1 << 20, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~SmallFiles() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  SmallFiles(const SmallFiles&) = delete;
-  SmallFiles& operator=(const SmallFiles&) = delete;
-
- private:
-  void (*handler_)(int);
-  rlimit before_{};
-};
 
 TEST(Copies, ThatDoNotFitKillHdf5) {
   const auto copy = [] {

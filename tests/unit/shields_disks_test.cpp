@@ -1,8 +1,6 @@
 // What takes its place in a file at once, where there is no room for it.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <string>
 
@@ -12,31 +10,15 @@
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/resource_limits.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
 
 using namespace h5test;
 
-constexpr rlim_t kRoom = 1 << 20;
 constexpr int kFits = 10'000;
 constexpr int kTooMany = 1'000'000;
-
-/// No file grows beyond it.
-class Limit {
- public:
-  Limit() {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit small = {kRoom, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~Limit() { setrlimit(RLIMIT_FSIZE, &before_); }
-  Limit(const Limit&) = delete;
-  Limit& operator=(const Limit&) = delete;
-
- private:
-  rlimit before_{};
-};
 
 Owned early() {
   Owned list = chunked({1000});
@@ -55,7 +37,7 @@ void expectNoRoom(const std::string& function, const Arguments& inputs) {
 TEST(EarlyStorage, IsNotBegunWhereItDoesNotFit) {
   const std::string path = temporaryPath();
   {
-    const Limit limit;
+    const SmallFiles limit;
     const Owned file = createFile(path);
     expectNoRoom("H5Dcreate", {file, "d", "H5T_NATIVE_INT", growing(kTooMany), early()});
     expectNoRoom("H5Dcreate",
@@ -69,7 +51,7 @@ TEST(EarlyStorage, IsNotBegunWhereItDoesNotFit) {
 }
 
 TEST(EarlyStorage, DoesNotGrowWhereItDoesNotFit) {
-  const Limit limit;
+  const SmallFiles limit;
   const Owned file = createFile(temporaryPath());
   const Owned dataset = makeDataset(file, "d", "H5T_NATIVE_INT", growing(kFits), early());
   for (const char* function : {"H5Dset_extent", "H5Dextend"}) {
@@ -80,7 +62,7 @@ TEST(EarlyStorage, DoesNotGrowWhereItDoesNotFit) {
 }
 
 TEST(EarlyStorage, OfFilesInMemoryIsNotHeldAgainstADisk) {
-  const Limit limit;
+  const SmallFiles limit;
   const Owned list = makeList("H5P_FILE_ACCESS");
   call("H5Pset_fapl_core", list, 1 << 20, false);
   const Owned file = createFile(temporaryPath(), "H5F_ACC_TRUNC", list);
@@ -90,8 +72,7 @@ TEST(EarlyStorage, OfFilesInMemoryIsNotHeldAgainstADisk) {
 TEST(EarlyStorage, LosesFilesOfBareHdf5) {
   const std::string path = temporaryPath();
   const auto fill = [&path] {
-    signal(SIGXFSZ, SIG_IGN);
-    const Limit limit;
+    const SmallFiles limit;
     const hid_t file = H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
     for (int i = 0; i < 100; ++i) {
       H5Gclose(H5Gcreate1(file, ("g" + std::to_string(i)).c_str(), 0));
@@ -110,7 +91,7 @@ TEST(EarlyStorage, LosesFilesOfBareHdf5) {
 }
 
 TEST(NamesOfLinks, AreGivenNoRoomThatThereIsNot) {
-  const Limit limit;
+  const SmallFiles limit;
   const Owned file = createFile(temporaryPath());
   expectNoRoom("H5Gcreate", {file, "g", 4 * kTooMany});
   EXPECT_EQ(callNumber("H5Lexists", file, "g", kDefault), 0);
@@ -118,7 +99,7 @@ TEST(NamesOfLinks, AreGivenNoRoomThatThereIsNot) {
 }
 
 TEST(NamesOfLinks, AreGivenNoRoomThatNoPartHas) {
-  const Limit limit;
+  const SmallFiles limit;
   const Owned list = makeList("H5P_FILE_ACCESS");
   call("H5Pset_fapl_split", list, "-m.h5", kDefault, "-r.h5", kDefault);
   const Owned file = createFile(temporaryPath(), "H5F_ACC_TRUNC", list);

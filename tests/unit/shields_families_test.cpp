@@ -1,6 +1,5 @@
 // Families of files that cannot grow, because the process may open no more files.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <string>
@@ -10,6 +9,7 @@
 #include "tests/unit/files.hpp"
 #include "tests/unit/lists.hpp"
 #include "tests/unit/objects.hpp"
+#include "tests/unit/resource_limits.hpp"
 #include "tests/unit/stored.hpp"
 
 namespace {
@@ -18,22 +18,6 @@ using namespace h5test;
 
 constexpr int kMemberSize = 4096;
 constexpr int kMoreThanFits = 1 << 20;
-
-/// For as long as it lives, the process may open few files.
-class FewFiles {
- public:
-  FewFiles() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit few = {64, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &few);
-  }
-  ~FewFiles() { setrlimit(RLIMIT_NOFILE, &before_); }
-  FewFiles(const FewFiles&) = delete;
-  FewFiles& operator=(const FewFiles&) = delete;
-
- private:
-  rlimit before_{};
-};
 
 TEST(Families, ThatCouldNotGrowKillHdf5WhenTheyAreMeasured) {
   EXPECT_TRUE(kills([] {
