@@ -21,6 +21,11 @@ std::uint64_t sum(std::uint64_t one, std::uint64_t other) {
 
 }  // namespace
 
+bool isAllocated(hid_t list, H5D_alloc_time_t when) {
+  H5D_alloc_time_t time = H5D_ALLOC_TIME_DEFAULT;
+  return H5Pget_alloc_time(list, &time) >= 0 && time == when;
+}
+
 DatasetStorage::DatasetStorage(hid_t list, hid_t type, hid_t extent)
     : list_(list), type_(type), extent_(extent), layout_(H5Pget_layout(list)) {
   if (isChunked()) rank_ = H5Pget_chunk(list, H5S_MAX_RANK, chunk_.data());
@@ -34,11 +39,11 @@ std::uint64_t DatasetStorage::bytesToWrite(hid_t fileSpace, std::uint64_t stored
   if (!isChunked() || H5Sget_select_bounds(fileSpace, low.data(), high.data()) < 0) return 0;
   const std::uint64_t all = bytesOfChunks(Corner{}, lastElement());
   if (stored >= all && !isFiltered()) return 0;  // each has its place, and keeps it
-  return stored == 0 && isAllocated(H5D_ALLOC_TIME_LATE) ? all : bytesOfChunks(low, high);
+  return stored == 0 && isAllocated(list_, H5D_ALLOC_TIME_LATE) ? all : bytesOfChunks(low, high);
 }
 
 std::uint64_t DatasetStorage::bytesAtOnce() const {
-  if (!isAllocated(H5D_ALLOC_TIME_EARLY) || !isFilled() || elements() == 0) return 0;
+  if (!isAllocated(list_, H5D_ALLOC_TIME_EARLY) || !isFilled() || elements() == 0) return 0;
   if (isChunked()) return sum(bytesOfChunks(Corner{}, lastElement()), bytesInIndex());
   const bool isBlock = layout_ == H5D_CONTIGUOUS && H5Pget_external_count(list_) == 0;
   return isBlock ? bytesOfBlock() : 0;
@@ -49,11 +54,6 @@ std::uint64_t DatasetStorage::filteredBytesAtOnce() const {
 }
 
 bool DatasetStorage::isFiltered() const { return H5Pget_nfilters(list_) > 0; }
-
-bool DatasetStorage::isAllocated(H5D_alloc_time_t when) const {
-  H5D_alloc_time_t time = H5D_ALLOC_TIME_DEFAULT;
-  return H5Pget_alloc_time(list_, &time) >= 0 && time == when;
-}
 
 /// Whether storage is filled before anything is written to it. Where that fails, it has an
 /// address that the file never gets to know. Zeros are written to chunks only: a block of the

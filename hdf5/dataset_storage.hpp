@@ -13,6 +13,9 @@ namespace hdf5 {
 /// More than any disk has.
 inline constexpr std::uint64_t kAnyBytes = std::numeric_limits<std::uint64_t>::max();
 
+/// Whether a creation list says that storage is allocated then.
+bool isAllocated(hid_t list, H5D_alloc_time_t when);
+
 class DatasetStorage {
  public:
   /// Of a creation list, a datatype and an extent, which live as long as this does.
@@ -32,7 +35,6 @@ class DatasetStorage {
  private:
   using Corner = std::array<hsize_t, H5S_MAX_RANK>;
 
-  [[nodiscard]] bool isAllocated(H5D_alloc_time_t when) const;
   [[nodiscard]] bool isFilled() const;
   [[nodiscard]] std::uint64_t elements() const;
   [[nodiscard]] std::uint64_t bytesOfBlock() const;

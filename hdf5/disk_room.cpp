@@ -81,11 +81,21 @@ struct Shortage {
   std::uint64_t needed;
 };
 
-void refuseForRoom(const char* function, const char* what, Shortage shortage) {
-  const std::string reason = "the disk has room for " + std::to_string(shortage.room) +
+std::optional<Shortage> shortageOf(hid_t object, std::uint64_t needed) {
+  if (needed == 0) return std::nullopt;
+  const std::uint64_t room = roomFor(object);
+  if (needed <= room || isInMemory(object)) return std::nullopt;
+  return Shortage{room, needed};
+}
+
+/// Whether there is none; else the error stack says it.
+bool fits(const char* function, const char* what, const std::optional<Shortage>& shortage) {
+  if (!shortage) return true;
+  const std::string reason = "the disk has room for " + std::to_string(shortage->room) +
                              " bytes, and the " + what + " may need " +
-                             std::to_string(shortage.needed);
+                             std::to_string(shortage->needed);
   refuse(function, reason.c_str());
+  return false;
 }
 
 // --- New datasets --------------------------------------------------------------------------
@@ -93,21 +103,15 @@ void refuseForRoom(const char* function, const char* what, Shortage shortage) {
 /// For what a dataset takes at once that has so many bytes in the object's file.
 std::optional<Shortage> shortageAtOnce(hid_t object, const DatasetStorage& storage,
                                        std::uint64_t stored) {
-  std::uint64_t needed = storage.bytesAtOnce();
-  if (needed <= stored) return std::nullopt;
-  const std::uint64_t room = roomFor(object);
-  if (needed - stored <= room || isInMemory(object)) return std::nullopt;
-  if (storage.isFiltered()) needed = storage.filteredBytesAtOnce();
-  if (needed <= stored || needed - stored <= room) return std::nullopt;
-  return Shortage{room, needed - stored};
+  const auto more = [&](std::uint64_t bytes) { return bytes - std::min(bytes, stored); };
+  const auto shortage = shortageOf(object, more(storage.bytesAtOnce()));
+  if (!shortage || !storage.isFiltered()) return shortage;
+  return shortageOf(object, more(storage.filteredBytesAtOnce()));
 }
 
 std::optional<Shortage> shortageOfGrown(hid_t dataset, const hsize_t* size) {
   const PropertyList list(H5Dget_create_plist(dataset));
-  H5D_alloc_time_t time = H5D_ALLOC_TIME_DEFAULT;
-  if (!list.valid() || H5Pget_alloc_time(list.get(), &time) < 0 || time != H5D_ALLOC_TIME_EARLY) {
-    return std::nullopt;
-  }
+  if (!isAllocated(list.get(), H5D_ALLOC_TIME_EARLY)) return std::nullopt;  // most are not
   const Type type(H5Dget_type(dataset));
   const Space now(H5Dget_space(dataset));
   const Space grown(H5Screate_simple(H5Sget_simple_extent_ndims(now.get()), size, nullptr));
@@ -192,41 +196,27 @@ DiskRoom roomForWriting(hid_t dataset, hid_t fileSpace) {
     return DiskRoom::kPlenty;
   }
   const auto [needed, chunked] = needsOf(dataset, fileSpace);
-  if (const std::uint64_t room = roomFor(dataset); needed > room) {
-    refuseForRoom("H5Dwrite", "dataset", {room, needed});
-    return DiskRoom::kTooLittle;
-  }
+  if (!fits("H5Dwrite", "dataset", shortageOf(dataset, needed))) return DiskRoom::kTooLittle;
   return chunked ? DiskRoom::kEnough : DiskRoom::kPlenty;
 }
 
 bool hasRoomToBegin(hid_t location, hid_t type, hid_t extent, hid_t list) {
   if (!isDatasetCreationList(list)) return true;
-  const auto shortage = shortageAtOnce(location, DatasetStorage(list, type, extent), 0);
-  if (shortage) refuseForRoom("H5Dcreate", "dataset", *shortage);
-  return !shortage;
+  return fits("H5Dcreate", "dataset",
+              shortageAtOnce(location, DatasetStorage(list, type, extent), 0));
 }
 
 bool hasRoomToGrow(const char* function, hid_t dataset, const hsize_t* size) {
-  const auto shortage = size == nullptr ? std::nullopt : shortageOfGrown(dataset, size);
-  if (shortage) refuseForRoom(function, "dataset", *shortage);
-  return !shortage;
+  return size == nullptr || fits(function, "dataset", shortageOfGrown(dataset, size));
 }
 
 bool hasRoomForNames(hid_t location, std::uint64_t bytes) {
-  if (bytes == 0) return true;
-  const std::uint64_t room = roomFor(location);
-  if (bytes <= room || isInMemory(location)) return true;
-  refuseForRoom("H5Gcreate1", "group", {room, bytes});
-  return false;
+  return fits("H5Gcreate1", "group", shortageOf(location, bytes));
 }
 
 bool hasRoomForCopy(hid_t source, const char* name, hid_t destination, hid_t copyList) {
-  const std::uint64_t room = roomFor(destination);
-  if (room >= kPlenty || isInMemory(destination)) return true;
-  const std::uint64_t needed = bytesToCopy(source, name, copyList);
-  if (needed <= room) return true;
-  refuseForRoom("H5Ocopy", "copy", {room, needed});
-  return false;
+  if (roomFor(destination) >= kPlenty || isInMemory(destination)) return true;
+  return fits("H5Ocopy", "copy", shortageOf(destination, bytesToCopy(source, name, copyList)));
 }
 
 herr_t flushDataset(hid_t dataset) {
