@@ -35,7 +35,7 @@ PYTEST := $(PYTHON) -m pytest --numprocesses=auto --dist=loadfile
 CONFIGURE := cmake --preset release -DCMAKE_INSTALL_PREFIX:PATH=$(PREFIX) -DH5GATE_UNITY=ON \
   -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF -DH5GATE_TESTS=OFF -DH5GATE_BENCH=OFF
 
-.PHONY: setup build demo docs test test-long calls threads nested rows test-releases bench sanitize sanitize-threads fuzz \
+.PHONY: setup build build-tests demo docs test test-long calls threads nested rows test-releases bench sanitize sanitize-threads fuzz \
   fuzz-guided faults lint format install uninstall deb clean
 
 setup:
@@ -43,6 +43,11 @@ setup:
 
 build: setup
 	$(CONFIGURE) $(CMAKE_ARGS)
+	cmake --build --preset release
+
+build-tests:
+	@tools/setup.sh test
+	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
 	cmake --build --preset release
 
 demo: build
@@ -53,25 +58,22 @@ demo: build
 	@PYTHONPATH=build/python $(PYTHON) examples/compressed_timeseries.py build/demo/lake.h5
 	@PYTHONPATH=build/python $(PYTHON) -m zembra tree build/demo/weather.h5
 
-test:
-	@tools/setup.sh test
-	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
-	cmake --build --preset release
+test: build-tests
 	ctest --preset release
 	PYTHONPATH=build/python $(PYTEST) tests/scripts tests/tools
 
 # What takes minutes.
 test-long: calls threads nested rows faults
 
-calls: build
+calls: build-tests
 	PYTHONPATH=build/python $(PYTHON) -m pytest tests/releases
 
-nested: build
+nested: build-tests
 	PYTHONPATH=build/python $(PYTHON) tests/scripts/nested_types.py 3000
 
 # Another time for each: SECONDS=60
 SECONDS ?= 10
-threads: build
+threads: build-tests
 	H5GATE_THREAD_SECONDS=$(SECONDS) PYTHONPATH=build/python $(PYTHON) -m pytest -k at_work \
 	  tests/scripts/test_threads.py
 
@@ -124,10 +126,7 @@ sanitize-threads:
 CALLS ?= 1000000
 MUTATIONS ?= 2000
 fuzz: export ASAN_OPTIONS := allocator_may_return_null=1:max_allocation_size_mb=1024:detect_leaks=0
-fuzz:
-	@tools/setup.sh test
-	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
-	cmake --build --preset release
+fuzz: build-tests
 	build/bin/fuzz_calls 1 $(CALLS)
 	cmake --preset sanitize $(CMAKE_ARGS)
 	cmake --build --preset sanitize --target fuzz_calls h5gate
@@ -139,16 +138,10 @@ fuzz-guided:
 	@tools/setup.sh releases
 	tools/fuzz_guided.sh $(CALLS)
 
-rows:
-	@tools/setup.sh test
-	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
-	cmake --build --preset release
+rows: build-tests
 	PYTHONPATH=build/python $(PYTHON) -m pytest -m long tests/tools
 
-faults:
-	@tools/setup.sh test
-	$(CONFIGURE) -DH5GATE_TESTS=ON $(CMAKE_ARGS)
-	cmake --build --preset release
+faults: build-tests
 	build/bin/faults
 
 lint:
